@@ -1,0 +1,16 @@
+include(CMakePackageConfigHelpers)
+
+get_property(headers GLOBAL PROPERTY ZEVRIN_PUBLIC_HEADERS)
+install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zevrin)
+install(TARGETS zevrin EXPORT ZevrinTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Zevrin)
+install(EXPORT ZevrinTargets NAMESPACE Zevrin:: DESTINATION ${package_dir})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/ZevrinConfig.cmake.in ZevrinConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(ZevrinConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZevrinConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/ZevrinConfigVersion.cmake
+        DESTINATION ${package_dir})
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/zevrin.pc.in zevrin.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zevrin.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

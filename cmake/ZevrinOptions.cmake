@@ -1,0 +1,72 @@
+# What the library is built with. The core needs Boost, JSON and the log; everything else is on when it is
+# found. A feature that is asked for by name (-DZEVRIN_GENICAM=ON) and whose library is missing is an error.
+
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Boost 1.60 REQUIRED COMPONENTS thread chrono date_time)
+find_package(nlohmann_json 3 REQUIRED)
+find_package(spdlog REQUIRED)
+
+# zevrin_feature(NAME found "text"): the option ZEVRIN_<NAME>, on when its library was found.
+function(zevrin_feature name found text)
+    set(option ZEVRIN_${name})
+    if(DEFINED CACHE{${option}} AND ${option} AND NOT found)
+        message(FATAL_ERROR "${option} is ON, but its library was not found: ${text}")
+    endif()
+    option(${option} "${text}" ${found})
+    if(${option})
+        set(state on)
+    elseif(found)
+        set(state "off (as asked)")
+    else()
+        set(state "off (library not found)")
+    endif()
+    set_property(GLOBAL APPEND_STRING PROPERTY ZEVRIN_SUMMARY "\n    ${text}: ${state}")
+endfunction()
+
+function(zevrin_found variable out)
+    if(${variable})
+        set(${out} ON PARENT_SCOPE)
+    else()
+        set(${out} OFF PARENT_SCOPE)
+    endif()
+endfunction()
+
+pkg_check_modules(ARAVIS QUIET IMPORTED_TARGET aravis-0.8>=0.8.20)
+zevrin_found(ARAVIS_FOUND found)
+zevrin_feature(GENICAM ${found} "GigE Vision and USB3 Vision cameras (Aravis)")
+
+find_package(PNG QUIET)
+zevrin_found(PNG_FOUND found)
+zevrin_feature(PNG ${found} "PNG files (libpng)")
+
+find_package(CLI11 QUIET)
+zevrin_found(CLI11_FOUND found)
+zevrin_feature(TOOLS ${found} "The command line tool (CLI11)")
+
+find_package(GTest QUIET)
+if(BUILD_TESTING AND NOT GTest_FOUND)
+    message(WARNING "GoogleTest was not found: no tests are built")
+    set(BUILD_TESTING OFF)
+endif()
+
+option(ZEVRIN_WERROR "Warnings are errors" OFF)
+set(ZEVRIN_SANITIZE "" CACHE STRING "Sanitizers to build with, such as 'address,undefined' or 'thread'")
+
+if(ZEVRIN_SANITIZE)
+    add_compile_options(-fsanitize=${ZEVRIN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${ZEVRIN_SANITIZE})
+endif()
+
+# No path of the machine that built it in messages or binaries.
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+
+function(zevrin_print_summary)
+    if(ZEVRIN_SANITIZE)
+        set(sanitizers ", sanitizers: ${ZEVRIN_SANITIZE}")
+    endif()
+    get_property(features GLOBAL PROPERTY ZEVRIN_SUMMARY)
+    message(STATUS "Zevrin ${PROJECT_VERSION}, ${CMAKE_BUILD_TYPE}${sanitizers}"
+                   "\n    Core with simulated cameras: on${features}"
+                   "\n    Tests (GoogleTest): ${BUILD_TESTING}")
+endfunction()

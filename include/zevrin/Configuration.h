@@ -1,0 +1,37 @@
+#pragma once
+
+namespace Zevrin {
+
+/// Which waiting image a retrieval gives.
+enum GrabMode : unsigned int {
+    GRAB_NEWEST = 0,   ///< the oldest waiting image makes room for a new one
+    GRAB_IN_ORDER = 1  ///< oldest first; a new image that finds no free buffer is dropped
+};
+
+/// `ZevrinConfig::asyncSpeed` and `isochSpeed`: the fastest that both ends can.
+constexpr unsigned int kBusSpeedFastest = 13;
+
+/// `ZevrinConfig::bandwidthAllocation`: left to the transport.
+constexpr unsigned int kBandwidthAutomatic = 3;
+
+/// `ZevrinConfig::grabTimeout`: no limit, and the library's own limit of two seconds.
+constexpr int kTimeoutInfinite = -1;
+constexpr int kTimeoutDefault = -2;
+
+/// How a camera streams. Read when the stream starts.
+struct ZevrinConfig {
+    unsigned int numBuffers = 10;       ///< images held by the stream, 1 to 4096
+    unsigned int packetSize = 0;        ///< bytes of a stream packet; 0: negotiated by the transport
+    unsigned int packetDelay = 0;       ///< nanoseconds between packets; 0: the camera's own
+    int grabTimeout = kTimeoutDefault;  ///< milliseconds, or one of the two constants above
+    GrabMode grabMode = GRAB_IN_ORDER;
+    bool deliverIncomplete = false;  ///< hand over incomplete images too, marked as such
+    unsigned int asyncSpeed = kBusSpeedFastest;
+    unsigned int isochSpeed = kBusSpeedFastest;
+    unsigned int bandwidthAllocation = kBandwidthAutomatic;
+    unsigned int socketBufferSize = 0;  ///< bytes; 0: the system's own
+    unsigned int packetResend = 0;      ///< 0: lost packets are asked for again, 1: never
+    unsigned int reserved[16] = {};
+};
+
+}  // namespace Zevrin

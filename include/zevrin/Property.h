@@ -1,0 +1,61 @@
+#pragma once
+
+namespace Zevrin {
+
+/// The adjustable features of a camera, as the IIDC feature registers name them.
+enum PropertyType : unsigned int {
+    BRIGHTNESS = 0,
+    AUTO_EXPOSURE = 1,
+    SHARPNESS = 2,
+    WHITE_BALANCE = 3,
+    HUE = 4,
+    SATURATION = 5,
+    GAMMA = 6,
+    SHUTTER = 7,
+    GAIN = 8,
+    IRIS = 9,
+    FOCUS = 10,
+    ZOOM = 11,
+    PAN = 12,
+    TILT = 13,
+    OPTICAL_FILTER = 14,
+    TRIGGER_DELAY = 15,
+    FRAME_RATE = 16,
+    TEMPERATURE = 17,
+    WHITE_SHADING = 18
+};
+
+/// What a camera can do with one property. `type` chooses the property; the rest is filled in.
+struct PropertyInfo {
+    PropertyType type = BRIGHTNESS;
+    bool present = false;
+    bool autoSupported = false;
+    bool manualSupported = false;
+    bool onOffSupported = false;
+    bool onePushSupported = false;
+    bool absValSupported = false;
+    bool readOutSupported = false;
+    unsigned int min = 0;  ///< raw register units
+    unsigned int max = 0;  ///< raw register units
+    float absMin = 0;      ///< in `unitAbbreviation`
+    float absMax = 0;      ///< in `unitAbbreviation`
+    char unit[32] = {};    ///< such as "second"; empty when the value has no unit
+    char unitAbbreviation[8] = {};
+    unsigned int reserved[8] = {};
+};
+
+/// The setting of one property. `type` chooses the property.
+struct Property {
+    PropertyType type = BRIGHTNESS;
+    bool present = false;
+    bool absControl = false;  ///< `absValue` rules, not `valueA`
+    bool onePush = false;     ///< set: begin one automatic adjustment; get: it is still running
+    bool onOff = false;
+    bool autoManualMode = false;  ///< true: the camera adjusts by itself
+    unsigned int valueA = 0;      ///< raw register units
+    unsigned int valueB = 0;      ///< second raw value; white balance: blue, with red in `valueA`
+    float absValue = 0;
+    unsigned int reserved[8] = {};
+};
+
+}  // namespace Zevrin

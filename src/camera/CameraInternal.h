@@ -1,0 +1,210 @@
+#pragma once
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "zevrin/Callbacks.h"
+#include "zevrin/CameraInfo.h"
+#include "zevrin/Configuration.h"
+#include "zevrin/Error.h"
+#include "zevrin/Export.h"
+#include "zevrin/LookUpTable.h"
+#include "zevrin/PixelFormat.h"
+#include "zevrin/Property.h"
+#include "zevrin/Strobe.h"
+#include "zevrin/Trigger.h"
+
+namespace Zevrin {
+
+class DcamFormat;
+class EventList;
+class Format7;
+class HardwareInterface;
+class Image;
+class Info;
+class IOBase;
+class Iso;
+class Lut;
+class MemoryChannel;
+class PropertyManager;
+class Strobe;
+class Trigger;
+
+/// One physical camera: the single place through which everything done to it passes.
+///
+/// Every operation returns an `Error`. Unless it says otherwise it is guarded: it fails with
+/// ERR_INVALID_GENERATION when the camera's bus has changed since the connection was made, and with
+/// ERR_NOT_CONNECTED when there is no connection; then nothing else happens. "The guard's" in a list of
+/// errors stands for these two. A component's failure keeps its type and text and becomes the cause of
+/// the error returned.
+///
+/// Threads: any operation from any thread, unless it says otherwise. Connecting and disconnecting must
+/// not run beside other operations on the same object. The guard is a check at the start of the call: the
+/// camera can still go away while the operation runs, which then fails in the transport.
+class ZEVRIN_API CameraInternal {
+  public:
+    /// Throws boost::thread_resource_error when the system refuses a mutex.
+    CameraInternal();
+    virtual ~CameraInternal();
+    CameraInternal(const CameraInternal&) = delete;
+    CameraInternal& operator=(const CameraInternal&) = delete;
+
+    virtual Error Connect(unsigned int serialNumber) = 0;
+    virtual Error Disconnect() = 0;
+    virtual Error StartCapture(ImageCallback callback, const void* pCallbackData) = 0;
+
+    /// How the camera streams. Not guarded.
+    /// Errors: ERR_NOT_IMPLEMENTED from this class; concrete cameras keep a configuration.
+    virtual Error GetConfiguration(ZevrinConfig* pConfig);
+    virtual Error SetConfiguration(const ZevrinConfig* pConfig);
+
+    // Connection and guard.
+
+    /// Takes no lock.
+    bool IsConnected() const { return m_bConnected; }
+
+    /// The bus generation under which the object was connected; 0xFFFFFFFF before the first time.
+    unsigned int GetGeneration() const;
+    void SetGeneration(unsigned int generation);
+
+    /// Whether the camera's bus generation is still the remembered one.
+    bool CheckGeneration() const;
+
+    /// The guard: the generation first, then the connection.
+    /// Errors: ERR_INVALID_GENERATION, ERR_NOT_CONNECTED.
+    Error CheckValidity() const;
+
+    /// Hands the camera's handle to all components, or withdraws it. For concrete cameras; not guarded.
+    /// @param initialRegisterSpace  low address of the camera's initial register space
+    /// @param commandRegisters      low address of its command registers
+    /// Errors: none.
+    Error SetAllIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned int initialRegisterSpace,
+                   unsigned int commandRegisters);
+    Error ReleaseAllIO();
+
+    // Registers: 32-bit words at byte addresses that are multiples of four.
+
+    /// Addresses count from the camera's command registers.
+    /// @param broadcast  every camera of the bus takes the write, on transports that can
+    /// Errors: the guard's, ERR_INVALID_ADDRESS, ERR_INVALID_PARAMETER, ERR_READ_REGISTER_FAILED,
+    /// ERR_WRITE_REGISTER_FAILED, ERR_TIMEOUT, ERR_CAMERA_LOST, ERR_NOT_SUPPORTED (broadcast).
+    Error ReadRegister(unsigned int address, unsigned int* pValue);
+    Error WriteRegister(unsigned int address, unsigned int value, bool broadcast = false);
+
+    /// Addresses count from the camera's initial register space. Errors: as above.
+    Error ReadBaseRegister(unsigned int address, unsigned int* pValue);
+    Error WriteBaseRegister(unsigned int address, unsigned int value);
+
+    /// Runs of registers at whole addresses: the 16 high bits (0xFFFF the register space, 0x0000 the own
+    /// memory of a GenICam device) and the 32 low bits.
+    /// @param length  quadlets, at least 1
+    /// Errors: as above; a write that fails may have written its beginning.
+    Error ReadRegisterBlock(unsigned short addressHigh, unsigned int addressLow, unsigned int* pBuffer,
+                            unsigned int length);
+    Error WriteRegisterBlock(unsigned short addressHigh, unsigned int addressLow, const unsigned int* pBuffer,
+                             unsigned int length);
+
+    // Properties. The component's own error is returned as it is.
+
+    /// `pInfo->type` or `pProperty->type` chooses the property.
+    Error GetPropertyInfo(PropertyInfo* pInfo);
+    Error GetProperty(Property* pProperty);
+    Error SetProperty(const Property* pProperty, bool broadcast = false);
+
+    // Trigger.
+
+    Error GetTriggerModeInfo(TriggerModeInfo* pInfo);
+    Error GetTriggerMode(TriggerMode* pMode);
+    Error SetTriggerMode(const TriggerMode* pMode, bool broadcast = false);
+    Error FireSoftwareTrigger(bool broadcast = false);
+
+    /// The trigger delay, as the property TRIGGER_DELAY. The two getters write that type into the caller's
+    /// record; the setter leaves the caller's record alone and ignores its type.
+    Error GetTriggerDelayInfo(PropertyInfo* pInfo);
+    Error GetTriggerDelay(Property* pDelay);
+    Error SetTriggerDelay(const Property* pDelay, bool broadcast = false);
+
+    // Strobe.
+
+    /// `source` of the record chooses the output.
+    Error GetStrobeInfo(StrobeInfo* pInfo);
+    Error GetStrobe(StrobeControl* pControl);
+    Error SetStrobe(const StrobeControl* pControl, bool broadcast = false);
+
+    // Look-up tables.
+
+    Error GetLUTInfo(LUTData* pData);
+    Error GetLUTBankInfo(unsigned int bank, bool* pReadable, bool* pWritable);
+    Error GetActiveLUTBank(unsigned int* pBank);
+    Error SetActiveLUTBank(unsigned int bank);
+    Error EnableLUT(bool on);
+
+    /// @param numEntries  length of the array: the entries of one channel, as `LUTData::numEntries` says
+    Error GetLUTChannel(unsigned int bank, unsigned int channel, unsigned int numEntries,
+                        unsigned int* pEntries);
+    Error SetLUTChannel(unsigned int bank, unsigned int channel, unsigned int numEntries,
+                        const unsigned int* pEntries);
+
+    // Memory channels: settings kept in the camera. Channel 0 holds the factory's.
+
+    Error GetMemoryChannel(unsigned int* pChannel);
+    Error SaveToMemoryChannel(unsigned int channel);
+    Error RestoreFromMemoryChannel(unsigned int channel);
+    /// The highest channel that can be saved to.
+    Error GetMemoryChannelInfo(unsigned int* pHighestChannel);
+
+    // Streaming.
+
+    /// The order of the colour filters. Not guarded; the component's own error is returned as it is.
+    Error GetBayerFormat(BayerTileFormat* pFormat);
+
+    /// Waits for the next image, as long as the configuration says. What the image held is released first.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_ISOCH_NOT_STARTED, ERR_TIMEOUT, ERR_CAMERA_LOST.
+    /// Threads: any; another thread may stop the stream meanwhile, which ends the wait.
+    Error RetrieveBuffer(Image* pImage);
+
+    /// The same, waiting at most `timeoutMs` milliseconds.
+    Error WaitForBufferEvent(Image* pImage, unsigned int timeoutMs);
+
+    /// Installs the callback of the next streams; null takes it away.
+    /// Errors: the guard's, ERR_ISOCH_ALREADY_STARTED (the old callback stays), ERR_FAILED.
+    Error SetCallback(ImageCallback callback, const void* pCallbackData);
+
+    /// Stops the stream. Images that were retrieved stay readable.
+    /// Errors: the guard's, ERR_ISOCH_NOT_STARTED, ERR_ISOCH_STOP_FAILED.
+    /// Threads: any, a callback of the stream included.
+    Error StopCapture();
+
+    /// Lets the next streams fill the caller's memory; null goes back to the stream's own.
+    /// @param pMemory      `bufferSize` times `bufferCount` bytes that outlive every image of the stream
+    /// @param bufferSize   bytes of one buffer, at least one image
+    /// @param bufferCount  1 to 4096, used instead of the configured number
+    /// Errors: the guard's, ERR_FAILED (a stream runs, or a number is out of range).
+    Error SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount);
+
+  protected:
+    bool m_bConnected = false;
+    unsigned int m_serialNumber = 0;
+    mutable boost::mutex m_generationMutex;  // guards m_generation
+    unsigned int m_generation = 0xFFFFFFFFU;
+
+    // For concrete cameras: where the camera's register spaces begin, and who it is.
+    unsigned int m_initialRegisterSpace = 0;
+    unsigned int m_commandRegisters = 0;
+    CameraInfo m_cameraInfo;
+
+    // Never empty between construction and destruction; an empty one ends the process at its next use.
+    boost::shared_ptr<IOBase> m_pIOBase;
+    boost::shared_ptr<PropertyManager> m_pPropertyManager;
+    boost::shared_ptr<Format7> m_pFormat7;
+    boost::shared_ptr<Trigger> m_pTrigger;
+    boost::shared_ptr<Strobe> m_pStrobe;
+    boost::shared_ptr<DcamFormat> m_pDcamFormat;
+    boost::shared_ptr<Iso> m_pIso;
+    boost::shared_ptr<Info> m_pInfo;
+    boost::shared_ptr<Lut> m_pLut;
+    boost::shared_ptr<MemoryChannel> m_pMemoryChannel;
+    boost::shared_ptr<EventList> m_pEventList;
+};
+
+}  // namespace Zevrin

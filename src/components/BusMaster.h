@@ -1,0 +1,99 @@
+#pragma once
+
+#include <atomic>
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "GenerationTable.h"
+#include "HardwareInterface.h"
+#include "Transport.h"
+#include "zevrin/Error.h"
+
+namespace Zevrin {
+
+/// Knows the cameras of all transports by serial number, and the generation under which each is known.
+/// Reached through `Singleton<BusMaster>`.
+///
+/// Built without touching a bus: cameras are looked for when one is first asked for, and again only when
+/// `Rescan` is called, when a serial number is unknown or away, or when a transport reports a change.
+/// A camera once known keeps its handle for the bus manager's life, also while it is away; it keeps its
+/// generation count too, which rises when it goes, when it returns, and with every reset of its bus.
+/// Threads: any.
+class BusMaster : private TopologyListener {
+  public:
+    BusMaster();
+    /// With transports of the caller's choice.
+    explicit BusMaster(std::vector<std::unique_ptr<Transport>> transports);
+    virtual ~BusMaster();
+    BusMaster(const BusMaster&) = delete;
+    BusMaster& operator=(const BusMaster&) = delete;
+
+    /// The bus generation of a camera; 0 for a serial number that was never known. Takes no lock and
+    /// touches no bus.
+    unsigned int GetGeneration(unsigned int serialNumber) const noexcept {
+        return m_generations.Get(serialNumber);
+    }
+
+    /// The camera's handle, which stays the bus manager's. Looks for cameras when none were looked for yet.
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_CAMERA_LOST (known, and away), ERR_INVALID_PARAMETER.
+    Error GetHwInterfaceFromSerialNumber(unsigned int serialNumber, HardwareInterface** ppHardware);
+
+    /// A shared handle to keep; looks for the camera again when it is not known or away.
+    /// Errors: as above.
+    Error AcquireHardware(unsigned int serialNumber, boost::shared_ptr<HardwareInterface>* ppHardware);
+
+    /// The cameras that are there, in order of discovery; looks for them when none were looked for yet.
+    /// Errors: a transport's, when no other transport found a camera.
+    Error GetCameras(std::vector<CameraIdentity>* pCameras);
+
+    /// Cameras that were found and left out since their serial number was taken.
+    std::vector<CameraIdentity> GetDuplicates() const;
+
+    /// Looks for cameras again, on every transport. May take as long as a network broadcast.
+    Error Rescan();
+
+    /// Told of each change with the camera's identity and whether it is there; null ends that, and then no
+    /// call is under way when this returns. Called from any thread, one call at a time.
+    using ChangeListener = std::function<void(const CameraIdentity&, bool isPresent)>;
+    void SetChangeListener(const void* pOwner, ChangeListener listener);
+
+  private:
+    struct Entry {
+        unsigned int serialNumber = 0;
+        boost::shared_ptr<HardwareInterface> pHardware;
+        bool isPresent = false;
+    };
+
+    void OnCameraArrived(const boost::shared_ptr<HardwareInterface>& pCamera) override;
+    void OnCameraLost(const boost::shared_ptr<HardwareInterface>& pCamera) override;
+    void OnBusReset(const std::vector<boost::shared_ptr<HardwareInterface>>& cameras) override;
+
+    Error EnsureDiscovered();
+    Error Discover(const unsigned int* pWantedSerialNumber);
+    bool Remember(const boost::shared_ptr<HardwareInterface>& pCamera);
+    Error Find(unsigned int serialNumber, boost::shared_ptr<HardwareInterface>* ppHardware) const;
+    Entry* FindEntry(unsigned int serialNumber);
+    const Entry* FindEntry(unsigned int serialNumber) const;
+    Entry* FindEntry(const HardwareInterface* pHardware);
+    void Notify(const CameraIdentity& identity, bool isPresent);
+
+    GenerationTable m_generations;
+
+    boost::mutex m_discoveryMutex;  // one look at the buses at a time
+    std::atomic<bool> m_discovered{false};
+    std::vector<std::unique_ptr<Transport>> m_transports;  // set by the constructor
+
+    mutable boost::mutex m_mutex;  // guards the two that follow
+    std::vector<Entry> m_entries;
+    std::vector<boost::shared_ptr<HardwareInterface>> m_duplicates;
+
+    boost::mutex m_listenerMutex;  // held while listeners run; guards them
+    std::map<const void*, ChangeListener> m_listeners;
+};
+
+}  // namespace Zevrin

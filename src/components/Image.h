@@ -1,0 +1,68 @@
+#pragma once
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <cstddef>
+
+#include "zevrin/Error.h"
+#include "zevrin/Export.h"
+#include "zevrin/PixelFormat.h"
+#include "zevrin/TimeStamp.h"
+
+namespace Zevrin {
+
+class FrameQueue;
+struct Frame;
+
+/// An image of a stream: the very buffer that the transport filled, held until it is released.
+///
+/// Stays readable after its stream has stopped and after its camera is gone. Retrieving into an image
+/// releases what it held before.
+/// Threads: one thread at a time; different images from any threads.
+class ZEVRIN_API Image {
+  public:
+    Image() = default;
+    virtual ~Image();
+    Image(Image&& other) noexcept;
+    Image& operator=(Image&& other) noexcept;
+    Image(const Image&) = delete;
+    Image& operator=(const Image&) = delete;
+
+    /// When the image was taken: the bus time that the camera or the transport stamped it with, or the
+    /// time of its arrival with the cycle fields 0. All zero without an image.
+    virtual TimeStamp GetTimeStamp() const;
+
+    /// Gives the buffer back to the stream; the image is empty afterwards. Does nothing when it is empty.
+    /// Errors: none.
+    virtual Error ReleaseBuffer();
+
+    /// Whether the image holds a buffer. Without one every query below gives 0 or its like.
+    bool HasData() const noexcept { return m_pFrame != nullptr; }
+
+    /// The pixels, row by row; `GetDataSize` bytes of them are valid.
+    const unsigned char* GetData() const noexcept;
+    std::size_t GetDataSize() const noexcept;
+
+    unsigned int GetWidth() const noexcept;   ///< pixels
+    unsigned int GetHeight() const noexcept;  ///< pixels
+    unsigned int GetStride() const noexcept;  ///< bytes from one row to the next
+    PixelFormat GetPixelFormat() const noexcept;
+    BayerTileFormat GetBayerTileFormat() const noexcept;
+    bool IsBigEndian() const noexcept;  ///< of samples wider than a byte
+
+    /// The camera's own number of this frame; gaps tell of lost frames.
+    unsigned long long GetFrameId() const noexcept;
+
+    /// False when part of the image was lost on its way and the rest was asked for.
+    bool IsComplete() const noexcept;
+
+  private:
+    friend class Iso;
+
+    /// Takes over a frame that the queue has given out.
+    void Hold(const boost::shared_ptr<FrameQueue>& pQueue, Frame* pFrame) noexcept;
+
+    boost::shared_ptr<FrameQueue> m_pQueue;
+    Frame* m_pFrame = nullptr;
+};
+
+}  // namespace Zevrin

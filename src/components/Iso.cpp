@@ -1,0 +1,382 @@
+#include "Iso.h"
+
+#include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <iterator>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "CallbackThread.h"
+#include "CycleTime.h"
+#include "Failure.h"
+#include "FrameQueue.h"
+#include "Image.h"
+#include "Registers.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr int kDefaultTimeoutMs = 2000;
+constexpr unsigned int kMaxBuffers = 4096;
+constexpr std::size_t kMaxPayloadSize = std::size_t{1} << 30;  // a camera that asks for more is not believed
+constexpr unsigned int kEmbeddedTimeStampBit = 1;
+
+unsigned int ReadQuadlet(const unsigned char* bytes) {
+    return static_cast<unsigned int>(bytes[0]) << 24 | static_cast<unsigned int>(bytes[1]) << 16 |
+           static_cast<unsigned int>(bytes[2]) << 8 | static_cast<unsigned int>(bytes[3]);
+}
+
+}  // namespace
+
+Iso::Iso() : m_pCounters(boost::make_shared<FrameCounters>()), m_defaultTimeoutMs(kDefaultTimeoutMs) {}
+
+Error Iso::CheckConfiguration(const ZevrinConfig& config) {
+    if (config.numBuffers < 1 || config.numBuffers > kMaxBuffers) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "The number of buffers is %u; it must be 1 to %u.",
+                       config.numBuffers, kMaxBuffers);
+    }
+    if (config.grabTimeout < kTimeoutDefault) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE,
+                       "The grab timeout is %d; it must be milliseconds, %d (no limit) or %d (the default).",
+                       config.grabTimeout, kTimeoutInfinite, kTimeoutDefault);
+    }
+    if (config.grabMode != GRAB_NEWEST && config.grabMode != GRAB_IN_ORDER) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE,
+                       "The grab mode is %u; it must be %u (newest) or %u (in order).",
+                       static_cast<unsigned int>(config.grabMode), static_cast<unsigned int>(GRAB_NEWEST),
+                       static_cast<unsigned int>(GRAB_IN_ORDER));
+    }
+    return Error();
+}
+
+Iso::~Iso() {
+    const Error stopped = StopCapture();
+    static_cast<void>(stopped);  // either nothing ran, or everything on this side has been stopped
+    ReapCallbackThreads();
+}
+
+Error Iso::BeginStarting() {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    if (m_state != State::kStopped) {
+        return Failure(ERR_ISOCH_ALREADY_STARTED, "A stream of this camera has already been started.");
+    }
+    m_state = State::kStarting;
+    return Error();
+}
+
+Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
+    Error error = CheckConfiguration(config);
+    if (error == ERR_OK) {
+        error = BeginStarting();
+    }
+    if (error != ERR_OK) {
+        return error;
+    }
+    ReapCallbackThreads();
+    error = StartStream(config, callback, pCallbackData);
+    if (error != ERR_OK) {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_state = State::kStopped;
+    }
+    return error;
+}
+
+Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
+                     boost::shared_ptr<FrameQueue>* ppQueue) {
+    if (format.payloadSize == 0 || format.payloadSize > kMaxPayloadSize) {
+        return Failure(ERR_ISOCH_BUFFERS_FAILED,
+                       "The camera announces images of %zu bytes; 1 to %zu are possible.", format.payloadSize,
+                       kMaxPayloadSize);
+    }
+    UserBuffers user;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        user = m_userBuffers;
+    }
+    if (user.pMemory == nullptr) {
+        user.size = format.payloadSize;
+        user.count = config.numBuffers;
+    } else if (user.size < format.payloadSize) {
+        return Failure(ERR_ISOCH_BUFFERS_FAILED, "The user buffers hold %zu bytes each; an image takes %zu.",
+                       user.size, format.payloadSize);
+    }
+    try {
+        *ppQueue = boost::make_shared<FrameQueue>(user.count, user.size, config.grabMode,
+                                                  config.deliverIncomplete, user.pMemory, m_pCounters);
+    } catch (const std::bad_alloc&) {
+        return Failure(ERR_OUT_OF_MEMORY, "There is no memory for %u buffers of %zu bytes.", user.count,
+                       user.size);
+    }
+    return Error();
+}
+
+Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
+    boost::shared_ptr<HardwareInterface> pHardware;
+    Error error = RequireHardware(&pHardware);
+    StreamFormat format;
+    if (error == ERR_OK) {
+        error = pHardware->GetStreamFormat(&format);
+    }
+    boost::shared_ptr<FrameQueue> pQueue;
+    if (error == ERR_OK) {
+        error = MakeQueue(config, format, &pQueue);
+    }
+    if (error == ERR_OK) {
+        error = pHardware->StartStream(config, pQueue);
+    }
+    if (error != ERR_OK) {
+        return error;
+    }
+    error = WriteRegister(Register::kTransmission, kTransmissionOn, false);
+    if (error != ERR_OK) {
+        pHardware->StopStream();
+        return FailureBecause(ERR_ISOCH_START_FAILED, error,
+                              "The camera's transmission could not be switched on.");
+    }
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_pQueue = pQueue;
+        m_pStreamHardware = pHardware;
+        m_defaultTimeoutMs = config.grabTimeout == kTimeoutDefault ? kDefaultTimeoutMs : config.grabTimeout;
+        m_state = State::kStarted;
+        if (callback != nullptr) {
+            error = StartCallbackThread(callback, pCallbackData);
+        } else if (m_callback != nullptr) {
+            error = StartCallbackThread(m_callback, m_pCallbackData);
+        }
+    }
+    if (error != ERR_OK) {
+        const Error stopped = StopCapture();
+        static_cast<void>(stopped);  // the reason for stopping is what counts
+    }
+    return error;
+}
+
+Error Iso::StopCapture() {
+    boost::shared_ptr<FrameQueue> pQueue;
+    boost::shared_ptr<HardwareInterface> pHardware;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        if (m_state != State::kStarted) {
+            return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
+        }
+        m_state = State::kStopping;
+        pQueue = m_pQueue;
+        pHardware = m_pStreamHardware;
+    }
+    const Error error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+    pHardware->StopStream();
+    pQueue->Close();
+    StopCallbackThread();
+
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pQueue.reset();
+    m_pStreamHardware.reset();
+    m_state = State::kStopped;
+    if (error != ERR_OK) {
+        return FailureBecause(
+            ERR_ISOCH_STOP_FAILED, error,
+            "The camera's transmission could not be switched off; the stream was stopped all the "
+            "same.");
+    }
+    return Error();
+}
+
+boost::shared_ptr<FrameQueue> Iso::GetQueue() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_pQueue;
+}
+
+Error Iso::RetrieveBuffer(Image* pImage) {
+    return Retrieve(pImage, m_defaultTimeoutMs);
+}
+
+Error Iso::WaitForBufferEvent(Image* pImage, unsigned int timeoutMs) {
+    return Retrieve(pImage, static_cast<int>(std::min(
+                                timeoutMs, static_cast<unsigned int>(std::numeric_limits<int>::max()))));
+}
+
+Error Iso::Retrieve(Image* pImage, int timeoutMs) {
+    if (pImage == nullptr) {
+        return Failure(ERR_INVALID_PARAMETER,
+                       "An image can only be retrieved into an image: the pointer is null.");
+    }
+    const boost::shared_ptr<FrameQueue> pQueue = GetQueue();
+    if (!pQueue) {
+        return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
+    }
+    return RetrieveFrom(pQueue, pImage, timeoutMs, nullptr);
+}
+
+Error Iso::RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,
+                        const std::atomic<bool>* pCancelled) {
+    // First, so that waiting for an image while this one holds the last buffer can end.
+    Error error = pImage->ReleaseBuffer();
+    Frame* pFrame = nullptr;
+    error = pQueue->Retrieve(&pFrame, timeoutMs, pCancelled);
+    if (error == ERR_OK) {
+        ReadEmbeddedInfo(pFrame);
+        pImage->Hold(pQueue, pFrame);
+    }
+    return error;
+}
+
+void Iso::ReadEmbeddedInfo(Frame* pFrame) const {
+    if (!pFrame->info.hasTimeStamp && (m_embeddedInfo & kEmbeddedTimeStampBit) != 0 &&
+        pFrame->info.receivedSize >= sizeof(unsigned int)) {
+        SetCycleTime(ReadQuadlet(pFrame->data), &pFrame->info.timeStamp);
+    }
+}
+
+Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {
+    boost::unique_lock<boost::mutex> lock(m_mutex);
+    m_callback = callback;
+    m_pCallbackData = pCallbackData;
+    if (m_state != State::kStarted) {
+        return Error();
+    }
+    if (callback == nullptr) {
+        lock.unlock();
+        StopCallbackThread();
+    } else if (m_pCallbackThread != nullptr) {
+        m_pCallbackThread->Replace(callback, pCallbackData);
+    } else {
+        return StartCallbackThread(callback, pCallbackData);
+    }
+    return Error();
+}
+
+Error Iso::StartCallbackThread(ImageCallback callback, const void* pCallbackData) {
+    try {
+        m_pCallbackThread = std::make_unique<CallbackThread>(*this, m_pQueue, callback, pCallbackData);
+    } catch (const boost::thread_resource_error&) {
+        return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread for the image callback.");
+    }
+    return Error();
+}
+
+/// Joins outside the lock, since the callback that is waited for may be calling this component. A thread
+/// that stops itself is kept and joined later.
+void Iso::StopCallbackThread() {
+    std::unique_ptr<CallbackThread> pThread;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        pThread = std::move(m_pCallbackThread);
+    }
+    if (pThread != nullptr) {
+        pThread->Stop();
+        if (pThread->IsCurrent()) {
+            boost::lock_guard<boost::mutex> lock(m_mutex);
+            m_endedCallbackThreads.push_back(std::move(pThread));
+        }
+    }
+}
+
+void Iso::ReapCallbackThreads() {
+    std::vector<std::unique_ptr<CallbackThread>> ended;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        const auto others = std::partition(m_endedCallbackThreads.begin(), m_endedCallbackThreads.end(),
+                                           [](const auto& pThread) { return pThread->IsCurrent(); });
+        std::move(others, m_endedCallbackThreads.end(), std::back_inserter(ended));
+        m_endedCallbackThreads.erase(others, m_endedCallbackThreads.end());
+    }
+}
+
+Error Iso::SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount) {
+    if (pMemory != nullptr &&
+        (bufferSize < 1 || bufferCount < 1 || bufferCount > static_cast<int>(kMaxBuffers))) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE,
+                       "%d user buffers of %d bytes were given; there must be 1 to %u of at least 1 byte.",
+                       bufferCount, bufferSize, kMaxBuffers);
+    }
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    if (m_state != State::kStopped) {
+        return Failure(ERR_ISOCH_ALREADY_STARTED, "The buffers of a running stream cannot be changed.");
+    }
+    m_userBuffers = UserBuffers();
+    if (pMemory != nullptr) {
+        m_userBuffers = {pMemory, static_cast<std::size_t>(bufferSize),
+                         static_cast<unsigned int>(bufferCount)};
+    }
+    return Error();
+}
+
+Error Iso::GetBayerFormat(BayerTileFormat* pFormat) {
+    boost::shared_ptr<HardwareInterface> pHardware;
+    Error error = RequireHardware(&pHardware);
+    if (error != ERR_OK) {
+        return error;
+    }
+    if (pFormat == nullptr) {
+        return Failure(ERR_INVALID_PARAMETER, "The Bayer tile format needs a place to go to.");
+    }
+    StreamFormat format;
+    error = pHardware->GetStreamFormat(&format);
+    if (error == ERR_OK) {
+        *pFormat = format.bayerFormat;
+    }
+    return error;
+}
+
+Error Iso::CacheEmbeddedImageInfo(unsigned int registerValue) {
+    m_embeddedInfo = registerValue;
+    return Error();
+}
+
+unsigned int Iso::GetNumOfImageCorrupt() const {
+    return m_pCounters->corrupt;
+}
+
+unsigned int Iso::GetNumOfImageDriverDropped() const {
+    return m_pCounters->driverDropped;
+}
+
+unsigned int Iso::GetNumOfImageDropped() const {
+    return m_pCounters->dropped;
+}
+
+unsigned int Iso::GetNumOfImageDelivered() const {
+    return m_pCounters->delivered;
+}
+
+void Iso::ResetNumOfImageCorrupt() {
+    m_pCounters->corrupt = 0;
+}
+
+void Iso::ResetNumOfImageDriverDropped() {
+    m_pCounters->driverDropped = 0;
+}
+
+void Iso::ResetNumOfImageDropped() {
+    m_pCounters->dropped = 0;
+}
+
+StreamCounters Iso::GetTransportCounters() const {
+    const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
+    return pHardware ? pHardware->GetStreamCounters() : StreamCounters();
+}
+
+unsigned int Iso::GetNumResendPacketsReceived() const {
+    return GetTransportCounters().resendPacketsReceived - m_resendReceivedBase;
+}
+
+unsigned int Iso::GetNumResendPacketsRequested() const {
+    return GetTransportCounters().resendPacketsRequested - m_resendRequestedBase;
+}
+
+Error Iso::ResetNumResendPacketsReceived() {
+    m_resendReceivedBase = GetTransportCounters().resendPacketsReceived;
+    return Error();
+}
+
+Error Iso::ResetNumResendPacketsRequested() {
+    m_resendRequestedBase = GetTransportCounters().resendPacketsRequested;
+    return Error();
+}
+
+}  // namespace Zevrin

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <atomic>
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
+#include <memory>
+#include <vector>
+
+#include "IOBase.h"
+#include "zevrin/Callbacks.h"
+#include "zevrin/Configuration.h"
+#include "zevrin/PixelFormat.h"
+
+namespace Zevrin {
+
+class CallbackThread;
+class FrameQueue;
+class Image;
+struct Frame;
+struct FrameCounters;
+
+/// The camera's isochronous stream: its buffers, its start and stop, its callback, its counts.
+///
+/// Every frame that the camera sent is delivered, corrupt, dropped (lost on its way) or driver-dropped
+/// (found no buffer, made room in the newest mode, or still waited when the stream stopped).
+/// Threads: any. A callback may call any operation; it may not destroy the component.
+class Iso : public IOBase {
+  public:
+    Iso();
+    ~Iso() override;
+
+    /// Whether a stream could be set up like this.
+    /// Errors: ERR_VALUE_OUT_OF_RANGE.
+    static Error CheckConfiguration(const ZevrinConfig& config);
+
+    /// Sets up the buffers, lets the transport fill them, and switches the camera's transmission on.
+    /// What was done is undone when a later step fails.
+    /// @param callback  null: the one that `SetCallback` installed, if any
+    /// Errors: ERR_ISOCH_ALREADY_STARTED, ERR_NOT_CONNECTED, ERR_VALUE_OUT_OF_RANGE (a setting),
+    /// ERR_ISOCH_BUFFERS_FAILED (the caller's buffers are too small or too few), ERR_OUT_OF_MEMORY, the
+    /// transport's.
+    Error StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData);
+
+    /// Stops everything even when the camera does not answer any more, which is then reported.
+    /// Errors: ERR_ISOCH_NOT_STARTED, ERR_ISOCH_STOP_FAILED.
+    Error StopCapture();
+
+    bool IsGrabStarted() const { return m_state == State::kStarted; }
+
+    /// Waits for the next image for as long as the configuration says. What the image held is released
+    /// first.
+    /// Errors: ERR_INVALID_PARAMETER, ERR_ISOCH_NOT_STARTED (before or during the wait), ERR_TIMEOUT,
+    /// ERR_CAMERA_LOST.
+    Error RetrieveBuffer(Image* pImage);
+
+    /// The same, waiting at most `timeoutMs` milliseconds.
+    Error WaitForBufferEvent(Image* pImage, unsigned int timeoutMs);
+
+    /// While a stream runs: from the next image on. Null ends the calls; a running one is waited for,
+    /// unless this is called from within it.
+    /// Errors: ERR_ISOCH_START_FAILED (a thread is needed and the system refuses it).
+    Error SetCallback(ImageCallback callback, const void* pCallbackData);
+
+    /// Lets the next streams use the caller's memory; null goes back to the component's own.
+    /// @param pMemory      `bufferSize` times `bufferCount` bytes that outlive every image of the stream
+    /// @param bufferSize   bytes of one buffer, at least the size of an image
+    /// @param bufferCount  used instead of the configured number
+    /// Errors: ERR_ISOCH_ALREADY_STARTED, ERR_VALUE_OUT_OF_RANGE.
+    Error SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount);
+
+    /// The colour filter order of the present image format.
+    /// Errors: ERR_NOT_CONNECTED, ERR_INVALID_PARAMETER, the transport's.
+    Error GetBayerFormat(BayerTileFormat* pFormat);
+
+    /// Tells which items the camera stamps into its images: the embedded information register's value.
+    /// Errors: none.
+    Error CacheEmbeddedImageInfo(unsigned int registerValue);
+
+    unsigned int GetNumOfImageCorrupt() const;
+    unsigned int GetNumOfImageDriverDropped() const;
+    unsigned int GetNumOfImageDropped() const;
+    unsigned int GetNumOfImageDelivered() const;
+    unsigned int GetNumResendPacketsReceived() const;
+    unsigned int GetNumResendPacketsRequested() const;
+    void ResetNumOfImageCorrupt();
+    void ResetNumOfImageDriverDropped();
+    void ResetNumOfImageDropped();
+    Error ResetNumResendPacketsReceived();
+    Error ResetNumResendPacketsRequested();
+
+  private:
+    friend class CallbackThread;
+
+    enum class State { kStopped, kStarting, kStarted, kStopping };
+
+    struct UserBuffers {
+        unsigned char* pMemory = nullptr;
+        std::size_t size = 0;
+        unsigned int count = 0;
+    };
+
+    Error BeginStarting();
+    Error MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
+                    boost::shared_ptr<FrameQueue>* ppQueue);
+    Error StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData);
+    Error StartCallbackThread(ImageCallback callback, const void* pCallbackData);
+    void StopCallbackThread();
+    void ReapCallbackThreads();
+    boost::shared_ptr<FrameQueue> GetQueue() const;
+    Error Retrieve(Image* pImage, int timeoutMs);
+    Error RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,
+                       const std::atomic<bool>* pCancelled);
+    void ReadEmbeddedInfo(Frame* pFrame) const;
+    StreamCounters GetTransportCounters() const;
+
+    const boost::shared_ptr<FrameCounters> m_pCounters;
+    std::atomic<unsigned int> m_embeddedInfo{0};
+    std::atomic<unsigned int> m_resendRequestedBase{0};
+    std::atomic<unsigned int> m_resendReceivedBase{0};
+    std::atomic<int> m_defaultTimeoutMs;
+
+    mutable boost::mutex m_mutex;  // guards changes of m_state, and what follows
+    std::atomic<State> m_state{State::kStopped};
+    boost::shared_ptr<FrameQueue> m_pQueue;
+    boost::shared_ptr<HardwareInterface> m_pStreamHardware;
+    UserBuffers m_userBuffers;
+    ImageCallback m_callback = nullptr;
+    const void* m_pCallbackData = nullptr;
+    std::unique_ptr<CallbackThread> m_pCallbackThread;
+    std::vector<std::unique_ptr<CallbackThread>> m_endedCallbackThreads;  // stopped from within; to be joined
+};
+
+}  // namespace Zevrin
