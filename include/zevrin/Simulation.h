@@ -1,0 +1,70 @@
+#pragma once
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <string>
+
+#include "zevrin/Error.h"
+#include "zevrin/Export.h"
+
+namespace Zevrin {
+
+/// Frames of one simulated camera, by what became of them on its side.
+struct SimulatedFrameCounts {
+    unsigned long long exposed = 0;  ///< sent, or lost on the bus on purpose
+    unsigned long long sent = 0;     ///< put on the bus while a stream was listening
+};
+
+/// Simulated buses with their cameras, inside this process. The cameras are found by discovery like any
+/// other, for as long as the object lives.
+///
+/// The environment variable ZEVRIN_SIMULATE (a number of cameras, or the path of a description) makes a
+/// simulation that lives as long as the process.
+/// Threads: any.
+class ZEVRIN_API Simulation {
+  public:
+    /// One bus with this many cameras, 1 to 64, with serial numbers 1001 and on.
+    /// Errors: ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER.
+    static Error FromCount(unsigned int cameraCount, boost::shared_ptr<Simulation>* ppSimulation);
+
+    /// As described by a JSON text or file; docs/simulation.md lists its keys.
+    /// Errors: ERR_INVALID_DESCRIPTION (names the key, its value and what would be right),
+    /// ERR_FILE_FAILED, ERR_INVALID_PARAMETER. Nothing is simulated then.
+    static Error FromJson(const std::string& text, boost::shared_ptr<Simulation>* ppSimulation);
+    static Error FromFile(const std::string& path, boost::shared_ptr<Simulation>* ppSimulation);
+
+    /// A number of cameras, or the path of a description: what a command line or the environment says.
+    /// Errors: those of the three above.
+    static Error FromText(const std::string& countOrPath, boost::shared_ptr<Simulation>* ppSimulation);
+
+    ~Simulation();
+    Simulation(const Simulation&) = delete;
+    Simulation& operator=(const Simulation&) = delete;
+
+    /// Takes a camera off its bus, or puts it back. Both reset the bus.
+    /// Errors: ERR_CAMERA_NOT_FOUND.
+    Error Unplug(unsigned int serialNumber);
+    Error Replug(unsigned int serialNumber);
+
+    /// Resets the bus that this camera is on.
+    /// Errors: ERR_CAMERA_NOT_FOUND.
+    Error ResetBus(unsigned int serialNumber);
+
+    /// Lets time pass on buses whose clock is set by hand; whatever falls due happens on the calling
+    /// thread, in its order, before this returns.
+    void AdvanceClock(unsigned long long microseconds);
+
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_PARAMETER.
+    Error GetFrameCounts(unsigned int serialNumber, SimulatedFrameCounts* pCounts) const;
+
+    /// Replaces the faults of one camera, as in the "faults" of a description.
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_DESCRIPTION (nothing is changed).
+    Error SetFaults(unsigned int serialNumber, const std::string& json);
+
+  private:
+    class World;
+    explicit Simulation(boost::shared_ptr<World> pWorld);
+
+    boost::shared_ptr<World> m_pWorld;
+};
+
+}  // namespace Zevrin
