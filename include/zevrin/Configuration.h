@@ -29,7 +29,7 @@ struct ZevrinConfig {
     unsigned int asyncSpeed = kBusSpeedFastest;
     unsigned int isochSpeed = kBusSpeedFastest;
     unsigned int bandwidthAllocation = kBandwidthAutomatic;
-    unsigned int socketBufferSize = 0;  ///< bytes; 0: the system's own
+    unsigned int socketBufferSize = 0;  ///< bytes; 0: room for two images, as far as the system allows
     unsigned int packetResend = 0;      ///< 0: lost packets are asked for again, 1: never
     unsigned int reserved[16] = {};
 };

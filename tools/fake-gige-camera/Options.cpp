@@ -105,7 +105,7 @@ is (b + y + frame number) modulo 256, where the frame number is the 16-bit one o
   --address IPV4       address of a network interface of this machine (default 127.0.0.1)
   --genicam FILE       GenICam description to serve (default: the one built into Aravis)
   --frame-rate HZ      frames per second, 1 to 1000 (default 25)
-  --packet-size BYTES  of a stream packet, 576 to 65000, until the host sets another (default 9000)
+  --packet-size BYTES  of a stream packet, 576 to 65000, until the host sets another (default 16000)
   --packet-loss PERC   share of stream packets that are not sent, 0 to 100 per cent (default 0)
   --exit-with-stdin    end as well when standard input is closed
   -h, --help           this text

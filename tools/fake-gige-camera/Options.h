@@ -9,10 +9,10 @@ constexpr int kExitUsage = 2;
 struct Options {
     std::string serialNumber = "20001";
     std::string address = "127.0.0.1";
-    std::string descriptionFile;     ///< GenICam XML; empty: the description built into Aravis
-    double frameRate = 25;           ///< frames per second
-    unsigned int packetSize = 9000;  ///< bytes of a stream packet, until the host sets another
-    double packetLoss = 0;           ///< per cent
+    std::string descriptionFile;      ///< GenICam XML; empty: the description built into Aravis
+    double frameRate = 25;            ///< frames per second
+    unsigned int packetSize = 16000;  ///< bytes of a stream packet, until the host sets another
+    double packetLoss = 0;            ///< per cent
     bool exitWithStdin = false;
     bool help = false;
 };

@@ -3,8 +3,11 @@
 #include <endian.h>
 
 #include <algorithm>
+#include <boost/chrono/duration.hpp>
+#include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/thread.hpp>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -24,6 +27,8 @@ constexpr guint64 kControlPrivilegeAddress = 0x0A00;
 constexpr unsigned int kControlledMask = 0x3;  // control access or exclusive access is granted
 
 constexpr unsigned int kMaxQuadletsOfRun = 128;  // GVCP carries at most 540 bytes, address included
+
+constexpr boost::chrono::seconds kLongestSignal(10);
 
 /// GigE Vision devices are opened by address: by their id Aravis would look for them again, for a second.
 const std::string& GetOpeningName(const DeviceListing& listing) {
@@ -69,6 +74,8 @@ Error CheckControl(ArvDevice* pDevice, const DeviceListing& listing) {
 
 }  // namespace
 
+boost::mutex GenicamDevice::m_lossMutex;
+
 Error GenicamDevice::Open(const DeviceListing& listing, std::function<void()> onLost,
                           boost::shared_ptr<GenicamDevice>* ppDevice) {
     AravisError report;
@@ -97,7 +104,18 @@ GenicamDevice::GenicamDevice(GObjectHandle<ArvDevice> pDevice)
 
 GenicamDevice::~GenicamDevice() {
     g_signal_handlers_disconnect_by_data(m_pDevice.get(), this);
-    m_pDevice.reset();  // waits for the thread that may still be telling of a loss
+    WaitForSoleReference();
+    m_pDevice.reset();
+}
+
+/// A thread that is telling of a loss has a reference for as long as it tells. Were that the last one, the
+/// device would end on that thread, which it waits for.
+void GenicamDevice::WaitForSoleReference() const {
+    const auto deadline = boost::chrono::steady_clock::now() + kLongestSignal;
+    while (g_atomic_int_get(&G_OBJECT(m_pDevice.get())->ref_count) > 1 &&
+           boost::chrono::steady_clock::now() < deadline) {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
+    }
 }
 
 void GenicamDevice::WatchControl(std::function<void()> onLost) {
@@ -115,7 +133,7 @@ void GenicamDevice::OnControlLost(ArvDevice* /*pDevice*/, gpointer pData) {
     auto* const pThis = static_cast<GenicamDevice*>(pData);
     std::function<void()> onLost;
     {
-        boost::lock_guard<boost::mutex> lock(pThis->m_lossMutex);
+        boost::lock_guard<boost::mutex> lock(m_lossMutex);
         pThis->m_isLost = true;
         onLost.swap(pThis->m_onLost);
     }

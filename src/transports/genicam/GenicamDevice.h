@@ -76,13 +76,16 @@ class GenicamDevice {
     Error AccessFeature(const char* feature, const std::function<void(ArvDevice*, GError**)>& call);
     Error AccessMemory(bool write, unsigned int address, unsigned int* pValues, unsigned int count);
     void WatchControl(std::function<void()> onLost);
+    void WaitForSoleReference() const;
 
     GObjectHandle<ArvDevice> m_pDevice;  // set by the constructor
     const bool m_isGigE;                 // else USB3 Vision
     std::atomic<bool> m_isPacketSizeNegotiated{false};
     std::atomic<bool> m_isLost{false};
 
-    boost::mutex m_lossMutex;  // guards m_onLost
+    // Guards m_onLost of all devices. It is there before any thread of Aravis, as a device's own would not
+    // be.
+    static boost::mutex m_lossMutex;
     std::function<void()> m_onLost;
 
     // One access at a time: Aravis' features are not made for threads, and a device answers one request at

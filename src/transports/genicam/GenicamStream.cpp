@@ -88,7 +88,7 @@ Error GenicamStream::Create(const ZevrinConfig& config) {
     if (error != ERR_OK) {
         return error;
     }
-    ApplyStreamSettings(pStream, config);
+    ApplyStreamSettings(pStream, config, m_format.payloadSize);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
         m_pStream = pStream;

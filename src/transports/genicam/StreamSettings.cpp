@@ -15,6 +15,10 @@ constexpr unsigned int kMinPacketSize = 220;
 constexpr unsigned int kMaxPacketSize = 65532;
 constexpr unsigned int kPacketSizeStep = 4;
 
+constexpr std::size_t kImagesInSocket = 2;
+constexpr std::size_t kMinSocketBuffer = 1 << 20;
+constexpr auto kMaxSocketBuffer = static_cast<std::size_t>(std::numeric_limits<gint>::max());
+
 constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
 
 Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
@@ -72,19 +76,17 @@ Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
     return error;
 }
 
-/// The system's own socket buffer holds less than many a frame, so without a wish it is made to hold one.
-void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config) {
+void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config, std::size_t payloadSize) {
     if (!ARV_IS_GV_STREAM(pStream)) {
         return;
     }
-    if (config.socketBufferSize != 0) {
-        const auto size = static_cast<gint>(std::min<unsigned int>(
-            config.socketBufferSize, static_cast<unsigned int>(std::numeric_limits<gint>::max())));
-        g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size", size,
-                     nullptr);
-    } else {
-        g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_AUTO, nullptr);
-    }
+    // The system's own size holds less than many an image. It counts what packets take in its memory, which
+    // is more than they carry, and cuts down what is too much.
+    const std::size_t size = config.socketBufferSize != 0
+                                 ? config.socketBufferSize
+                                 : std::max(kImagesInSocket * payloadSize, kMinSocketBuffer);
+    g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
+                 static_cast<gint>(std::min(size, kMaxSocketBuffer)), nullptr);
     if (config.packetResend != 0) {
         g_object_set(pStream, "packet-resend", ARV_GV_STREAM_PACKET_RESEND_NEVER, nullptr);
     }

@@ -2,6 +2,8 @@
 
 #include <arv.h>
 
+#include <cstddef>
+
 #include "zevrin/Configuration.h"
 #include "zevrin/Error.h"
 
@@ -14,6 +16,7 @@ class GenicamDevice;
 Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config);
 
 /// Socket buffer and resending of lost packets.
-void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config);
+/// @param payloadSize  bytes of an image
+void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config, std::size_t payloadSize);
 
 }  // namespace Zevrin

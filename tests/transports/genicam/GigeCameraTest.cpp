@@ -1,8 +1,11 @@
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <fstream>
 #include <numeric>
+#include <thread>
 
 #include "BusMaster.h"
 #include "CycleTime.h"
@@ -88,11 +91,44 @@ TEST_F(GigeTest, ControlIsSharedInsideTheProcessAndLeftWithTheLastObject) {
     {
         IidcCamera second;
         ASSERT_OK(second.Connect(kSerialNumber));
+        ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+        EXPECT_EQ(second.StartCapture(nullptr, nullptr).GetType(), ERR_ISOCH_ALREADY_STARTED);
+        ASSERT_OK(m_camera.StopCapture());
+        ASSERT_OK(second.StartCapture(nullptr, nullptr));
     }
     ASSERT_OK(Write(kTestAddress, 1));
     ASSERT_OK(m_camera.Disconnect());
     ChildProcess other({"/proc/self/exe", kHoldControl});
     EXPECT_EQ(other.ReadUntil("held\n", kPatience), "held\n");
+}
+
+TEST_F(GigeTest, ManyThreadsUseOneCameraWhileItStreams) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    ASSERT_OK(SetImageSize(64, 64));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    std::atomic<unsigned int> failures{0};
+    std::vector<std::thread> threads;
+    for (unsigned int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, address = 0x4000 + 64 * thread, begin = thread << 16] {
+            for (unsigned int round = begin; round < begin + 100; ++round) {
+                const unsigned int written[3] = {round, ~round, round * 7};
+                unsigned int read[3] = {};
+                const bool worked = m_camera.WriteRegisterBlock(0, address, written, 3) == ERR_OK &&
+                                    m_camera.ReadRegisterBlock(0, address, read, 3) == ERR_OK &&
+                                    std::equal(written, written + 3, read);
+                failures += worked ? 0 : 1;
+                failures += m_camera.GetStream().GetNumResendPacketsReceived();
+            }
+        });
+    }
+    Image image;
+    for (unsigned int frame = 0; frame < 10; ++frame) {
+        EXPECT_EQ(m_camera.WaitForBufferEvent(&image, 30000).GetType(), ERR_OK);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0U);
 }
 
 TEST_F(GigeTest, RegisterViewHasWhatStandsForAFeature) {

@@ -15,10 +15,6 @@ int HoldControl() {
     return error == ERR_OK ? 0 : 1;
 }
 
-GigeTest::GigeTest() {
-    StartFakeCamera();
-}
-
 void GigeTest::StartFakeCamera(const std::vector<std::string>& options) {
     m_pFakeCamera.reset();
     std::vector<std::string> command = {ZEVRIN_FAKE_CAMERA_PROGRAM, "--exit-with-stdin", "--serial",
@@ -26,7 +22,7 @@ void GigeTest::StartFakeCamera(const std::vector<std::string>& options) {
     command.insert(command.end(), options.begin(), options.end());
     m_pFakeCamera = std::make_unique<ChildProcess>(command);
     const std::string said = m_pFakeCamera->ReadUntil("ready\n", kPatience);
-    EXPECT_EQ(said, "ready\n");
+    ASSERT_EQ(said, "ready\n");
 }
 
 Error GigeTest::SetImageSize(unsigned int width, unsigned int height) {

@@ -23,7 +23,7 @@
 namespace Zevrin {
 
 constexpr char kHoldControl[] = "--hold-control";
-constexpr unsigned int kSerialNumber = 20001;
+constexpr unsigned int kSerialNumber = 7654321;
 constexpr std::chrono::seconds kPatience{30};  // for what takes a moment on a machine at leisure
 
 /// Connects to the fake camera, says "held", and keeps it until standard input is closed.
@@ -46,8 +46,9 @@ class TestCamera : public IidcCamera {
 /// A fake camera that serves, the library, and an object for the camera.
 class GigeTest : public testing::Test {
   protected:
-    GigeTest();
+    void SetUp() override { StartFakeCamera(); }
 
+    /// Fails for good when it does not serve.
     void StartFakeCamera(const std::vector<std::string>& options = {});
 
     Error Read(unsigned int address, unsigned int* pValue) {
