@@ -7,8 +7,6 @@
 
 #include <zevrin/ImageFile.h>
 
-#include "Session.h"
-
 namespace ZevrinTool {
 
 namespace {
@@ -30,9 +28,11 @@ bool IsConnectionLost(const Zevrin::Error& error) {
 }  // namespace
 
 unsigned long long FrameNumbers::Add(unsigned long long frameId) {
-    const unsigned long long step = m_hasLast && frameId > m_lastId ? frameId - m_lastId : 1;
-    m_missing += m_hasLast ? step - 1 : 0;
-    m_number = m_number == 0 && !m_hasLast ? frameId : m_number + step;
+    const bool isFollower = m_hasLast && frameId > m_lastId;
+    const unsigned long long step = isFollower ? frameId - m_lastId : 1;
+    m_missing += step - 1;
+    m_number = m_isFirst ? frameId : m_number + step;
+    m_isFirst = false;
     m_lastId = frameId;
     m_hasLast = true;
     return m_number;

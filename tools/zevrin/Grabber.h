@@ -45,7 +45,8 @@ class FrameNumbers {
     void Restart() { m_hasLast = false; }
 
   private:
-    bool m_hasLast = false;
+    bool m_isFirst = true;
+    bool m_hasLast = false;  // of the present stream
     unsigned long long m_lastId = 0;
     unsigned long long m_number = 0;
     unsigned long long m_missing = 0;

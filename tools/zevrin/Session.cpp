@@ -65,8 +65,4 @@ boost::shared_ptr<Zevrin::IidcCamera> Session::Connect(unsigned int serialNumber
     return pCamera;
 }
 
-std::string NameOf(unsigned int serialNumber) {
-    return "camera " + std::to_string(serialNumber);
-}
-
 }  // namespace ZevrinTool

@@ -35,7 +35,4 @@ class Session {
     Zevrin::CameraSystem m_system;
 };
 
-/// "Camera 1001".
-std::string NameOf(unsigned int serialNumber);
-
 }  // namespace ZevrinTool

@@ -40,6 +40,10 @@ void Check(const Zevrin::Error& error, const std::string& what) {
     }
 }
 
+std::string NameOf(unsigned int serialNumber) {
+    return "camera " + std::to_string(serialNumber);
+}
+
 void Complain(const std::string& message) {
     std::cerr << "zevrin: " + message + "\n" << std::flush;  // in one piece: several threads complain
 }

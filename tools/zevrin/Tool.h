@@ -32,6 +32,9 @@ ExitCode ExitCodeOf(const Zevrin::Error& error);
 /// Throws `ToolFailure` when `error` is one; `what` is put before its description.
 void Check(const Zevrin::Error& error, const std::string& what = std::string());
 
+/// "camera 1001".
+std::string NameOf(unsigned int serialNumber);
+
 /// A line on standard error.
 void Complain(const std::string& message);
 
