@@ -189,7 +189,7 @@ constexpr char kFooter[] =
 that are missing in the camera's own numbering.
 
 Examples:
-  zevrin --simulate 1 grab -n 100 -o images
+  zevrin --simulate 1 grab -n 20 -o images
   zevrin grab 1001 1002 -n 20 --buffers 20
   zevrin --json grab --all -n 5 --timeout 5000
 )";
@@ -200,7 +200,7 @@ void AddGrabVerb(CLI::App& app, Tool& tool) {
     CLI::App* const pVerb =
         AddVerb(app, "grab", "Grabs images, from several cameras at the same time", kFooter);
     auto pOptions = std::make_shared<GrabOptions>();
-    AddNumbers(*pVerb, "SERIAL", "<number>", &pOptions->named, NumberRule(), "Serial numbers of the cameras");
+    AddNumbers(*pVerb, "SERIAL", &pOptions->named, NumberRule(), "Serial numbers of the cameras");
     pVerb->add_flag("--all", pOptions->all, "Grabs from every camera that is there")
         ->excludes(pVerb->get_option("SERIAL"));
     AddNumber(*pVerb, "-n,--count", "<frames>", &pOptions->plan.count, {1, kMaxCount, 1},

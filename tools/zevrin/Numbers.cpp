@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cstdio>
+#include <sstream>
 #include <system_error>
 
 namespace ZevrinTool {
@@ -54,19 +55,29 @@ CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::strin
         ->type_name(placeholder);
 }
 
-CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, const std::string& placeholder,
-                        std::vector<unsigned int>* pValues, const NumberRule& rule, const std::string& help) {
-    return verb
-        .add_option_function<std::vector<std::string>>(
-            name,
-            [=](const std::vector<std::string>& texts) {
-                for (const std::string& text : texts) {
-                    pValues->push_back(ParseNumber(name, text, rule));
-                }
-            },
-            help)
-        ->type_name(placeholder)
-        ->delimiter(',');
+CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,
+                        const NumberRule& rule, const std::string& help) {
+    return verb.add_option_function<std::vector<std::string>>(
+        name,
+        [=](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+                pValues->push_back(ParseNumber(name, text, rule));
+            }
+        },
+        help);
+}
+
+CLI::Option* AddNumberList(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,
+                           const NumberRule& rule, const std::string& help) {
+    return verb.add_option_function<std::string>(
+        name,
+        [=](const std::string& list) {
+            std::istringstream parts(list + ",");  // an empty part behind the last comma is a mistake too
+            for (std::string part; std::getline(parts, part, ',');) {
+                pValues->push_back(ParseNumber(name, part, rule));
+            }
+        },
+        help);
 }
 
 std::string Hex(unsigned int value) {

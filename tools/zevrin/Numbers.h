@@ -22,12 +22,16 @@ struct NumberRule {
 /// Throws CLI::ValidationError, which names the argument, its text, and what would be right.
 unsigned int ParseNumber(const std::string& argument, const std::string& text, const NumberRule& rule);
 
-/// Adds an option or positional argument that is a number, or numbers separated by commas or spaces.
+/// Adds an option or positional argument that is a number.
 /// @param placeholder  shown in the help, such as "<ms>"
 CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::string& placeholder,
                        unsigned int* pValue, const NumberRule& rule, const std::string& help);
-CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, const std::string& placeholder,
-                        std::vector<unsigned int>* pValues, const NumberRule& rule, const std::string& help);
+
+/// The same for several numbers: arguments of their own, or one argument with commas between them.
+CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,
+                        const NumberRule& rule, const std::string& help);
+CLI::Option* AddNumberList(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,
+                           const NumberRule& rule, const std::string& help);
 
 /// "0x00000614".
 std::string Hex(unsigned int value);

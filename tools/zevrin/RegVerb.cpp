@@ -145,8 +145,7 @@ std::shared_ptr<Access> AddAccess(CLI::App& verb) {
 }
 
 void AddSerial(CLI::App& verb, Access* pAccess) {
-    AddNumbers(verb, "SERIAL", "<number>", &pAccess->named, NumberRule(), "Serial number of the camera")
-        ->expected(0, 1);
+    AddNumbers(verb, "SERIAL", &pAccess->named, NumberRule(), "Serial number of the camera")->expected(0, 1);
 }
 
 constexpr char kRegFooter[] = R"(Examples:
@@ -181,10 +180,9 @@ void AddRegVerb(CLI::App& app, Tool& tool) {
 
     CLI::App* const pWrite = AddVerb(*pReg, "write", "Writes registers", kWriteFooter);
     const auto pToWrite = AddAccess(*pWrite);
-    AddNumbers(*pWrite, "VALUE", "<value>", &pToWrite->values, NumberRule(),
-               "What to write, 0 to 0xFFFFFFFF; several, separated by commas, go to consecutive addresses")
-        ->required()
-        ->expected(1);
+    AddNumberList(*pWrite, "VALUE", &pToWrite->values, NumberRule(),
+                  "What to write, 0 to 0xFFFFFFFF; several, separated by commas, go to consecutive addresses")
+        ->required();
     AddSerial(*pWrite, pToWrite.get());
     pWrite->callback([&tool, pToWrite] { tool.run = [&tool, pToWrite] { RunWrite(tool, *pToWrite); }; });
 }

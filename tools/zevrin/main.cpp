@@ -17,13 +17,14 @@ camera is there.
 Exit codes: 0 good, 1 the operation failed, 2 usage, 3 no such camera, 4 time-out
 
 Environment:
-  ZEVRIN_SIMULATE   what --simulate says, for every program of the library
-  ZEVRIN_LOG        level of the library's log on standard error: off, error, warn, info, debug (default: off)
+  ZEVRIN_SIMULATE    what --simulate says, for every program of the library
+  ZEVRIN_TRANSPORTS  where to look for cameras, separated by commas: simulated, genicam (default: everywhere)
+  ZEVRIN_LOG         level of the library's log on standard error: off, error, warn, info, debug (default: off)
 
 Examples:
   zevrin list
   zevrin --simulate 2 list
-  zevrin --simulate 2 grab -n 100 -o images 1001
+  zevrin --simulate 2 grab -n 20 -o images 1001
 )";
 
 void AddGlobalOptions(CLI::App& app, Tool& tool) {
