@@ -5,6 +5,9 @@
 #include <string>
 
 #include "SimulatedTransport.h"
+#ifdef ZEVRIN_WITH_GENICAM
+#include "GenicamTransport.h"
+#endif
 
 namespace Zevrin {
 
@@ -30,6 +33,9 @@ void KeepWanted(std::vector<std::unique_ptr<Transport>>* pTransports) {
 std::vector<std::unique_ptr<Transport>> CreateTransports() {
     std::vector<std::unique_ptr<Transport>> transports;
     transports.push_back(std::make_unique<SimulatedTransport>());
+#ifdef ZEVRIN_WITH_GENICAM
+    transports.push_back(std::make_unique<GenicamTransport>());
+#endif
     KeepWanted(&transports);
     return transports;
 }
