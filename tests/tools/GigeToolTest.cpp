@@ -97,10 +97,11 @@ TEST_F(GigeTool, KeepsWholeFilesWhenTheCameraVanishes) {
 TEST_F(GigeTool, ReadsDeviceMemory) {
     Process camera({kFakeCamera}, m_options);
     ASSERT_TRUE(camera.WaitForOutput("ready")) << camera.Finish().messages;
-    // GigE Vision bootstrap registers: version 1.0 or later at 0.
-    const SpawnResult result = Zevrin::Spawn({kZevrin, "reg", "read", "--memory", "0", kSerial}, m_options);
+    // The serial number, as text, in the GigE Vision bootstrap registers.
+    const SpawnResult result =
+        Zevrin::Spawn({kZevrin, "reg", "read", "--memory", "0xD8", kSerial}, m_options);
     EXPECT_EQ(0, result.exitCode) << result.messages;
-    EXPECT_EQ(0U, result.output.find("0x00000000  0x0001000")) << result.output;
+    EXPECT_EQ("0x000000D8  0x32303030\n", result.output);
 }
 
 }  // namespace
