@@ -1,0 +1,10 @@
+#pragma once
+
+namespace Zevrin {
+
+class HardwareInterface {
+  public:
+    virtual ~HardwareInterface() = default;
+};
+
+}  // namespace Zevrin
