@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HardwareInterface.h"
 #include "Script.h"
 
 namespace Zevrin {
@@ -23,6 +24,12 @@ class BusMaster {
         return generation;
     }
 
+    Error GetHwInterfaceFromSerialNumber(unsigned int serialNumber, HardwareInterface** ppHardware) {
+        *ppHardware = &m_hardware;
+        return Script::Answer("BusMaster::GetHwInterfaceFromSerialNumber", serialNumber);
+    }
+
+    HardwareInterface m_hardware;
     unsigned int m_lastSerialNumber = 0;
 };
 

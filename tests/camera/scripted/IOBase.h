@@ -20,10 +20,19 @@ class IOBase {
     Error ReleaseIO() { return Script::Answer("IOBase::ReleaseIO", m_className); }
 
     Error ReadRegister(unsigned int address, unsigned int* pValue) {
-        return Script::Answer("IOBase::ReadRegister", address, pValue);
+        const Error error = Script::AnswerAccess(Script::Answer("IOBase::ReadRegister", address, pValue));
+        if (error == ERR_OK && !Script::Get().isQuiet) {
+            *pValue = Script::Get().registers[address];
+        }
+        return error;
     }
     Error WriteRegister(unsigned int address, unsigned int value, bool broadcast) {
-        return Script::Answer("IOBase::WriteRegister", address, value, broadcast);
+        const Error error =
+            Script::AnswerAccess(Script::Answer("IOBase::WriteRegister", address, value, broadcast));
+        if (error == ERR_OK && !Script::Get().isQuiet) {
+            Script::Get().registers[address] = value;
+        }
+        return error;
     }
     Error ReadRegisterBlock(unsigned short high, unsigned int low, unsigned int* pBuffer,
                             unsigned int length) {
@@ -39,6 +48,25 @@ class IOBase {
     Error WriteBaseRegister(unsigned int address, unsigned int value) {
         return Script::Answer("IOBase::WriteBaseRegister", address, value);
     }
+
+    Error GetTimeStamp(TimeStamp* pTimeStamp) {
+        *pTimeStamp = Script::Get().timeStamp;
+        return Script::Answer("IOBase::GetTimeStamp", m_className);
+    }
+    Error GetPortErr(unsigned int* pErrors) {
+        *pErrors = 31;
+        return Script::Answer("IOBase::GetPortErr", m_className);
+    }
+    unsigned int GetRegReadErr() {
+        static_cast<void>(Script::Answer("IOBase::GetRegReadErr", m_className));
+        return Script::Get().readErrors;
+    }
+    unsigned int GetRegWriteErr() {
+        static_cast<void>(Script::Answer("IOBase::GetRegWriteErr", m_className));
+        return Script::Get().writeErrors;
+    }
+    void ResetRegReadErr() { static_cast<void>(Script::Answer("IOBase::ResetRegReadErr", m_className)); }
+    void ResetRegWriteErr() { static_cast<void>(Script::Answer("IOBase::ResetRegWriteErr", m_className)); }
 
   protected:
     explicit IOBase(const char* className) : m_className(className) { Script::RecordConstruction(className); }

@@ -13,7 +13,13 @@ class PropertyManager : public IOBase {
         return Script::Answer("PropertyManager::GetPropertyInfo", pInfo);
     }
     Error GetProperty(Property* pProperty) {
-        return Script::Answer("PropertyManager::GetProperty", pProperty);
+        Script::Get().lastProperty = *pProperty;
+        const Error error = Script::Answer("PropertyManager::GetProperty", pProperty);
+        if (error == ERR_OK && !Script::Get().isQuiet) {
+            pProperty->present = Script::Get().property.present;
+            pProperty->valueA = Script::Get().property.valueA;
+        }
+        return error;
     }
     Error SetProperty(const Property* pProperty, bool broadcast) {
         Script::Get().lastProperty = *pProperty;

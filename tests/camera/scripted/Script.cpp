@@ -1,5 +1,7 @@
 #include "Script.h"
 
+#include "InternalError.h"
+
 namespace Zevrin {
 namespace Script {
 
@@ -10,6 +12,14 @@ State& Get() {
 
 void Reset() {
     Get() = State();
+}
+
+Error AnswerAccess(const Error& answer) {
+    int& until = Get().registerAccessesUntilFailure;
+    if (until < 0 || until-- > 0) {
+        return answer;
+    }
+    return InternalError(1, "Component.cpp", "", "", ERR_TIMEOUT, "access refused");
 }
 
 void RecordConstruction(const char* className) {

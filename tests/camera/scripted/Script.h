@@ -5,8 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "zevrin/CameraInfo.h"
 #include "zevrin/Error.h"
+#include "zevrin/PixelFormat.h"
 #include "zevrin/Property.h"
+#include "zevrin/TimeStamp.h"
 
 namespace Zevrin {
 
@@ -14,12 +17,21 @@ namespace Zevrin {
 namespace Script {
 
 struct State {
-    std::vector<std::string> calls;         ///< in order, as `CallText` writes them
-    std::map<std::string, Error> failures;  ///< by "Class::Operation"
-    std::string throwingConstructor;        ///< the class whose constructor throws
-    std::vector<unsigned int> generations;  ///< the bus manager's next answers; the last one stays
+    std::vector<std::string> calls;                  ///< in order, as `CallText` writes them
+    std::map<std::string, Error> failures;           ///< by "Class::Operation"
+    std::map<unsigned int, unsigned int> registers;  ///< what the register component reads and writes
+    int registerAccessesUntilFailure = -1;           ///< 0: the next one fails; -1: none does
+    TimeStamp timeStamp;                             ///< the bus time
+    unsigned int readErrors = 0;                     ///< of every component
+    unsigned int writeErrors = 0;                    ///< of every component
+    std::string throwingConstructor;                 ///< the class whose constructor throws
+    std::vector<unsigned int> generations;           ///< the bus manager's next answers; the last one stays
     int interfaceType = 0;
     bool isGrabStarted = false;
+    int eventStatus = 0;
+    BayerTileFormat bayerFormat = BAYER_NONE;
+    CameraInfo cameraInfo;
+    Property property;      ///< what the property component has
     Property lastProperty;  ///< what the property component was given to set
     bool isQuiet = false;   ///< nothing is recorded, nothing fails: for counting allocations
 };
@@ -55,6 +67,9 @@ Error Answer(const char* operation, const Arguments&... arguments) {
     const auto failure = Get().failures.find(operation);
     return failure != Get().failures.end() ? failure->second : Error();
 }
+
+/// The same for a register access, which fails when the script has come to that one.
+Error AnswerAccess(const Error& answer);
 
 void RecordConstruction(const char* className);
 void RecordDestruction(const char* className);
