@@ -50,7 +50,7 @@ struct StreamFormat {
     std::size_t payloadSize = 0;  ///< bytes that a frame buffer must hold
 };
 
-/// Packet counts of the transport since the camera was opened.
+/// Packet counts of the transport, over the handle's life: they never fall.
 struct StreamCounters {
     unsigned int resendPacketsRequested = 0;
     unsigned int resendPacketsReceived = 0;
@@ -102,8 +102,9 @@ class HardwareInterface {
     /// Errors: ERR_ISOCH_ALREADY_STARTED (by this or another object), ERR_ISOCH_START_FAILED.
     virtual Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) = 0;
 
-    /// When it returns, no thread of the transport touches the queue or its buffers any more. Does
-    /// nothing when no stream runs. May be called from within a callback that the stream causes.
+    /// When it returns, no thread of the transport touches the queue or its buffers any more, and the queue
+    /// has no listener. Does nothing when no stream runs. May be called from within a callback that the
+    /// stream causes.
     virtual void StopStream() = 0;
 
     virtual StreamCounters GetStreamCounters() const = 0;

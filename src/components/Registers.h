@@ -21,6 +21,7 @@ constexpr unsigned int kIsoChannel = 0x60C;
 constexpr unsigned int kCameraPower = 0x610;
 constexpr unsigned int kTransmission = 0x614;
 constexpr unsigned int kDataDepth = 0x630;
+constexpr unsigned int kEmbeddedInfo = 0x12F8;  ///< ours: bit i, from the least significant end, for item i
 }  // namespace Register
 
 /// Bit 0 of the standard: the switch of every register that is one.

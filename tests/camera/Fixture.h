@@ -65,6 +65,13 @@ class CameraTest : public testing::Test {
     ~CameraTest() override { Script::Reset(); }
 
     static std::vector<std::string>& Calls() { return Script::Get().calls; }
+    /// Which of the camera object's files noticed it is its own affair; all say that it was this one.
+    static void ExpectOwnSource(const Error& error) {
+        EXPECT_STREQ(error.GetSourceFile(), "CameraInternal.cpp");
+        EXPECT_GT(error.GetSourceLine(), 0);
+        EXPECT_EQ(std::string(error.GetBuildDate()).size(), std::string("Oct 15 2018").size());
+        EXPECT_EQ(std::string(error.GetBuildTime()).size(), std::string("22:23:22").size());
+    }
     static int BusMasterHolds() { return Singleton<BusMaster>::m_iRefCount; }
 
     TestCamera m_camera;

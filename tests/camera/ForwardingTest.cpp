@@ -9,6 +9,10 @@ namespace {
 class ForwardingTest : public CameraTest, public testing::WithParamInterface<Operation> {
   protected:
     static bool IsGuarded() { return GetParam().shape != Shape::kUnguardedPassThrough; }
+    static bool IsPassedThrough() {
+        return GetParam().shape == Shape::kGuardedPassThrough ||
+               GetParam().shape == Shape::kUnguardedPassThrough;
+    }
     Error Invoke() { return GetParam().invoke(m_camera); }
 };
 
@@ -17,10 +21,15 @@ INSTANTIATE_TEST_SUITE_P(AllOperations, ForwardingTest, testing::ValuesIn(Operat
 
 TEST_P(ForwardingTest, HandsItsArgumentsToOneComponentOperation) {
     const int holds = BusMasterHolds();
+    int holdsInside = -1;
+    Script::Get().onCall = [&] { holdsInside = BusMasterHolds(); };
+    Script::Get().success = InternalError(3, "Component.cpp", "", "", ERR_OK, "the component's own success");
     const Error error = Invoke();
     EXPECT_EQ(error, ERR_OK);
-    EXPECT_EQ(CauseLevels(error), 0);
+    EXPECT_STREQ(error.GetSourceFile(), IsPassedThrough() ? "Component.cpp" : "")
+        << "own success, or a fresh one";
     EXPECT_EQ(Calls(), std::vector<std::string>{GetParam().expectedCall});
+    EXPECT_EQ(holdsInside, holds) << "the guard's hold is gone when the component is called";
     EXPECT_EQ(BusMasterHolds(), holds);
 }
 
@@ -30,17 +39,15 @@ TEST_P(ForwardingTest, PassesAFailureUpInItsShape) {
     const int holds = BusMasterHolds();
     const Error error = Invoke();
     const bool hasOwnMessage = GetParam().shape == Shape::kOwnMessage;
-    const bool isPassedThrough =
-        GetParam().shape == Shape::kGuardedPassThrough || GetParam().shape == Shape::kUnguardedPassThrough;
-
     EXPECT_EQ(error.GetType(), hasOwnMessage ? GetParam().failureType : failure.GetType());
     EXPECT_STREQ(error.GetDescription(), hasOwnMessage ? GetParam().failureText : failure.GetDescription());
-    EXPECT_EQ(CauseLevels(error), isPassedThrough ? 0 : 1);
-    EXPECT_STREQ(error.GetSourceFile(), isPassedThrough ? "Component.cpp" : "CameraInternal.cpp");
-    if (!isPassedThrough) {
+    EXPECT_EQ(CauseLevels(error), IsPassedThrough() ? 0 : 1);
+    if (IsPassedThrough()) {
+        EXPECT_STREQ(error.GetSourceFile(), "Component.cpp");
+    } else {
+        ExpectOwnSource(error);
         EXPECT_STREQ(error.GetCause().GetDescription(), failure.GetDescription());
         EXPECT_EQ(error.GetCause().GetType(), failure.GetType());
-        EXPECT_GT(error.GetSourceLine(), 0);
     }
     EXPECT_EQ(BusMasterHolds(), holds);
 }
@@ -68,6 +75,8 @@ TEST_P(ForwardingTest, AsksTheGuardFirst) {
             EXPECT_STREQ(error.GetDescription(), c.text);
             EXPECT_EQ(CauseLevels(error), 1);
             EXPECT_EQ(error.GetCause().GetType(), c.type);
+            ExpectOwnSource(error);
+            ExpectOwnSource(error.GetCause());
             EXPECT_TRUE(Calls().empty());
         } else {
             EXPECT_EQ(error, ERR_OK);
@@ -93,6 +102,18 @@ INSTANTIATE_TEST_SUITE_P(AllOperations, ForwardingDeathTest, testing::ValuesIn(O
 TEST_P(ForwardingDeathTest, EndsTheProcessWhenItsComponentIsMissing) {
     GetParam().emptyHandle(m_camera);
     EXPECT_DEATH(static_cast<void>(Invoke()), "px != 0");
+}
+
+using EmptyHandleDeathTest = CameraTest;
+
+TEST_F(EmptyHandleDeathTest, EndsTheProcessOutsideTheFamilyToo) {
+    m_camera.m_pIso.reset();
+    EXPECT_DEATH(static_cast<void>(m_camera.StopCapture()), "px != 0");
+    m_camera.m_pPropertyManager.reset();
+    const Property delay;
+    EXPECT_DEATH(static_cast<void>(m_camera.SetTriggerDelay(&delay, false)), "px != 0");
+    EXPECT_DEATH(static_cast<void>(m_camera.SetAllIO(nullptr, 0, 0)), "px != 0");
+    EXPECT_DEATH(static_cast<void>(m_camera.ReleaseAllIO()), "px != 0");
 }
 
 using TriggerDelayTest = CameraTest;
@@ -123,12 +144,24 @@ TEST_F(TriggerDelayTest, GettersWriteTheTypeIntoTheCallersRecordAndTheSetterDoes
     EXPECT_EQ(seen.reserved[7], 77U);
 }
 
+TEST_F(TriggerDelayTest, SetterHandsItsFlagOn) {
+    const Property delay;
+    for (const char flag : {'0', '1'}) {
+        EXPECT_EQ(m_camera.SetTriggerDelay(&delay, flag == '1'), ERR_OK);
+        EXPECT_EQ(Calls().back().back(), flag);
+    }
+}
+
 TEST_F(TriggerDelayTest, LeavesTheCallersRecordAloneWhenTheGuardFails) {
     EXPECT_EQ(m_camera.Disconnect(), ERR_OK);
     PropertyInfo info;
     info.type = WHITE_BALANCE;
     EXPECT_EQ(m_camera.GetTriggerDelayInfo(&info), ERR_NOT_CONNECTED);
     EXPECT_EQ(info.type, WHITE_BALANCE);
+    Property delay;
+    delay.type = WHITE_BALANCE;
+    EXPECT_EQ(m_camera.GetTriggerDelay(&delay), ERR_NOT_CONNECTED);
+    EXPECT_EQ(delay.type, WHITE_BALANCE);
 }
 
 TEST_F(TriggerDelayTest, WrapsABusResetBetweenItsTwoChecksTwice) {

@@ -77,6 +77,8 @@ TEST_F(LifecycleTest, LeavesAComponentToItsOtherHolders) {
 
 TEST_F(LifecycleTest, HandsTheHandleToAllElevenEvenWhenOneFails) {
     TestCamera camera;
+    EXPECT_EQ(camera.Connect(kSerialNumber), ERR_OK);
+    Script::Get().generations = {kGeneration};
     const auto pHardware = boost::make_shared<HardwareInterface>();
     Script::Get().failures["IOBase::SetIO"] = ComponentFailure();
     Script::Get().failures["IOBase::ReleaseIO"] = ComponentFailure();
@@ -97,7 +99,7 @@ TEST_F(LifecycleTest, HandsTheHandleToAllElevenEvenWhenOneFails) {
         expected.push_back(Script::CallText("IOBase::ReleaseIO", name));
     }
     EXPECT_EQ(Script::Get().calls, expected);
-    EXPECT_FALSE(camera.IsConnected());
+    EXPECT_EQ(camera.CheckValidity(), ERR_OK) << "connection, serial number and generation are untouched";
     EXPECT_EQ(pHardware.use_count(), 1);
 }
 

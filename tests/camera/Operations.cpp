@@ -178,6 +178,26 @@ const std::vector<Operation>& Operations() {
                  "SetUserBuffers", own, &T::m_pIso, [](C& c) { return c.SetUserBuffers(g_memory, 4, 2); },
                  "Iso::SetUserBuffers", static_cast<void*>(g_memory), 4, 2),
              ERR_FAILED, "Failed setting user buffers."),
+        // The other value of each flag.
+        Row(
+            "SetPropertyHere", pass, &T::m_pPropertyManager,
+            [](C& c) { return c.SetProperty(&g_property, false); }, "PropertyManager::SetProperty",
+            &g_property, false),
+        Row(
+            "SetTriggerModeHere", wrap, &T::m_pTrigger,
+            [](C& c) { return c.SetTriggerMode(&g_triggerMode, false); }, "Trigger::SetTriggerMode",
+            &g_triggerMode, false),
+        Row(
+            "FireSoftwareTriggerHere", wrap, &T::m_pTrigger,
+            [](C& c) { return c.FireSoftwareTrigger(false); }, "Trigger::FireSoftwareTrigger", false),
+        Row(
+            "SetStrobeHere", wrap, &T::m_pStrobe, [](C& c) { return c.SetStrobe(&g_strobe, false); },
+            "Strobe::SetStrobe", &g_strobe, false),
+        Row(
+            "WriteRegisterHere", wrap, &T::m_pIOBase, [](C& c) { return c.WriteRegister(0x614, 7, false); },
+            "IOBase::WriteRegister", 0x614, 7, false),
+        Row(
+            "DisableLUT", wrap, &T::m_pLut, [](C& c) { return c.EnableLUT(false); }, "Lut::Enable", false),
     };
     return operations;
 }

@@ -40,13 +40,18 @@ TEST_F(StreamingTest, StopReportsItsOwnTypeWhateverTheComponentSays) {
     Script::Get().failures["Iso::StopCapture"] = ComponentFailure();
     const Error error = m_camera.StopCapture();
     EXPECT_EQ(error.GetType(), ERR_ISOCH_STOP_FAILED);
+    ExpectOwnSource(error);
     EXPECT_STREQ(error.GetDescription(), "Error stopping stream.");
     EXPECT_STREQ(error.GetCause().GetDescription(), ComponentFailure().GetDescription());
 }
 
 TEST_F(StreamingTest, StopAsksTheGuardBeforeTheStream) {
     EXPECT_EQ(m_camera.Disconnect(), ERR_OK);
-    EXPECT_EQ(m_camera.StopCapture(), ERR_NOT_CONNECTED);
+    const Error error = m_camera.StopCapture();
+    EXPECT_EQ(error.GetType(), ERR_NOT_CONNECTED);
+    EXPECT_EQ(CauseLevels(error), 1);
+    EXPECT_EQ(m_camera.SetCallback(nullptr, nullptr), ERR_NOT_CONNECTED);
+    EXPECT_EQ(Script::Get().grabStartedQueries, 0);
 }
 
 }  // namespace

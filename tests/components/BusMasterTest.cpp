@@ -100,6 +100,43 @@ TEST_F(BusMasterTest, TheSecondCameraOfOneSerialNumberIsLeftOut) {
     EXPECT_EQ(m_pMaster->GetGeneration(1), 1U) << "not the one that holds the number";
 }
 
+TEST_F(BusMasterTest, ACameraThatGoesWhileItIsBeingListedIsGone) {
+    std::vector<CameraIdentity> cameras;
+    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
+    m_pNear->m_onDiscover = [this] { m_pNear->m_pListener->OnCameraLost(m_pOne); };
+    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
+    EXPECT_EQ(m_pMaster->GetGeneration(1), 2U);
+    HardwareInterface* pHandle = nullptr;
+    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_CAMERA_LOST);
+}
+
+TEST_F(BusMasterTest, ACameraThatIsNotListedAnyMoreHasGone) {
+    std::vector<CameraIdentity> cameras;
+    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
+    m_pNear->m_cameras = {m_pTwo};
+    m_pNear->m_failure = Failure(ERR_TRANSPORT_FAILED, "half a list");
+    EXPECT_EQ(m_pMaster->Rescan(), ERR_TRANSPORT_FAILED);
+    EXPECT_EQ(m_pMaster->GetGeneration(1), 1U) << "a failed look proves nothing";
+    m_pNear->m_failure = Error();
+    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
+    EXPECT_EQ(m_pMaster->GetGeneration(1), 2U);
+    EXPECT_EQ(m_pMaster->GetGeneration(3), 1U) << "another transport's";
+}
+
+TEST_F(BusMasterTest, ANumberWhoseCameraHasGoneIsFreeForAnother) {
+    const auto pOther = boost::make_shared<FakeHardware>(1);
+    HardwareInterface* pHandle = nullptr;
+    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_OK);
+    m_pFar->m_pListener->OnCameraArrived(pOther);
+    EXPECT_EQ(m_pMaster->GetDuplicates().size(), 1U);
+    m_pNear->m_pListener->OnCameraLost(m_pOne);
+    m_pFar->m_pListener->OnCameraArrived(pOther);
+    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_OK);
+    EXPECT_EQ(pHandle, pOther.get());
+    EXPECT_TRUE(m_pMaster->GetDuplicates().empty());
+    EXPECT_EQ(m_pMaster->GetGeneration(1), 3U);
+}
+
 TEST_F(BusMasterTest, AFailingTransportDoesNotHideTheOthers) {
     m_pNear->m_failure = Failure(ERR_TRANSPORT_FAILED, "no network");
     m_pNear->m_cameras.clear();
@@ -115,11 +152,17 @@ TEST_F(BusMasterTest, TellsOfEveryChangeAndMayBeAskedMeanwhile) {
     std::vector<std::string> seen;
     m_pMaster->SetChangeListener(this, [&](const CameraIdentity& identity, bool isPresent) {
         std::vector<CameraIdentity> cameras;
+        boost::shared_ptr<HardwareInterface> pHandle;
         EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
+        EXPECT_EQ(m_pMaster->AcquireHardware(9, &pHandle), ERR_CAMERA_NOT_FOUND);
         seen.push_back((isPresent ? "+" : "-") + std::to_string(identity.serialNumber));
     });
-    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
+    boost::shared_ptr<HardwareInterface> pHandle;
+    EXPECT_EQ(m_pMaster->AcquireHardware(1, &pHandle), ERR_OK)
+        << "the rest is found from within the listener";
+    m_pNear->m_cameras = {m_pOne};
     m_pNear->m_pListener->OnCameraLost(m_pTwo);
+    m_pNear->m_cameras = {m_pOne, m_pTwo};
     m_pNear->m_pListener->OnCameraArrived(m_pTwo);
     m_pMaster->SetChangeListener(this, nullptr);
     m_pNear->m_pListener->OnCameraLost(m_pTwo);

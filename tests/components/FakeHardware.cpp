@@ -50,6 +50,9 @@ Error FakeHardware::ReadQuadlets(unsigned short high, unsigned int low, unsigned
 
 Error FakeHardware::WriteQuadlets(unsigned short high, unsigned int low, const unsigned int* pValues,
                                   unsigned int count, bool broadcast) {
+    if (m_onWrite) {
+        m_onWrite();
+    }
     Error error = Take("Write");
     boost::lock_guard<boost::mutex> lock(m_mutex);
     for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
@@ -88,6 +91,11 @@ Error FakeHardware::StartStream(const ZevrinConfig&, const boost::shared_ptr<Fra
 void FakeHardware::StopStream() {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_pQueue.reset();
+}
+
+void FakeHardware::BreakStream(const Error& reason) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pQueue->Fail(reason);
 }
 
 bool FakeHardware::IsStreaming() const {
@@ -133,6 +141,9 @@ void FakeHardware::SendFrame(unsigned int firstQuadlet, bool isComplete) {
 Error FakeTransport::Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) {
     ++m_discoveries;
     *pCameras = m_cameras;
+    if (m_onDiscover) {
+        m_onDiscover();
+    }
     return m_failure;
 }
 

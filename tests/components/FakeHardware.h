@@ -3,6 +3,7 @@
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -40,6 +41,8 @@ class FakeHardware : public HardwareInterface {
     /// One frame of the stream that runs, whose first bytes are `firstQuadlet`, big-endian.
     void SendFrame(unsigned int firstQuadlet = 0, bool isComplete = true);
 
+    void BreakStream(const Error& reason);
+
     unsigned int Register(unsigned int offset) const;
     bool IsStreaming() const;
 
@@ -49,6 +52,7 @@ class FakeHardware : public HardwareInterface {
     std::atomic<int> m_openCount{0};
     std::atomic<unsigned int> m_sent{0};
     std::vector<std::string> m_broadcasts;
+    std::function<void()> m_onWrite;
 
   private:
     Error Take(const std::string& operation);
@@ -68,6 +72,7 @@ class FakeTransport : public Transport {
 
     std::vector<boost::shared_ptr<HardwareInterface>> m_cameras;
     Error m_failure;
+    std::function<void()> m_onDiscover;  ///< runs when the list has been made
     int m_discoveries = 0;
     TopologyListener* m_pListener = nullptr;
 };

@@ -142,15 +142,41 @@ TEST_F(FrameQueueTest, WaitsEndForAReason) {
     EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_OK);
     sender.join();
 
-    Send(2);
     boost::thread breaker([this] { m_pQueue->Fail(Failure(ERR_CAMERA_LOST, "gone")); });
-    breaker.join();
-    EXPECT_EQ(Take()->info.frameId, 2U) << "what waits is still given";
     EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_CAMERA_LOST);
+    breaker.join();
+    Send(2);
+    EXPECT_EQ(Take()->info.frameId, 2U) << "what waits is still given";
+    EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_CAMERA_LOST) << "and the reason stays";
 
+    Make(2, GRAB_IN_ORDER);
     boost::thread closer([this] { m_pQueue->Close(); });
-    closer.join();
     EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_ISOCH_NOT_STARTED);
+    closer.join();
+}
+
+TEST_F(FrameQueueTest, IsNotEndedByTheInterruptionOfAThread) {
+    Make(1, GRAB_IN_ORDER);
+    Error error;
+    boost::thread waiter([&] {
+        Frame* pFrame = nullptr;
+        error = m_pQueue->Retrieve(&pFrame, kTimeoutInfinite);
+    });
+    waiter.interrupt();
+    Send(1);
+    waiter.join();
+    EXPECT_EQ(error, ERR_OK);
+}
+
+TEST_F(FrameQueueTest, BelievesNoSizeBeyondTheBufferAndRemembersNothingOfTheFrameBefore) {
+    Make(1, GRAB_IN_ORDER);
+    Frame* pFrame = m_pQueue->BeginFill();
+    pFrame->info.receivedSize = kBufferSize + 1;
+    pFrame->info.hasTimeStamp = true;
+    m_pQueue->EndFill(pFrame);
+    EXPECT_EQ(Take()->info.receivedSize, kBufferSize);
+    m_pQueue->Release(pFrame);
+    EXPECT_FALSE(m_pQueue->BeginFill()->info.hasTimeStamp);
 }
 
 TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {
@@ -165,9 +191,13 @@ TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {
     m_pQueue->AbandonFill(m_pQueue->BeginFill());
     EXPECT_EQ(freed, 3);
     EXPECT_EQ(Sum(), 2U);
-    m_pQueue->SetFreeListener(nullptr);
+    m_pQueue->SetFreeListener([&] {
+        m_pQueue->SetFreeListener(nullptr);
+        ++freed;
+    });
     m_pQueue->AbandonFill(m_pQueue->BeginFill());
-    EXPECT_EQ(freed, 3);
+    m_pQueue->AbandonFill(m_pQueue->BeginFill());
+    EXPECT_EQ(freed, 4) << "it took itself away";
 }
 
 }  // namespace

@@ -162,6 +162,15 @@ TEST_F(IsoTest, StopsOnItsSideWhenTheCameraDoesNotAnswer) {
     EXPECT_FALSE(m_pHardware->IsStreaming());
 }
 
+TEST_F(IsoTest, AccountsForFramesOfAStartThatFails) {
+    m_pHardware->m_onWrite = [this] { m_pHardware->SendFrame(); };
+    m_pHardware->FailNext("Write", Failure(ERR_TIMEOUT, "no answer"));
+    EXPECT_EQ(Start(), ERR_ISOCH_START_FAILED);
+    EXPECT_FALSE(IsTransmitting()) << "a write without an answer may have taken effect";
+    EXPECT_GE(m_pHardware->m_sent, 1U);
+    EXPECT_EQ(m_pIso->GetNumOfImageDriverDropped(), m_pHardware->m_sent);
+}
+
 TEST_F(IsoTest, StoppingEndsAWait) {
     m_config.grabTimeout = kTimeoutInfinite;
     ASSERT_EQ(Start(), ERR_OK);
@@ -192,6 +201,16 @@ TEST_F(IsoTest, TakesTheTimeStampFromThePixelsOnlyWhenTheCameraPutsItThere) {
     EXPECT_EQ(image.GetTimeStamp().cycleSeconds, 3U);
     EXPECT_EQ(image.GetTimeStamp().cycleCount, 70U);
     EXPECT_EQ(image.GetTimeStamp().cycleOffset, 5U);
+
+    // A start asks the camera, whatever an earlier stream or camera had.
+    for (const unsigned int isOn : {0U, 1U}) {
+        EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+        EXPECT_EQ(m_pIso->WriteRegister(Register::kEmbeddedInfo, isOn, false), ERR_OK);
+        ASSERT_EQ(Start(), ERR_OK);
+        m_pHardware->SendFrame(stamp);
+        ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
+        EXPECT_EQ(image.GetTimeStamp().cycleSeconds, 3 * isOn);
+    }
 }
 
 TEST_F(IsoTest, CountsAndResets) {
@@ -276,6 +295,39 @@ TEST_F(IsoCallbackTest, StopsAndRestartsItsOwnStream) {
     EXPECT_EQ(m_shared.called.Get(), 1);
     m_pIso.reset();  // waits for both threads
     EXPECT_FALSE(m_pHardware->IsStreaming());
+}
+
+TEST_F(IsoCallbackTest, DestructionWaitsForACallbackThatStopsItsStream) {
+    for (int round = 0; round < 20; ++round) {
+        Counter inside;
+        std::atomic<bool> returned{false};
+        m_shared.action = [&] {
+            inside.Add();
+            Error error = m_pIso->StopCapture();
+            error = m_pIso->StartCapture(m_config, nullptr, nullptr);
+            EXPECT_TRUE(error == ERR_OK || error == ERR_NOT_CONNECTED) << error.GetDescription();
+            returned = true;
+        };
+        ASSERT_EQ(Start(&Count, &m_shared), ERR_OK);
+        m_pHardware->SendFrame();
+        EXPECT_TRUE(inside.WaitFor(1));
+        Iso* const pIso = m_pIso.get();
+        pIso->StopForGood();
+        EXPECT_TRUE(returned);
+        EXPECT_FALSE(m_pHardware->IsStreaming());
+        EXPECT_FALSE(pIso->IsGrabStarted());
+    }
+    m_pIso.reset();
+}
+
+TEST_F(IsoCallbackTest, ABrokenStreamTakesNoNewCallbackSilently) {
+    ASSERT_EQ(Start(&Count, &m_shared), ERR_OK);
+    m_pHardware->BreakStream(Failure(ERR_CAMERA_LOST, "gone"));
+    Image image;
+    EXPECT_EQ(m_pIso->RetrieveBuffer(&image), ERR_CAMERA_LOST);
+    EXPECT_EQ(m_pIso->SetCallback(&CountOther, &m_shared), ERR_OK);
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    EXPECT_EQ(m_shared.called.Get() + m_shared.other.Get(), 0);
 }
 
 TEST_F(IsoCallbackTest, TwoStopsAtOnceDoNotWaitForEachOther) {

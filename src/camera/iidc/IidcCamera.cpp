@@ -1,11 +1,12 @@
-#include "IidcCamera.h"
-
+#include "KeepAssertions.h"
+// Before everything else.
 #include <boost/thread/lock_guard.hpp>
 
 #include "BusMaster.h"
 #include "CameraShapes.h"
 #include "Failure.h"
 #include "HardwareInterface.h"
+#include "IidcCamera.h"
 #include "Info.h"
 #include "Iso.h"
 #include "Singleton.h"
@@ -69,8 +70,9 @@ void IidcCamera::GiveUp() {
     if (!m_pHardware) {
         return;
     }
-    Error ignored = m_pIso->StopCapture();  // nothing runs, or nothing more can be done about it
-    ignored = ReleaseAllIO();
+    m_pIso->StopForGood();  // no callback runs from here on
+    const Error released = ReleaseAllIO();
+    static_cast<void>(released);
     m_pHardware->Close();
     m_pHardware.reset();
     m_bConnected = false;

@@ -24,7 +24,8 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// Threads: not beside any other operation on this object.
     Error Connect(unsigned int serialNumber) override;
 
-    /// Stops the stream, if one runs, and gives the camera up. Not guarded.
+    /// Stops the stream, if one runs, waits for its callback (unless called from within it), and gives the
+    /// camera up. Not guarded.
     /// Errors: ERR_NOT_CONNECTED.
     /// Threads: not beside any other operation on this object.
     Error Disconnect() override;
@@ -33,7 +34,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// @param callback  called with each image; null: the one that `SetCallback` installed, if any.
     ///                  Without a callback images are retrieved.
     /// Errors: the guard's, ERR_ISOCH_ALREADY_STARTED, ERR_ISOCH_START_FAILED, ERR_ISOCH_BUFFERS_FAILED,
-    /// ERR_OUT_OF_MEMORY; nothing runs then that did not run before.
+    /// ERR_OUT_OF_MEMORY, ERR_CAMERA_LOST, the transport's; nothing runs then that did not run before.
     Error StartCapture(ImageCallback callback, const void* pCallbackData) override;
 
     /// How the next streams are set up. Not guarded.

@@ -21,7 +21,10 @@ class Iso : public IOBase {
         return Script::Answer("Iso::SetUserBuffers", static_cast<void*>(pMemory), size, count);
     }
     Error StopCapture() { return Script::Answer("Iso::StopCapture"); }
-    bool IsGrabStarted() { return Script::Get().isGrabStarted; }
+    bool IsGrabStarted() {
+        ++Script::Get().grabStartedQueries;
+        return Script::Get().isGrabStarted;
+    }
     Error GetBayerFormat(BayerTileFormat* pFormat) {
         const Error error = Script::Answer("Iso::GetBayerFormat", pFormat);
         if (error == ERR_OK) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -17,8 +18,11 @@ namespace Zevrin {
 namespace Script {
 
 struct State {
-    std::vector<std::string> calls;                  ///< in order, as `CallText` writes them
-    std::map<std::string, Error> failures;           ///< by "Class::Operation"
+    std::vector<std::string> calls;         ///< in order, as `CallText` writes them
+    std::map<std::string, Error> failures;  ///< by "Class::Operation"
+    Error success;                          ///< what operations answer that do not fail
+    std::function<void()> onCall;           ///< runs within every operation
+    int grabStartedQueries = 0;
     std::map<unsigned int, unsigned int> registers;  ///< what the register component reads and writes
     int registerAccessesUntilFailure = -1;           ///< 0: the next one fails; -1: none does
     TimeStamp timeStamp;                             ///< the bus time
@@ -64,8 +68,11 @@ Error Answer(const char* operation, const Arguments&... arguments) {
         return Error();
     }
     Get().calls.push_back(CallText(operation, arguments...));
+    if (Get().onCall) {
+        Get().onCall();
+    }
     const auto failure = Get().failures.find(operation);
-    return failure != Get().failures.end() ? failure->second : Error();
+    return failure != Get().failures.end() ? failure->second : Get().success;
 }
 
 /// The same for a register access, which fails when the script has come to that one.
