@@ -8,10 +8,14 @@
 
 namespace Zevrin {
 
-/// Frames of one simulated camera, by what became of them on its side.
+struct WorldDescription;
+
+/// Frames of one simulated camera since it was made, as far as a stream was listening. Each one that was
+/// sent ends in the stream as delivered, corrupt, dropped or driver-dropped.
 struct SimulatedFrameCounts {
-    unsigned long long exposed = 0;  ///< sent, or lost on the bus on purpose
-    unsigned long long sent = 0;     ///< put on the bus while a stream was listening
+    unsigned long long exposed = 0;  ///< pictures taken
+    unsigned long long sent = 0;     ///< put on the bus: the pictures, and the copies that a fault makes
+    unsigned long long lost = 0;     ///< of those sent, lost on the bus
 };
 
 /// Simulated buses with their cameras, inside this process. The cameras are found by discovery like any
@@ -23,7 +27,7 @@ struct SimulatedFrameCounts {
 class ZEVRIN_API Simulation {
   public:
     /// One bus with this many cameras, 1 to 64, with serial numbers 1001 and on.
-    /// Errors: ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER.
+    /// Errors: ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER, ERR_FAILED (no thread to be had).
     static Error FromCount(unsigned int cameraCount, boost::shared_ptr<Simulation>* ppSimulation);
 
     /// As described by a JSON text or file; docs/simulation.md lists its keys.
@@ -63,6 +67,8 @@ class ZEVRIN_API Simulation {
   private:
     class World;
     explicit Simulation(boost::shared_ptr<World> pWorld);
+    static Error FromDescription(const WorldDescription& description,
+                                 boost::shared_ptr<Simulation>* ppSimulation);
 
     boost::shared_ptr<World> m_pWorld;
 };

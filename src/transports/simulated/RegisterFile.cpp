@@ -1,0 +1,58 @@
+#include "RegisterFile.h"
+
+#include <algorithm>
+
+namespace Zevrin {
+
+void RegisterFile::Add(const RegisterRow& row) {
+    for (unsigned int index = 0; index < row.count; ++index) {
+        m_cells.push_back({row.offset + 4 * index, row.reset, m_rows.size()});
+    }
+    m_rows.push_back(row);
+}
+
+void RegisterFile::Add(const std::vector<RegisterRow>& rows) {
+    for (const RegisterRow& row : rows) {
+        Add(row);
+    }
+}
+
+void RegisterFile::Seal() {
+    std::sort(m_cells.begin(), m_cells.end(), [](const Cell& left, const Cell& right) {
+        return left.offset != right.offset ? left.offset < right.offset : left.row > right.row;
+    });
+    const auto sameOffset = [](const Cell& left, const Cell& right) { return left.offset == right.offset; };
+    m_cells.erase(std::unique(m_cells.begin(), m_cells.end(), sameOffset), m_cells.end());
+    m_cells.shrink_to_fit();
+}
+
+const RegisterFile::Cell* RegisterFile::Find(unsigned int offset) const {
+    const auto found =
+        std::lower_bound(m_cells.begin(), m_cells.end(), offset,
+                         [](const Cell& cell, unsigned int wanted) { return cell.offset < wanted; });
+    return found != m_cells.end() && found->offset == offset ? &*found : nullptr;
+}
+
+const RegisterRow* RegisterFile::GetRow(unsigned int offset) const {
+    const Cell* pCell = Find(offset);
+    return pCell != nullptr ? &m_rows[pCell->row] : nullptr;
+}
+
+unsigned int RegisterFile::Get(unsigned int offset) const {
+    const Cell* pCell = Find(offset);
+    return pCell != nullptr ? pCell->value : 0;
+}
+
+void RegisterFile::Set(unsigned int offset, unsigned int value) {
+    if (const Cell* pCell = Find(offset)) {
+        m_cells[static_cast<std::size_t>(pCell - m_cells.data())].value = value;
+    }
+}
+
+void RegisterFile::Reset() {
+    for (Cell& cell : m_cells) {
+        cell.value = m_rows[cell.row].reset;
+    }
+}
+
+}  // namespace Zevrin
