@@ -1,0 +1,51 @@
+#include "Tool.h"
+
+#include <iostream>
+
+namespace ZevrinTool {
+
+namespace {
+
+struct ExitCodeRow {
+    Zevrin::ErrorType type;
+    ExitCode code;
+};
+
+/// The failures that are not simply an operation that failed. What is out of range here came from the
+/// command line.
+constexpr ExitCodeRow kExitCodes[] = {
+    {Zevrin::ERR_OK, kExitGood},
+    {Zevrin::ERR_INVALID_PARAMETER, kExitUsage},
+    {Zevrin::ERR_VALUE_OUT_OF_RANGE, kExitUsage},
+    {Zevrin::ERR_INVALID_ADDRESS, kExitUsage},
+    {Zevrin::ERR_CAMERA_NOT_FOUND, kExitNoCamera},
+    {Zevrin::ERR_TIMEOUT, kExitTimeout},
+};
+
+}  // namespace
+
+ExitCode ExitCodeOf(const Zevrin::Error& error) {
+    for (const ExitCodeRow& row : kExitCodes) {
+        if (error == row.type) {
+            return row.code;
+        }
+    }
+    return kExitFailed;
+}
+
+void Check(const Zevrin::Error& error, const std::string& what) {
+    if (error != Zevrin::ERR_OK) {
+        const std::string description = error.GetDescription();
+        throw ToolFailure(ExitCodeOf(error), what.empty() ? description : what + ": " + description);
+    }
+}
+
+std::string NameOf(unsigned int serialNumber) {
+    return "camera " + std::to_string(serialNumber);
+}
+
+void Complain(const std::string& message) {
+    std::cerr << "zevrin: " + message + "\n" << std::flush;  // in one piece: several threads complain
+}
+
+}  // namespace ZevrinTool
