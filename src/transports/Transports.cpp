@@ -6,6 +6,10 @@
 
 #include "SimulatedTransport.h"
 
+#ifdef ZEVRIN_WITH_GENICAM
+#include "GenicamTransport.h"
+#endif
+
 namespace Zevrin {
 
 namespace {
@@ -30,6 +34,9 @@ void KeepWanted(std::vector<std::unique_ptr<Transport>>* pTransports) {
 std::vector<std::unique_ptr<Transport>> CreateTransports() {
     std::vector<std::unique_ptr<Transport>> transports;
     transports.push_back(std::make_unique<SimulatedTransport>());
+#ifdef ZEVRIN_WITH_GENICAM
+    transports.push_back(std::make_unique<GenicamTransport>());
+#endif
     KeepWanted(&transports);
     return transports;
 }

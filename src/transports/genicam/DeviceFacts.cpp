@@ -1,0 +1,145 @@
+#include "DeviceFacts.h"
+
+#include <glib.h>
+
+#include <boost/thread/lock_guard.hpp>
+#include <string>
+
+#include "Failure.h"
+#include "GenicamDevice.h"
+#include "PixelFormats.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr long long kMaxPixels = 1 << 20;  // of a row, and rows
+constexpr long long kMaxPayload = 1LL << 32;
+constexpr unsigned long long kNanosecondsPerSecond = 1000000000ULL;
+
+/// Clocks that a host can read: GenICam's own, in nanoseconds, and that of GigE Vision, in ticks.
+struct Clock {
+    const char* latch;
+    const char* value;
+    const char* frequency;  ///< ticks per second; null: nanoseconds
+};
+
+constexpr Clock kClocks[] = {
+    {"TimestampLatch", "TimestampLatchValue", nullptr},
+    {"GevTimestampControlLatch", "GevTimestampValue", "GevTimestampTickFrequency"},
+};
+
+Error ReadBounded(GenicamDevice& device, const char* feature, long long max, long long* pValue) {
+    const Error error = device.GetInteger(feature, pValue);
+    if (error == ERR_OK && (*pValue < 1 || *pValue > max)) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "The camera's %s is %lld; 1 to %lld are possible.", feature,
+                       *pValue, max);
+    }
+    return error;
+}
+
+/// Split, so that the product does not overflow.
+unsigned long long ToNanoseconds(unsigned long long ticks, unsigned long long frequency) {
+    return ticks / frequency * kNanosecondsPerSecond + ticks % frequency * kNanosecondsPerSecond / frequency;
+}
+
+Error ReadLatched(GenicamDevice& device, const Clock& clock, unsigned long long* pNanoseconds) {
+    boost::lock_guard<boost::recursive_mutex> lock(device.GetAccessMutex());
+    long long ticks = 0;
+    long long frequency = static_cast<long long>(kNanosecondsPerSecond);
+    Error error = device.Execute(clock.latch);
+    if (error == ERR_OK) {
+        error = device.GetInteger(clock.value, &ticks);
+    }
+    if (error == ERR_OK && clock.frequency != nullptr) {
+        error = ReadBounded(device, clock.frequency, 10 * frequency, &frequency);
+    }
+    if (error == ERR_OK) {
+        *pNanoseconds =
+            ToNanoseconds(static_cast<unsigned long long>(ticks), static_cast<unsigned long long>(frequency));
+    }
+    return error;
+}
+
+void ReadText(GenicamDevice& device, const char* feature, std::string* pText) {
+    std::string text;
+    const Error error = device.Offers(feature) ? device.GetText(feature, &text) : Error();
+    if (error == ERR_OK && !text.empty()) {
+        *pText = text;
+    }
+}
+
+void ReadSize(GenicamDevice& device, const char* feature, unsigned int* pPixels) {
+    long long pixels = 0;
+    if (device.Offers(feature) && ReadBounded(device, feature, kMaxPixels, &pixels) == ERR_OK) {
+        *pPixels = static_cast<unsigned int>(pixels);
+    }
+}
+
+bool OffersColor(GenicamDevice& device) {
+    bool isColor = false;
+    const Error error = device.Access(
+        ERR_TRANSPORT_FAILED, "Asking for pixel formats", [&](ArvDevice* pDevice, GError** ppReport) {
+            guint count = 0;
+            gint64* const formats =
+                arv_device_dup_available_enumeration_feature_values(pDevice, "PixelFormat", &count, ppReport);
+            for (guint index = 0; formats != nullptr && index < count; ++index) {
+                isColor = isColor || IsColor(static_cast<ArvPixelFormat>(formats[index]));
+            }
+            g_free(formats);
+        });
+    return error == ERR_OK && isColor;
+}
+
+}  // namespace
+
+Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
+    boost::lock_guard<boost::recursive_mutex> lock(device.GetAccessMutex());
+    long long width = 0;
+    long long height = 0;
+    long long pixelFormat = 0;
+    long long payload = 0;
+    Error error = ReadBounded(device, "Width", kMaxPixels, &width);
+    if (error == ERR_OK) {
+        error = ReadBounded(device, "Height", kMaxPixels, &height);
+    }
+    if (error == ERR_OK) {
+        error = device.GetInteger("PixelFormat", &pixelFormat);
+    }
+    if (error == ERR_OK) {
+        error = ReadBounded(device, "PayloadSize", kMaxPayload, &payload);
+    }
+    if (error != ERR_OK) {
+        return error;
+    }
+    const PixelLayout layout = GetPixelLayout(static_cast<ArvPixelFormat>(pixelFormat));
+    pFormat->width = static_cast<unsigned int>(width);
+    pFormat->height = static_cast<unsigned int>(height);
+    pFormat->pixelFormat = layout.format;
+    pFormat->bayerFormat = layout.bayerFormat;
+    pFormat->payloadSize = static_cast<std::size_t>(payload);
+    return Error();
+}
+
+void ReadIdentity(GenicamDevice& device, CameraIdentity* pIdentity) {
+    ReadText(device, "DeviceVersion", &pIdentity->firmwareVersion);
+    ReadText(device, "DeviceFirmwareVersion", &pIdentity->firmwareVersion);
+    ReadText(device, "SensorName", &pIdentity->sensorInfo);
+    ReadSize(device, "SensorWidth", &pIdentity->sensorWidth);
+    ReadSize(device, "SensorHeight", &pIdentity->sensorHeight);
+    pIdentity->isColor = OffersColor(device);
+}
+
+Error ReadClock(GenicamDevice& device, unsigned long long* pNanoseconds) {
+    for (const Clock& clock : kClocks) {
+        if (device.Offers(clock.latch)) {
+            Error error = ReadLatched(device, clock, pNanoseconds);
+            if (error != ERR_OK || *pNanoseconds != 0) {
+                return error;
+            }
+        }
+    }
+    return Failure(ERR_FEATURE_ABSENT, "The camera has no clock that can be read.");
+}
+
+}  // namespace Zevrin

@@ -1,0 +1,108 @@
+#include "FrameFacts.h"
+
+#include <algorithm>
+
+#include "CycleTime.h"
+#include "PixelFormats.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
+constexpr guint64 kNanosecondsPerMicrosecond = 1000;
+constexpr int kBitsPerByte = 8;
+
+/// The time of arrival by the host's clock, and the cycle time by the camera's.
+void SetTimeStamp(ArvBuffer* pBuffer, FrameInfo* pInfo) {
+    const guint64 cameraTime = arv_buffer_get_timestamp(pBuffer);
+    if (cameraTime == 0) {
+        return;  // a camera without a clock
+    }
+    const guint64 hostTime = arv_buffer_get_system_timestamp(pBuffer);
+    pInfo->hasTimeStamp = true;
+    pInfo->timeStamp.seconds = static_cast<long long>(hostTime / kNanosecondsPerSecond);
+    pInfo->timeStamp.microSeconds =
+        static_cast<unsigned int>(hostTime % kNanosecondsPerSecond / kNanosecondsPerMicrosecond);
+    SetCycleTime(MakeCycleTime(cameraTime), &pInfo->timeStamp);
+}
+
+/// Of an incomplete frame, what Aravis tells may be of the former frame in the buffer.
+bool HasImagePart(ArvBuffer* pBuffer) {
+    return arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_SUCCESS &&
+           arv_buffer_get_n_parts(pBuffer) > 0 &&
+           arv_buffer_get_part_data_type(pBuffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE;
+}
+
+void SetExpectedShape(const StreamFormat& format, FrameInfo* pInfo) {
+    pInfo->width = format.width;
+    pInfo->height = format.height;
+    pInfo->stride = format.width * GetBitsPerPixel(format.pixelFormat) / kBitsPerByte;
+    pInfo->pixelFormat = format.pixelFormat;
+    pInfo->bayerFormat = format.bayerFormat;
+}
+
+/// False when a row would be longer than the whole image may be.
+bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo) {
+    gint x = 0;
+    gint y = 0;
+    gint width = 0;
+    gint height = 0;
+    gint paddingX = 0;
+    gint paddingY = 0;
+    arv_buffer_get_image_region(pBuffer, &x, &y, &width, &height);
+    arv_buffer_get_image_padding(pBuffer, &paddingX, &paddingY);
+    const ArvPixelFormat pixelFormat = arv_buffer_get_image_pixel_format(pBuffer);
+    const gint64 bits = static_cast<gint64>(width) * ARV_PIXEL_FORMAT_BIT_PER_PIXEL(pixelFormat);
+    const gint64 stride = (bits + kBitsPerByte - 1) / kBitsPerByte + paddingX;
+    if (width < 0 || height < 0 || paddingX < 0 || static_cast<guint64>(stride) > maxSize) {
+        return false;
+    }
+    const PixelLayout layout = GetPixelLayout(pixelFormat);
+    pInfo->width = static_cast<unsigned int>(width);
+    pInfo->height = static_cast<unsigned int>(height);
+    pInfo->stride = static_cast<unsigned int>(stride);
+    pInfo->pixelFormat = layout.format;
+    pInfo->bayerFormat = layout.bayerFormat;
+    return true;
+}
+
+}  // namespace
+
+void ForgetLeader(ArvBuffer* pBuffer) {
+    arv_buffer_set_frame_id(pBuffer, 0);
+    arv_buffer_set_timestamp(pBuffer, 0);
+}
+
+/// GigE Vision has no frame 0. USB3 Vision has, and loses no leader without losing the frame.
+bool HasLeader(ArvBuffer* pBuffer) {
+    return arv_buffer_get_frame_id(pBuffer) != 0 ||
+           arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_SUCCESS;
+}
+
+FrameInfo ReadFrameInfo(ArvBuffer* pBuffer, const StreamFormat& format) {
+    FrameInfo info;
+    info.isBigEndian = false;
+    info.isComplete = arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_SUCCESS;
+    if (!HasImagePart(pBuffer)) {
+        SetExpectedShape(format, &info);
+    } else if (!SetShape(pBuffer, format.payloadSize, &info)) {
+        SetExpectedShape(format, &info);
+        info.isComplete = false;
+    }
+    // Of an incomplete frame Aravis does not tell which packets are there. The buffer was cleared before.
+    std::size_t size = format.payloadSize;
+    if (info.isComplete) {
+        arv_buffer_get_data(pBuffer, &size);
+    }
+    info.receivedSize = std::min(size, format.payloadSize);
+    // The shape is the camera's word: no row may lie outside of what arrived.
+    if (static_cast<guint64>(info.height) * info.stride > info.receivedSize) {
+        info.isComplete = false;
+        info.height = static_cast<unsigned int>(info.receivedSize / info.stride);
+    }
+    SetTimeStamp(pBuffer, &info);
+    return info;
+}
+
+}  // namespace Zevrin

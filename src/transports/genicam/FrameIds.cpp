@@ -1,0 +1,35 @@
+#include "FrameIds.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr unsigned long long kMaxShortId = 65535;
+constexpr unsigned long long kMaxGap = kMaxShortId / 2;  // more is taken for a new beginning
+
+}  // namespace
+
+unsigned long long FrameIds::DistanceTo(unsigned long long received) const {
+    if (received >= m_received) {
+        return received - m_received;
+    }
+    return m_received <= kMaxShortId && !m_mayRestart ? received + kMaxShortId - m_received : kMaxGap + 1;
+}
+
+FrameIds::Step FrameIds::Next(unsigned long long received) {
+    unsigned long long distance = m_isFirst ? 1 : DistanceTo(received);
+    if (distance > kMaxGap) {
+        distance = 1;
+    }
+    m_id = m_isFirst ? received : m_id + distance;
+    m_received = received;
+    m_isFirst = false;
+    m_mayRestart = false;
+    return {m_id, distance > 1 ? static_cast<unsigned int>(distance - 1) : 0};
+}
+
+FrameIds::Step FrameIds::NextWithoutNumber() {
+    return m_isFirst ? Step() : Next(m_received != kMaxShortId ? m_received + 1 : 1);
+}
+
+}  // namespace Zevrin

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <boost/smart_ptr/enable_shared_from_this.hpp>
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "DeviceListing.h"
+#include "HardwareInterface.h"
+
+namespace Zevrin {
+
+class GenicamDevice;
+class GenicamStream;
+class LossReporter;
+class RegisterView;
+
+/// A GigE Vision or USB3 Vision camera, present or away.
+class GenicamCamera : public HardwareInterface, public boost::enable_shared_from_this<GenicamCamera> {
+  public:
+    GenicamCamera(const DeviceListing& listing, boost::shared_ptr<LossReporter> pReporter);
+    ~GenicamCamera() override;
+
+    /// Where discovery found the camera this time.
+    void SetListing(const DeviceListing& listing);
+    DeviceListing GetListing() const;
+
+    /// Whether a loss would be noticed without looking for cameras.
+    bool IsControlled() const;
+
+    int GetInterfaceType() const override;
+    CameraIdentity GetIdentity() const override;
+    Error Open() override;
+    void Close() override;
+    RegisterBases GetRegisterBases() const override;
+    Error ReadQuadlets(unsigned short addressHigh, unsigned int addressLow, unsigned int* pValues,
+                       unsigned int count) override;
+    Error WriteQuadlets(unsigned short addressHigh, unsigned int addressLow, const unsigned int* pValues,
+                        unsigned int count, bool broadcast) override;
+    Error GetBusTime(TimeStamp* pTimeStamp) override;
+    Error GetPortErrors(unsigned int* pCount) override;
+    Error GetStreamFormat(StreamFormat* pFormat) override;
+    Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override;
+    void StopStream() override;
+    StreamCounters GetStreamCounters() const override;
+
+  private:
+    /// What there is while the camera is under control.
+    struct Session {
+        boost::shared_ptr<GenicamDevice> pDevice;
+        boost::shared_ptr<RegisterView> pView;
+    };
+
+    Error OpenSession();
+    Error RequireSession(Session* pSession) const;
+    boost::shared_ptr<GenicamStream> GetStream() const;
+    void HandleLoss();
+    void End(Session session, boost::shared_ptr<GenicamStream> pStream);
+
+    const boost::shared_ptr<LossReporter> m_pReporter;
+
+    boost::mutex m_openMutex;    // one opening or closing at a time
+    boost::mutex m_streamMutex;  // one start or stop of a stream at a time
+
+    mutable boost::mutex m_mutex;  // guards what follows; never held while anything else is called
+    DeviceListing m_listing;
+    CameraIdentity m_identity;
+    Session m_session;
+    unsigned int m_openCount = 0;
+    bool m_isLost = false;  // and not opened since
+    boost::shared_ptr<GenicamStream> m_pStream;
+    StreamCounters m_endedStreams;  // since the camera was opened
+};
+
+}  // namespace Zevrin

@@ -1,0 +1,235 @@
+#include "GenicamDevice.h"
+
+#include <endian.h>
+
+#include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "AravisError.h"
+#include "Failure.h"
+#include "FormatText.h"
+
+namespace Zevrin {
+
+namespace {
+
+// Bootstrap registers of GigE Vision.
+constexpr guint64 kSerialNumberAddress = 0x00D8;
+constexpr unsigned int kSerialNumberSize = 16;
+constexpr guint64 kControlPrivilegeAddress = 0x0A00;
+constexpr unsigned int kControlledMask = 0x3;  // control access or exclusive access is granted
+
+constexpr unsigned int kMaxQuadletsOfRun = 128;  // GVCP carries at most 540 bytes, address included
+
+/// GigE Vision devices are opened by address: by their id Aravis would look for them again, for a second.
+const std::string& GetOpeningName(const DeviceListing& listing) {
+    return listing.interfaceType == INTERFACE_GIGE ? listing.address : listing.id;
+}
+
+GObjectHandle<ArvDevice> OpenByName(const std::string& name, AravisError* pError) {
+    boost::lock_guard<boost::mutex> lock(GetDeviceListMutex());
+    return GObjectHandle<ArvDevice>(arv_open_device(name.c_str(), pError->Out()));
+}
+
+/// An address may have gone to another device since the network was looked at.
+Error CheckSerialNumber(ArvDevice* pDevice, const DeviceListing& listing) {
+    char serialNumber[kSerialNumberSize + 1] = {};
+    AravisError error;
+    arv_device_read_memory(pDevice, kSerialNumberAddress, kSerialNumberSize, serialNumber, error.Out());
+    if (!error.IsSet() && listing.serialNumber != serialNumber) {
+        return Failure(ERR_CAMERA_LOST, "At %s there is now another camera, with the serial number '%s'.",
+                       Printable(listing.address).c_str(), Printable(serialNumber).c_str());
+    }
+    return Error();
+}
+
+/// Aravis opens a device that it may only read from, too.
+Error CheckControl(ArvDevice* pDevice, const DeviceListing& listing) {
+    if (arv_gv_device_is_controller(ARV_GV_DEVICE(pDevice))) {
+        return Error();
+    }
+    AravisError error;
+    guint32 privilege = 0;
+    arv_device_read_register(pDevice, kControlPrivilegeAddress, &privilege, error.Out());
+    if (error.IsSet()) {
+        return Failure(error.GetType(ERR_TRANSPORT_FAILED), "The camera at %s does not answer: %s.",
+                       Printable(listing.address).c_str(), error.GetText().c_str());
+    }
+    if ((privilege & kControlledMask) != 0) {
+        return Failure(ERR_ACCESS_DENIED, "Another program controls the camera at %s.",
+                       Printable(listing.address).c_str());
+    }
+    return Failure(ERR_TRANSPORT_FAILED, "The camera at %s does not grant control.",
+                   Printable(listing.address).c_str());
+}
+
+}  // namespace
+
+Error GenicamDevice::Open(const DeviceListing& listing, std::function<void()> onLost,
+                          boost::shared_ptr<GenicamDevice>* ppDevice) {
+    AravisError report;
+    GObjectHandle<ArvDevice> pDevice = OpenByName(GetOpeningName(listing), &report);
+    if (!pDevice) {
+        const ErrorType type = report.GetType(ERR_TRANSPORT_FAILED);
+        return Failure(type == ERR_TIMEOUT ? ERR_CAMERA_LOST : type, "The camera at %s cannot be opened: %s.",
+                       Printable(listing.address).c_str(), report.GetText().c_str());
+    }
+    if (ARV_IS_GV_DEVICE(pDevice.get())) {
+        Error error = CheckSerialNumber(pDevice.get(), listing);
+        if (error == ERR_OK) {
+            error = CheckControl(pDevice.get(), listing);
+        }
+        if (error != ERR_OK) {
+            return error;
+        }
+    }
+    *ppDevice = boost::make_shared<GenicamDevice>(std::move(pDevice));
+    (*ppDevice)->WatchControl(std::move(onLost));
+    return Error();
+}
+
+GenicamDevice::GenicamDevice(GObjectHandle<ArvDevice> pDevice)
+    : m_pDevice(std::move(pDevice)), m_isGigE(ARV_IS_GV_DEVICE(m_pDevice.get())) {}
+
+GenicamDevice::~GenicamDevice() {
+    g_signal_handlers_disconnect_by_data(m_pDevice.get(), this);
+    m_pDevice.reset();  // waits for the thread that may still be telling of a loss
+}
+
+void GenicamDevice::WatchControl(std::function<void()> onLost) {
+    {
+        boost::lock_guard<boost::mutex> lock(m_lossMutex);
+        m_onLost = std::move(onLost);
+    }
+    g_signal_connect(m_pDevice.get(), "control-lost", G_CALLBACK(&GenicamDevice::OnControlLost), this);
+    if (ARV_IS_GV_DEVICE(m_pDevice.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(m_pDevice.get()))) {
+        OnControlLost(m_pDevice.get(), this);  // before anyone listened
+    }
+}
+
+void GenicamDevice::OnControlLost(ArvDevice* /*pDevice*/, gpointer pData) {
+    auto* const pThis = static_cast<GenicamDevice*>(pData);
+    std::function<void()> onLost;
+    {
+        boost::lock_guard<boost::mutex> lock(pThis->m_lossMutex);
+        pThis->m_isLost = true;
+        onLost.swap(pThis->m_onLost);
+    }
+    if (onLost) {
+        onLost();
+    }
+}
+
+Error GenicamDevice::MakeLostError() {
+    return Failure(ERR_CAMERA_LOST, "The camera has gone away, or another program has taken it over.");
+}
+
+Error GenicamDevice::Access(ErrorType otherwise, const char* what,
+                            const std::function<void(ArvDevice*, GError**)>& call) {
+    if (m_isLost) {
+        return MakeLostError();  // without waiting for an access that will time out
+    }
+    boost::lock_guard<boost::recursive_mutex> lock(m_accessMutex);
+    if (m_isLost) {
+        return MakeLostError();
+    }
+    AravisError report;
+    call(m_pDevice.get(), report.Out());
+    if (!report.IsSet()) {
+        return Error();
+    }
+    if (m_isLost) {
+        return MakeLostError();
+    }
+    return Failure(report.GetType(otherwise), "%s failed: %s.", what, report.GetText().c_str());
+}
+
+Error GenicamDevice::AccessFeature(const char* feature,
+                                   const std::function<void(ArvDevice*, GError**)>& call) {
+    return Access(ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature).c_str(), call);
+}
+
+bool GenicamDevice::Offers(const char* feature) {
+    gboolean isOffered = FALSE;
+    const Error error = AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
+        isOffered = arv_device_is_feature_available(pDevice, feature, ppReport);
+    });
+    return error == ERR_OK && isOffered;
+}
+
+Error GenicamDevice::Execute(const char* feature) {
+    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
+        arv_device_execute_command(pDevice, feature, ppReport);
+    });
+}
+
+Error GenicamDevice::GetInteger(const char* feature, long long* pValue) {
+    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
+        *pValue = arv_device_get_integer_feature_value(pDevice, feature, ppReport);
+    });
+}
+
+Error GenicamDevice::SetInteger(const char* feature, long long value) {
+    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
+        arv_device_set_integer_feature_value(pDevice, feature, value, ppReport);
+    });
+}
+
+Error GenicamDevice::GetText(const char* feature, std::string* pText) {
+    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
+        *pText = BoundedText(arv_device_get_string_feature_value(pDevice, feature, ppReport));
+    });
+}
+
+Error GenicamDevice::SetText(const char* feature, const char* text) {
+    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
+        arv_device_set_string_feature_value(pDevice, feature, text, ppReport);
+    });
+}
+
+Error GenicamDevice::ReadMemory(unsigned int address, unsigned int* pValues, unsigned int count) {
+    return AccessMemory(false, address, pValues, count);
+}
+
+Error GenicamDevice::WriteMemory(unsigned int address, const unsigned int* pValues, unsigned int count) {
+    std::vector<unsigned int> values(pValues, pValues + count);
+    return AccessMemory(true, address, values.data(), count);
+}
+
+/// Single quadlets go as registers, which every device has; runs go as memory, in its own byte order.
+Error GenicamDevice::AccessMemory(bool write, unsigned int address, unsigned int* pValues,
+                                  unsigned int count) {
+    const ErrorType otherwise = write ? ERR_WRITE_REGISTER_FAILED : ERR_READ_REGISTER_FAILED;
+    // The memory of GigE Vision is big-endian, that of USB3 Vision little-endian.
+    const auto swap = [this](unsigned int value) { return m_isGigE ? htobe32(value) : htole32(value); };
+    Error error;
+    for (unsigned int done = 0; done < count && error == ERR_OK;) {
+        const unsigned int length = std::min(count - done, kMaxQuadletsOfRun);
+        const unsigned int start = address + done * static_cast<unsigned int>(sizeof(unsigned int));
+        const guint32 size = length * static_cast<guint32>(sizeof(unsigned int));
+        unsigned int* const pRun = pValues + done;
+        const std::string what =
+            FormatText("%s device memory at 0x%08X (%u bytes)", write ? "Writing" : "Reading", start, size);
+        error = Access(otherwise, what.c_str(), [&](ArvDevice* pDevice, GError** ppReport) {
+            if (length == 1) {
+                write ? arv_device_write_register(pDevice, start, *pRun, ppReport)
+                      : arv_device_read_register(pDevice, start, pRun, ppReport);
+                return;
+            }
+            if (write) {
+                std::transform(pRun, pRun + length, pRun, swap);
+                arv_device_write_memory(pDevice, start, size, pRun, ppReport);
+            } else if (arv_device_read_memory(pDevice, start, size, pRun, ppReport)) {
+                std::transform(pRun, pRun + length, pRun, swap);
+            }
+        });
+        done += length;
+    }
+    return error;
+}
+
+}  // namespace Zevrin

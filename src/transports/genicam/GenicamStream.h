@@ -1,0 +1,81 @@
+#pragma once
+
+#include <arv.h>
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
+#include <cstddef>
+#include <vector>
+
+#include "FrameIds.h"
+#include "FrameQueue.h"
+#include "GObjectHandle.h"
+#include "HardwareInterface.h"
+#include "zevrin/Configuration.h"
+#include "zevrin/Error.h"
+
+namespace Zevrin {
+
+class GenicamDevice;
+
+/// One stream of a device into the buffers of a queue.
+///
+/// Each buffer of the queue has an ArvBuffer made over its memory, so that Aravis puts packets where the
+/// application reads pixels. A buffer is free, in Aravis' hands, waiting, or held by an image; here it is
+/// handed to Aravis whenever it is free, and taken back filled.
+class GenicamStream {
+  public:
+    /// Errors: ERR_ISOCH_BUFFERS_FAILED, ERR_ISOCH_START_FAILED, ERR_VALUE_OUT_OF_RANGE (packet settings),
+    /// ERR_CAMERA_LOST.
+    static Error Start(const boost::shared_ptr<GenicamDevice>& pDevice, const ZevrinConfig& config,
+                       const boost::shared_ptr<FrameQueue>& pQueue,
+                       boost::shared_ptr<GenicamStream>* ppStream);
+
+    GenicamStream(boost::shared_ptr<GenicamDevice> pDevice, boost::shared_ptr<FrameQueue> pQueue,
+                  const StreamFormat& format, bool deliverIncomplete);
+    ~GenicamStream() { Stop(); }
+    GenicamStream(const GenicamStream&) = delete;
+    GenicamStream& operator=(const GenicamStream&) = delete;
+
+    /// Whoever waits for an image gets `reason`.
+    void Fail(const Error& reason) { m_pQueue->Fail(reason); }
+
+    /// When it returns, nothing touches the queue and its memory any more. Takes some seconds when the device
+    /// does not answer. A second call waits for the first.
+    void Stop();
+
+    /// The camera is about to begin anew, and may count its frames anew.
+    void ExpectRestart();
+
+    GenicamDevice* GetDevice() const { return m_pDevice.get(); }
+    StreamCounters GetCounters() const;
+
+  private:
+    static void OnStreamEvent(void* pData, ArvStreamCallbackType type, ArvBuffer* pBuffer) noexcept;
+    Error Create(const ZevrinConfig& config);
+    void OnBufferDone();
+    void Supply();
+    Frame* TakeFreeFrame();
+    void HandOver(Frame* pFrame);
+    void CountMissed(unsigned int frames);
+    void Conclude(ArvBuffer* pBuffer, Frame* pFrame);
+
+    const boost::shared_ptr<GenicamDevice> m_pDevice;
+    const boost::shared_ptr<FrameQueue> m_pQueue;
+    const StreamFormat m_format;
+    const bool m_deliverIncomplete;
+    std::vector<GObjectHandle<ArvBuffer>> m_buffers;  // by index of the frame; set by Create
+
+    boost::mutex m_stopMutex;  // one stop at a time
+
+    mutable boost::mutex m_mutex;    // guards what follows; never held while the queue is called
+    ArvStream* m_pStream = nullptr;  // one reference
+    bool m_isStopping = false;
+    std::vector<bool> m_isHandedOver;  // by index of the frame
+    std::size_t m_handedOver = 0;
+    FrameIds m_frameIds;
+    guint64 m_underruns = 0;  // as of the last frame
+    StreamCounters m_finalCounters;
+};
+
+}  // namespace Zevrin

@@ -1,0 +1,74 @@
+#include "GenicamTransport.h"
+
+#include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+#include "DeviceListing.h"
+#include "GenicamCamera.h"
+#include "LossReporter.h"
+
+namespace Zevrin {
+
+namespace {
+
+/// Takes the camera that is meant out of the list. Its address may have changed while it was away. Of two
+/// devices with one id Aravis shows only one.
+boost::shared_ptr<GenicamCamera> TakeMatch(const DeviceListing& listing,
+                                           std::vector<boost::shared_ptr<GenicamCamera>>* pCameras) {
+    const auto found = std::find_if(pCameras->begin(), pCameras->end(), [&](const auto& pCamera) {
+        const DeviceListing known = pCamera->GetListing();
+        return known.interfaceType == listing.interfaceType && known.id == listing.id;
+    });
+    if (found == pCameras->end()) {
+        return nullptr;
+    }
+    const auto pCamera = *found;
+    pCameras->erase(found);
+    return pCamera;
+}
+
+}  // namespace
+
+GenicamTransport::GenicamTransport() : m_pReporter(boost::make_shared<LossReporter>()) {}
+
+GenicamTransport::~GenicamTransport() {
+    m_pReporter->Stop();  // while the cameras are here: the last of them must not go on one of its threads
+}
+
+void GenicamTransport::SetTopologyListener(TopologyListener* pListener) {
+    m_pReporter->SetListener(pListener);
+}
+
+Error GenicamTransport::Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) {
+    Error error = m_pReporter->Start();
+    if (error != ERR_OK) {
+        return error;
+    }
+    const std::vector<DeviceListing> listings = ListDevices();
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    std::vector<CameraHandle> absent = m_cameras;
+    pCameras->clear();
+    for (const DeviceListing& listing : listings) {
+        CameraHandle pCamera = TakeMatch(listing, &absent);
+        if (pCamera) {
+            pCamera->SetListing(listing);
+        } else {
+            pCamera = boost::make_shared<GenicamCamera>(listing, m_pReporter);
+            m_cameras.push_back(pCamera);
+        }
+        pCameras->push_back(pCamera);
+    }
+    std::for_each(absent.begin(), absent.end(), [this](const auto& pCamera) { ReportAbsent(pCamera); });
+    return Error();
+}
+
+/// Not on this thread: the bus manager is at work on it.
+void GenicamTransport::ReportAbsent(const CameraHandle& pCamera) {
+    if (!pCamera->IsControlled()) {
+        m_pReporter->GetReports().Post(
+            [pReporter = m_pReporter.get(), pCamera] { pReporter->ReportLost(pCamera); });
+    }
+}
+
+}  // namespace Zevrin

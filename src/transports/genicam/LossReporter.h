@@ -1,0 +1,44 @@
+#pragma once
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "Transport.h"
+#include "Worker.h"
+#include "zevrin/Error.h"
+
+namespace Zevrin {
+
+/// Tells the bus manager which cameras were lost, and gives what they leave behind a thread to end on.
+///
+/// Aravis notices a loss on a thread that the lost device's end waits for, and reports run into the
+/// application's code, which may end the device: reports are therefore made on a thread of their own. Ending
+/// takes seconds for a device that does not answer, so that has another one.
+class LossReporter {
+  public:
+    /// Must have succeeded before a camera is opened.
+    /// Errors: ERR_TRANSPORT_FAILED.
+    Error Start();
+    void Stop();
+
+    /// No report to the former listener is under way when this returns. Not from within a report.
+    void SetListener(TopologyListener* pListener);
+
+    /// On the calling thread, which holds no lock.
+    void ReportLost(const boost::shared_ptr<HardwareInterface>& pCamera);
+
+    Worker& GetReports() { return m_reports; }
+    Worker& GetEndings() { return m_endings; }
+
+  private:
+    boost::mutex m_mutex;  // guards what follows
+    boost::condition_variable m_changed;
+    TopologyListener* m_pListener = nullptr;
+    unsigned int m_underWay = 0;
+
+    Worker m_endings;
+    Worker m_reports;
+};
+
+}  // namespace Zevrin

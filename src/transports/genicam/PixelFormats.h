@@ -1,0 +1,19 @@
+#pragma once
+
+#include <arv.h>
+
+#include "zevrin/PixelFormat.h"
+
+namespace Zevrin {
+
+/// What a GenICam pixel format is here; unknown when there is none like it.
+struct PixelLayout {
+    PixelFormat format = PIXEL_FORMAT_UNKNOWN;
+    BayerTileFormat bayerFormat = BAYER_NONE;
+};
+
+PixelLayout GetPixelLayout(ArvPixelFormat pixelFormat);
+
+bool IsColor(ArvPixelFormat pixelFormat);
+
+}  // namespace Zevrin

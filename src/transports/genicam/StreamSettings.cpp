@@ -1,0 +1,93 @@
+#include "StreamSettings.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "Failure.h"
+#include "GenicamDevice.h"
+
+namespace Zevrin {
+
+namespace {
+
+// GigE Vision counts a packet with its IP, UDP and GVSP headers, in 16 bits.
+constexpr unsigned int kMinPacketSize = 220;
+constexpr unsigned int kMaxPacketSize = 65532;
+constexpr unsigned int kPacketSizeStep = 4;
+
+constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
+
+Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
+    if (packetSize != 0 &&
+        (packetSize < kMinPacketSize || packetSize > kMaxPacketSize || packetSize % kPacketSizeStep != 0)) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE,
+                       "The packet size is %u; it must be a multiple of %u from %u to %u, or 0: negotiated.",
+                       packetSize, kPacketSizeStep, kMinPacketSize, kMaxPacketSize);
+    }
+    return device.Access(
+        ERR_TRANSPORT_FAILED, "Setting the packet size", [&](ArvDevice* pDevice, GError** ppReport) {
+            ArvGvDevice* const pGigeDevice = ARV_GV_DEVICE(pDevice);
+            // Aravis would try again when the stream is created.
+            arv_gv_device_set_packet_size_adjustment(pGigeDevice, ARV_GV_PACKET_SIZE_ADJUSTMENT_NEVER);
+            if (packetSize != 0) {
+                arv_gv_device_set_packet_size(pGigeDevice, static_cast<gint>(packetSize), ppReport);
+            } else {
+                // A device that sends no test packets keeps its own size.
+                arv_gv_device_auto_packet_size(pGigeDevice, ppReport);
+            }
+        });
+}
+
+/// The device counts the delay in ticks of its clock.
+Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
+    guint64 frequency = 0;
+    Error error = device.Access(
+        ERR_TRANSPORT_FAILED, "Asking for the clock's frequency", [&](ArvDevice* pDevice, GError** ppReport) {
+            frequency = arv_gv_device_get_timestamp_tick_frequency(ARV_GV_DEVICE(pDevice), ppReport);
+        });
+    if (error != ERR_OK) {
+        return error;
+    }
+    if (frequency == 0 || frequency > std::numeric_limits<guint64>::max() / nanoseconds) {
+        return Failure(ERR_NOT_SUPPORTED, "The camera has no clock that could count a packet delay.");
+    }
+    return device.SetInteger("GevSCPD",
+                             static_cast<long long>(nanoseconds * frequency / kNanosecondsPerSecond));
+}
+
+}  // namespace
+
+Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
+    if (!device.IsGigE()) {
+        return Error();
+    }
+    Error error;
+    if (config.packetSize != 0 || !device.IsPacketSizeNegotiated()) {
+        error = SetPacketSize(device, config.packetSize);
+        device.SetPacketSizeNegotiated(error == ERR_OK && config.packetSize == 0);
+    }
+    if (error == ERR_OK && config.packetDelay != 0) {
+        error = SetPacketDelay(device, config.packetDelay);
+    }
+    return error;
+}
+
+/// The system's own socket buffer holds less than many a frame, so without a wish it is made to hold one.
+void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config) {
+    if (!ARV_IS_GV_STREAM(pStream)) {
+        return;
+    }
+    if (config.socketBufferSize != 0) {
+        const auto size = static_cast<gint>(std::min<unsigned int>(
+            config.socketBufferSize, static_cast<unsigned int>(std::numeric_limits<gint>::max())));
+        g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size", size,
+                     nullptr);
+    } else {
+        g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_AUTO, nullptr);
+    }
+    if (config.packetResend != 0) {
+        g_object_set(pStream, "packet-resend", ARV_GV_STREAM_PACKET_RESEND_NEVER, nullptr);
+    }
+}
+
+}  // namespace Zevrin

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "IidcCamera.h"
+#include "Image.h"
+#include "Iso.h"
+#include "zevrin/CameraSystem.h"
+#include "zevrin/Error.h"
+
+#define ASSERT_OK(expression)                                               \
+    do {                                                                    \
+        const ::Zevrin::Error error_ = (expression);                        \
+        ASSERT_EQ(error_.GetType(), ::Zevrin::ERR_OK) << error_.GetTrace(); \
+    } while (false)
+
+namespace Zevrin {
+
+constexpr char kHoldControl[] = "--hold-control";
+constexpr unsigned int kSerialNumber = 20001;
+constexpr std::chrono::seconds kPatience{30};  // for what takes a moment on a machine at leisure
+
+/// Connects to the fake camera, says "held", and keeps it until standard input is closed.
+int HoldControl();
+
+/// Registers of the fake camera's memory.
+constexpr unsigned int kWidthAddress = 0x100;
+constexpr unsigned int kHeightAddress = 0x104;
+constexpr unsigned int kTestAddress = 0x1F0;
+constexpr unsigned int kTextAddress = 0x200;  // 32 bytes
+
+constexpr unsigned int kTransmission = 0x614;
+
+/// A camera object whose stream can be asked for its counts.
+class TestCamera : public IidcCamera {
+  public:
+    Iso& GetStream() { return *m_pIso; }
+};
+
+/// A fake camera that serves, the library, and an object for the camera.
+class GigeTest : public testing::Test {
+  protected:
+    GigeTest();
+
+    void StartFakeCamera(const std::vector<std::string>& options = {});
+
+    Error Read(unsigned int address, unsigned int* pValue) {
+        return m_camera.ReadRegisterBlock(0, address, pValue, 1);
+    }
+    Error Write(unsigned int address, unsigned int value) {
+        return m_camera.WriteRegisterBlock(0, address, &value, 1);
+    }
+
+    /// Small images, fast.
+    Error SetImageSize(unsigned int width, unsigned int height);
+
+    std::unique_ptr<ChildProcess> m_pFakeCamera;
+    CameraSystem m_system;
+    TestCamera m_camera;
+};
+
+/// A program's whole output, and that it ended well.
+std::string RunProgram(const std::vector<std::string>& command);
+
+}  // namespace Zevrin

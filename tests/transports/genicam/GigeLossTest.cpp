@@ -1,0 +1,111 @@
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include "BusMaster.h"
+#include "GigeFixture.h"
+#include "Singleton.h"
+
+namespace Zevrin {
+namespace {
+
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+unsigned int GetGeneration() {
+    const SingletonHold<BusMaster> busMaster;
+    return busMaster->GetGeneration(kSerialNumber);
+}
+
+template <typename Condition>
+bool Comes(Condition condition) {
+    const auto deadline = steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+TEST_F(GigeTest, LossEndsTheWaitAndTheCameraComesBack) {
+    std::atomic<int> gone{0};
+    std::atomic<int> come{0};
+    m_system.Watch([&](const CameraListing& camera, bool isPresent) {
+        EXPECT_EQ(camera.serialNumber, kSerialNumber);
+        ++(isPresent ? come : gone);
+    });
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    ZevrinConfig config;
+    config.grabTimeout = kTimeoutInfinite;
+    ASSERT_OK(m_camera.SetConfiguration(&config));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    Image kept;
+    ASSERT_OK(m_camera.RetrieveBuffer(&kept));
+    const unsigned int generation = GetGeneration();
+
+    m_pFakeCamera->Signal(SIGKILL);
+    const auto killed = steady_clock::now();
+    Image image;
+    Error error;
+    while ((error = m_camera.RetrieveBuffer(&image)) == ERR_OK) {  // what was under way when it was killed
+    }
+    EXPECT_EQ(error.GetType(), ERR_CAMERA_LOST) << error.GetTrace();
+    EXPECT_LT(steady_clock::now() - killed, seconds(15));
+    EXPECT_GT(GetGeneration(), generation);
+    EXPECT_EQ(gone, 1);
+
+    // From here on nothing is tried on the camera.
+    const auto lost = steady_clock::now();
+    unsigned int value = 0;
+    EXPECT_EQ(Read(kWidthAddress, &value).GetType(), ERR_INVALID_GENERATION);
+    EXPECT_EQ(m_camera.GetStream().ReadRegister(kTransmission, &value).GetType(), ERR_CAMERA_LOST);
+    EXPECT_LT(steady_clock::now() - lost, seconds(2));
+    EXPECT_EQ(m_camera.Connect(kSerialNumber).GetType(), ERR_CAMERA_LOST);
+    EXPECT_EQ(kept.GetDataSize(), 512U * 512U);
+    EXPECT_TRUE(kept.IsComplete()) << "an image outlives its camera";
+
+    StartFakeCamera();
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    EXPECT_EQ(come, 2);
+    ASSERT_OK(Write(kTestAddress, 5));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    for (unsigned int frame = 0; frame < 5; ++frame) {
+        ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    }
+    m_system.Watch(nullptr);
+}
+
+TEST_F(GigeTest, LossWithoutAStreamIsNoticedToo) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    const unsigned int generation = GetGeneration();
+    m_pFakeCamera->Signal(SIGKILL);
+    EXPECT_TRUE(Comes([&] { return GetGeneration() != generation; }));
+    ASSERT_OK(m_camera.Disconnect());
+}
+
+TEST_F(GigeTest, CameraThatIsNotOpenGoesMissingWhenItIsLookedFor) {
+    std::vector<CameraListing> cameras;
+    ASSERT_OK(m_system.List(&cameras));
+    ASSERT_EQ(cameras.size(), 1U);
+    m_pFakeCamera->Signal(SIGKILL);
+    ASSERT_EQ(m_pFakeCamera->Wait(kPatience), -1);
+    ASSERT_OK(m_system.Rescan());
+    EXPECT_TRUE(Comes([&] { return m_system.List(&cameras) == ERR_OK && cameras.empty(); }));
+    EXPECT_EQ(m_camera.Connect(kSerialNumber).GetType(), ERR_CAMERA_LOST);
+}
+
+TEST_F(GigeTest, CameraThatWentUnseenIsFoundAgainAfterAFailedConnection) {
+    std::vector<CameraListing> cameras;
+    ASSERT_OK(m_system.List(&cameras));
+    m_pFakeCamera->Signal(SIGKILL);
+    ASSERT_EQ(m_pFakeCamera->Wait(kPatience), -1);
+    const Error error = m_camera.Connect(kSerialNumber);
+    EXPECT_EQ(error.GetType(), ERR_CAMERA_LOST) << error.GetTrace();
+    StartFakeCamera();
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+}
+
+}  // namespace
+}  // namespace Zevrin

@@ -1,0 +1,289 @@
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+#include "GigeFixture.h"
+
+namespace Zevrin {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr unsigned int kSize = 128;  // pixels, of a side
+constexpr unsigned int kOn = 0x80000000U;
+constexpr unsigned int kQuietMs = 500;  // much longer than a frame's period
+
+/// The picture of the fake camera: the byte at position b of row y is b + y + the frame's 16-bit number.
+bool HasTestPicture(const Image& image) {
+    const auto number = static_cast<unsigned int>((image.GetFrameId() - 1) % 65535 + 1);
+    for (unsigned int y = 0; y < image.GetHeight(); ++y) {
+        const unsigned char* const row = image.GetData() + y * image.GetStride();
+        for (unsigned int b = 0; b < image.GetStride(); ++b) {
+            if (row[b] != static_cast<unsigned char>(b + y + number)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+class GigeStreamTest : public GigeTest {
+  protected:
+    void Begin(ZevrinConfig config, const std::vector<std::string>& options = {"--frame-rate", "100"}) {
+        StartFakeCamera(options);
+        ASSERT_OK(m_camera.Connect(kSerialNumber));
+        ASSERT_OK(SetImageSize(kSize, kSize));
+        config.grabTimeout = 30000;
+        config.socketBufferSize = 4 << 20;  // a busy machine looks late
+        ASSERT_OK(m_camera.SetConfiguration(&config));
+    }
+
+    unsigned int CountAll() {
+        Iso& stream = m_camera.GetStream();
+        return stream.GetNumOfImageDelivered() + stream.GetNumOfImageCorrupt() +
+               stream.GetNumOfImageDropped() + stream.GetNumOfImageDriverDropped();
+    }
+
+    /// Lets the camera send no more, and takes what is still there.
+    void Drain(Image* pImage, unsigned long long* pLastId) {
+        ASSERT_OK(m_camera.WriteRegister(kTransmission, 0));
+        Error error;
+        while ((error = m_camera.WaitForBufferEvent(pImage, kQuietMs)) == ERR_OK) {
+            *pLastId = pImage->GetFrameId();
+        }
+        EXPECT_EQ(error.GetType(), ERR_TIMEOUT) << error.GetTrace();
+    }
+};
+
+TEST_F(GigeStreamTest, TwoHundredFramesArriveIntactInTheCallersBuffers) {
+    Begin(ZevrinConfig());
+    constexpr int kCount = 8;
+    constexpr int kBufferSize = kSize * kSize + 1000;  // larger than an image
+    std::vector<unsigned char> memory(kCount * kBufferSize);
+    ASSERT_OK(m_camera.SetUserBuffers(memory.data(), kBufferSize, kCount));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+
+    Image image;
+    unsigned long long firstId = 0;
+    unsigned long long lastId = 0;
+    for (unsigned int frame = 0; frame < 200; ++frame) {
+        ASSERT_OK(m_camera.RetrieveBuffer(&image));
+        ASSERT_TRUE(image.IsComplete());
+        ASSERT_EQ(image.GetWidth(), kSize);
+        ASSERT_EQ(image.GetHeight(), kSize);
+        ASSERT_EQ(image.GetStride(), kSize);
+        ASSERT_EQ(image.GetDataSize(), kSize * kSize);
+        ASSERT_EQ(image.GetPixelFormat(), PIXEL_FORMAT_MONO8);
+        ASSERT_TRUE(HasTestPicture(image)) << "frame " << image.GetFrameId();
+        const auto offset = image.GetData() - memory.data();
+        ASSERT_TRUE(offset >= 0 && offset < kCount * kBufferSize && offset % kBufferSize == 0) << offset;
+        firstId = frame == 0 ? image.GetFrameId() : firstId;
+        ASSERT_EQ(image.GetFrameId(), firstId + frame);
+    }
+    EXPECT_GT(image.GetFrameId(), 65535U) << "the camera's own numbers have begun again at 1";
+    lastId = image.GetFrameId();
+    Drain(&image, &lastId);
+    EXPECT_EQ(CountAll(), lastId - firstId + 1);
+    ASSERT_OK(m_camera.StopCapture());
+    EXPECT_EQ(CountAll(), lastId - firstId + 1);
+}
+
+TEST_F(GigeStreamTest, TimeStampsAreTheCamerasAndTheHosts) {
+    Begin(ZevrinConfig());
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    Image image;
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    const TimeStamp stamp = image.GetTimeStamp();
+    EXPECT_NEAR(static_cast<double>(stamp.seconds), static_cast<double>(time(nullptr)), 30);
+    // The fake camera's clock is the host's, so the two times of one frame are near each other.
+    const double camera = stamp.cycleSeconds + stamp.cycleCount / 8000.0;
+    const double host = static_cast<double>(stamp.seconds % 128) + stamp.microSeconds / 1e6;
+    const double distance = std::abs(camera - host);
+    EXPECT_LT(std::min(distance, 128 - distance), 5) << camera << ' ' << host;
+}
+
+TEST_F(GigeStreamTest, NewestModeDropsTheOldestAndKeepsGoing) {
+    ZevrinConfig config;
+    config.numBuffers = 4;
+    config.grabMode = GRAB_NEWEST;
+    Begin(config);
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    Image image;
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    const unsigned long long firstId = image.GetFrameId();
+    unsigned long long lastId = firstId;
+    const auto deadline = steady_clock::now() + kPatience;
+    while (m_camera.GetStream().GetNumOfImageDriverDropped() < 30 && steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    EXPECT_GT(image.GetFrameId(), firstId + 20) << "not one of the first, which have waited long";
+    ASSERT_TRUE(HasTestPicture(image));
+    lastId = image.GetFrameId();
+    Drain(&image, &lastId);
+    EXPECT_EQ(CountAll(), lastId - firstId + 1);
+    EXPECT_EQ(m_camera.GetStream().GetNumOfImageDropped(), 0U);
+}
+
+TEST_F(GigeStreamTest, FramesThatFindNoBufferAreDriverDropped) {
+    ZevrinConfig config;
+    config.numBuffers = 3;
+    Begin(config);
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    Image held[3];
+    for (Image& image : held) {
+        ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    }
+    const unsigned long long firstId = held[0].GetFrameId();
+    Image image;
+    EXPECT_EQ(m_camera.WaitForBufferEvent(&image, kQuietMs).GetType(), ERR_TIMEOUT);
+    for (Image& heldImage : held) {
+        ASSERT_TRUE(HasTestPicture(heldImage))
+            << "it has been held, so nothing may have been written into it";
+        ASSERT_OK(heldImage.ReleaseBuffer());
+    }
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    unsigned long long lastId = image.GetFrameId();
+    Drain(&image, &lastId);
+    EXPECT_GT(m_camera.GetStream().GetNumOfImageDriverDropped(), 10U);
+    EXPECT_EQ(m_camera.GetStream().GetNumOfImageDropped(), 0U);
+    EXPECT_EQ(CountAll(), lastId - firstId + 1);
+}
+
+TEST_F(GigeStreamTest, IncompleteFramesAreCountedAndHandedOverOnRequest) {
+    for (const bool deliverIncomplete : {false, true}) {
+        ZevrinConfig config;
+        config.deliverIncomplete = deliverIncomplete;
+        config.packetSize = 1500;
+        Begin(config, {"--frame-rate", "100", "--packet-loss", "2"});
+        const unsigned int before = CountAll();
+        ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+        Image image;
+        unsigned long long firstId = 0;
+        unsigned long long lastId = 0;
+        unsigned int incomplete = 0;
+        for (unsigned int frame = 0; frame < 100; ++frame) {
+            ASSERT_OK(m_camera.RetrieveBuffer(&image));
+            firstId = frame == 0 ? image.GetFrameId() : firstId;
+            lastId = image.GetFrameId();
+            incomplete += image.IsComplete() ? 0 : 1;
+            EXPECT_EQ(image.GetDataSize(), kSize * kSize);
+            EXPECT_EQ(image.GetHeight(), kSize);
+            EXPECT_TRUE(HasTestPicture(image) || !image.IsComplete());
+        }
+        EXPECT_EQ(incomplete > 0, deliverIncomplete);
+        ASSERT_OK(m_camera.StopCapture());
+        EXPECT_GT(m_camera.GetStream().GetNumOfImageCorrupt(), 0U);
+        EXPECT_GE(CountAll() - before, lastId - firstId + 1);
+        EXPECT_LE(CountAll() - before, lastId - firstId + 30) << "before the first, and after the last";
+        m_camera.GetStream().ResetNumOfImageCorrupt();
+        ASSERT_OK(m_camera.Disconnect());
+    }
+}
+
+TEST_F(GigeStreamTest, TransmissionPausesWithoutAGap) {
+    Begin(ZevrinConfig());
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    Image image;
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    const unsigned long long firstId = image.GetFrameId();
+    unsigned long long lastId = firstId;
+    Drain(&image, &lastId);
+    ASSERT_OK(m_camera.WriteRegister(kTransmission, kOn));
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    EXPECT_EQ(image.GetFrameId(), lastId + 1);
+    Drain(&image, &lastId);
+    EXPECT_EQ(m_camera.GetStream().GetNumOfImageDropped(), 0U);
+}
+
+TEST_F(GigeStreamTest, ColourFormatsAreTold) {
+    const struct {
+        unsigned int code;  ///< GenICam pixel format
+        PixelFormat format;
+        BayerTileFormat bayerFormat;
+        unsigned int stride;
+    } cases[] = {
+        {0x01080009, PIXEL_FORMAT_RAW8, BAYER_RGGB, kSize},
+        {0x01080008, PIXEL_FORMAT_RAW8, BAYER_GRBG, kSize},
+        {0x01100007, PIXEL_FORMAT_MONO16, BAYER_NONE, 2 * kSize},
+        {0x02180014, PIXEL_FORMAT_RGB8, BAYER_NONE, 3 * kSize},
+    };
+    Begin(ZevrinConfig());
+    for (const auto& one : cases) {
+        ASSERT_OK(Write(0x128, one.code));
+        BayerTileFormat bayerFormat = BAYER_NONE;
+        ASSERT_OK(m_camera.GetBayerFormat(&bayerFormat));
+        EXPECT_EQ(bayerFormat, one.bayerFormat);
+        ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+        Image image;
+        ASSERT_OK(m_camera.RetrieveBuffer(&image));
+        EXPECT_EQ(image.GetPixelFormat(), one.format);
+        EXPECT_EQ(image.GetBayerTileFormat(), one.bayerFormat);
+        EXPECT_EQ(image.GetStride(), one.stride);
+        EXPECT_FALSE(image.IsBigEndian());
+        EXPECT_TRUE(HasTestPicture(image));
+        ASSERT_OK(m_camera.StopCapture());
+        EXPECT_TRUE(HasTestPicture(image)) << "an image outlives its stream";
+    }
+}
+
+TEST_F(GigeStreamTest, PacketSettingsReachTheCameraOrAreRefused) {
+    ZevrinConfig config;
+    config.packetSize = 1600;
+    config.packetDelay = 20000;  // ns; the fake camera's clock ticks each nanosecond
+    Begin(config);
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    unsigned int value = 0;
+    ASSERT_OK(Read(0x0D04, &value));
+    EXPECT_EQ(value & 0xFFFF, 1600U);
+    ASSERT_OK(Read(0x0D08, &value));
+    EXPECT_EQ(value, 20000U);
+    Image image;
+    ASSERT_OK(m_camera.RetrieveBuffer(&image));
+    EXPECT_TRUE(HasTestPicture(image));
+    ASSERT_OK(m_camera.StopCapture());
+
+    for (const unsigned int packetSize : {100U, 1601U, 65536U}) {
+        config.packetSize = packetSize;
+        ASSERT_OK(m_camera.SetConfiguration(&config));
+        EXPECT_EQ(m_camera.StartCapture(nullptr, nullptr).GetType(), ERR_VALUE_OUT_OF_RANGE) << packetSize;
+    }
+}
+
+struct CallbackState {
+    TestCamera* pCamera = nullptr;
+    std::atomic<unsigned int> images{0};
+    std::atomic<unsigned int> wrong{0};
+    std::atomic<bool> stopped{false};
+};
+
+void OnImage(Image* pImage, const void* pData) {
+    auto* const pState = static_cast<CallbackState*>(const_cast<void*>(pData));
+    pState->wrong += HasTestPicture(*pImage) ? 0 : 1;
+    if (++pState->images == 20) {
+        pState->stopped = pState->pCamera->StopCapture() == ERR_OK;
+    }
+}
+
+TEST_F(GigeStreamTest, StopsFromWithinTheCallbackAndStartsAgain) {
+    Begin(ZevrinConfig());
+    CallbackState state;
+    state.pCamera = &m_camera;
+    for (unsigned int round = 0; round < 3; ++round) {
+        state.images = 0;
+        state.stopped = false;
+        ASSERT_OK(m_camera.StartCapture(OnImage, &state));
+        const auto deadline = steady_clock::now() + kPatience;
+        while (!state.stopped && steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(milliseconds(1));
+        }
+        EXPECT_TRUE(state.stopped);
+        EXPECT_EQ(state.images, 20U);
+    }
+    EXPECT_EQ(state.wrong, 0U);
+}
+
+}  // namespace
+}  // namespace Zevrin

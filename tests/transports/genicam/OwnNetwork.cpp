@@ -1,0 +1,58 @@
+#include "OwnNetwork.h"
+
+#include <fcntl.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+namespace Zevrin {
+
+namespace {
+
+/// A user without privileges has them in a user namespace of its own, where its own number must be known.
+bool LeaveNetwork() {
+    if (unshare(CLONE_NEWNET) == 0) {
+        return true;
+    }
+    const std::string user = std::to_string(getuid());
+    const std::string group = std::to_string(getgid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+        return false;
+    }
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << user + " " + user + " 1";
+    std::ofstream("/proc/self/gid_map") << group + " " + group + " 1";
+    return true;
+}
+
+bool BringUpLoopback() {
+    const int handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request{};
+    std::strcpy(request.ifr_name, "lo");
+    request.ifr_flags = IFF_UP | IFF_RUNNING;
+    const bool isUp = ioctl(handle, SIOCSIFFLAGS, &request) == 0;
+    close(handle);
+    return isUp;
+}
+
+}  // namespace
+
+void TakeNetwork() {
+    if (LeaveNetwork() && BringUpLoopback()) {
+        return;
+    }
+    std::fprintf(stderr, "No network of its own for this process: waiting for the common one.\n");
+    const int handle = open("/tmp/zevrin-genicam-tests.lock", O_CREAT | O_RDWR | O_CLOEXEC, 0666);
+    flock(handle, LOCK_EX);  // until the process ends
+}
+
+}  // namespace Zevrin

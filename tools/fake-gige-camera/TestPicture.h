@@ -1,0 +1,7 @@
+#pragma once
+
+#include <arv.h>
+
+/// Fills a frame with the picture that the help text describes. An ArvFakeCameraFillPattern.
+void FillTestPicture(ArvBuffer* pBuffer, void* pData, guint32 exposureTimeUs, guint32 gain,
+                     ArvPixelFormat pixelFormat);
