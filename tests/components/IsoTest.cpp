@@ -163,7 +163,7 @@ TEST_F(IsoTest, StopsOnItsSideWhenTheCameraDoesNotAnswer) {
 }
 
 TEST_F(IsoTest, AccountsForFramesOfAStartThatFails) {
-    m_pHardware->m_onWrite = [this] { m_pHardware->SendFrame(); };
+    m_pHardware->m_beforeWrite = [this] { m_pHardware->SendFrame(); };
     m_pHardware->FailNext("Write", Failure(ERR_TIMEOUT, "no answer"));
     EXPECT_EQ(Start(), ERR_ISOCH_START_FAILED);
     EXPECT_FALSE(IsTransmitting()) << "a write without an answer may have taken effect";
