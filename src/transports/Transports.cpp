@@ -5,7 +5,6 @@
 #include <string>
 
 #include "SimulatedTransport.h"
-
 #ifdef ZEVRIN_WITH_GENICAM
 #include "GenicamTransport.h"
 #endif

@@ -123,6 +123,9 @@ class Readme : public testing::Test {
 };
 
 TEST_F(Readme, CommandsWork) {
+    if (!fs::exists(PROGRAM_FOLDER "/fake-gige-camera")) {
+        GTEST_SKIP() << "The README is about a build with GigE Vision.";
+    }
     std::unique_ptr<Zevrin::Process> pFakeCamera;
     int count = 0;
     for (const std::string& block : Zevrin::ReadFencedBlocks(kSource + "/README.md", "sh")) {
@@ -130,7 +133,7 @@ TEST_F(Readme, CommandsWork) {
             ++count;
             if (IsBuild(line)) {
                 CheckBuild(line);
-            } else if (line.find("bin/fake-gige-camera") != std::string::npos) {
+            } else if (line == "build/release/bin/fake-gige-camera") {
                 pFakeCamera = std::make_unique<Zevrin::Process>(std::vector<std::string>{line}, m_options);
                 ASSERT_TRUE(pFakeCamera->WaitForOutput("ready")) << pFakeCamera->Finish().messages;
             } else {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -29,6 +30,7 @@ constexpr unsigned int kMaxCount = 1000000;
 constexpr unsigned int kMaxTimeoutMs = 3600000;
 constexpr unsigned int kMaxBuffers = 4096;
 constexpr std::chrono::milliseconds kLookInterval(50);
+constexpr std::size_t kProgressWidth = 79;
 
 struct GrabOptions {
     GrabPlan plan;
@@ -76,13 +78,20 @@ std::vector<unsigned int> ChooseAll(Session& session, const GrabOptions& options
     return all.empty() ? session.Choose({}) : all;
 }
 
+/// One line, for each camera as long as there is room.
 void ShowProgress(const Grabbers& grabbers, unsigned int count) {
-    std::string line = "\r";
+    std::string line;
+    unsigned long long sum = 0;
     for (const auto& pGrabber : grabbers) {
+        sum += pGrabber->CountFrames();
         line += std::to_string(pGrabber->GetSerialNumber()) + ": " + std::to_string(pGrabber->CountFrames()) +
                 "/" + std::to_string(count) + "  ";
     }
-    std::cerr << line << std::flush;
+    if (line.size() > kProgressWidth) {
+        line = std::to_string(grabbers.size()) + " cameras: " + std::to_string(sum) + "/" +
+               std::to_string(1ULL * count * grabbers.size());
+    }
+    std::cerr << "\r" + line << std::flush;
 }
 
 void WaitForAll(const Grabbers& grabbers, unsigned int count) {

@@ -1,5 +1,7 @@
 #include "Tool.h"
 
+#include <unistd.h>
+
 #include <iostream>
 
 namespace ZevrinTool {
@@ -45,7 +47,9 @@ std::string NameOf(unsigned int serialNumber) {
 }
 
 void Complain(const std::string& message) {
-    std::cerr << "zevrin: " + message + "\n" << std::flush;  // in one piece: several threads complain
+    // In one piece, since several threads complain, and in place of a progress line.
+    const std::string begin = isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "";
+    std::cerr << begin + "zevrin: " + message + "\n" << std::flush;
 }
 
 }  // namespace ZevrinTool
