@@ -162,20 +162,22 @@ Error Trigger::FireSoftwareTrigger(bool broadcast) {
     if (!info.softwareTriggerSupported) {
         return Failure(ERR_FEATURE_ABSENT, "This camera has no software trigger.");
     }
-    TriggerMode mode;
-    const Error read = GetTriggerMode(&mode);
-    if (read != ERR_OK) {
-        return read;
+    RegisterSequence camera(*this, broadcast);
+    const unsigned int control = camera.Read(Register::kTriggerMode);
+    if (camera.HasFailed()) {
+        return camera.GetError();
     }
-    if (!mode.onOff) {
+    if ((control & TriggerControl::kOnOff) == 0 && info.onOffSupported) {
         return Failure(ERR_TRIGGER_FAILED, "The trigger is off; switch it on before it is fired.");
     }
-    if (mode.source != kSoftwareTriggerSource) {
+    const unsigned int source = TriggerControl::kSource.Get(control);
+    if (source != kSoftwareTriggerSource) {
         return Failure(ERR_TRIGGER_FAILED,
-                       "The trigger listens to source %u; the software trigger is source %u.", mode.source,
+                       "The trigger listens to source %u; the software trigger is source %u.", source,
                        kSoftwareTriggerSource);
     }
-    return WriteRegister(Register::kSoftwareTrigger, kSwitchBit, broadcast);
+    camera.Write(Register::kSoftwareTrigger, kSwitchBit);
+    return camera.GetError();
 }
 
 }  // namespace Zevrin
