@@ -3,6 +3,7 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "zevrin/Configuration.h"
 #include "zevrin/Error.h"
@@ -56,6 +57,22 @@ struct StreamCounters {
     unsigned int resendPacketsReceived = 0;
 };
 
+/// A device event as the camera sent it.
+struct RawDeviceEvent {
+    std::string name;                    ///< one of `HardwareInterface::GetEventNames`
+    unsigned int id = 0;                 ///< the transport's number of the event
+    unsigned long long timeStampNs = 0;  ///< of the camera's own clock
+    std::vector<unsigned char> data;     ///< what came with the event; often nothing
+};
+
+/// Who is told of a camera's events, from any thread of the transport, which holds no lock of its own.
+class EventSink {
+  public:
+    virtual ~EventSink() = default;
+    /// Returns quickly; the work is done on another thread.
+    virtual void OnDeviceEvent(const RawDeviceEvent& event) = 0;
+};
+
 /// One camera as its transport reaches it; owned by the bus manager for as long as that lives, also
 /// through the camera's absence.
 ///
@@ -107,6 +124,17 @@ class HardwareInterface {
     virtual void StopStream() = 0;
 
     virtual StreamCounters GetStreamCounters() const = 0;
+
+    /// The events that the camera can send.
+    /// Errors: ERR_NOT_SUPPORTED (no events on this transport), ERR_TRANSPORT_FAILED.
+    virtual Error GetEventNames(std::vector<std::string>* pNames);
+
+    /// From here on `pSink` is told of every event, also after `Close`, `Open` and an absence of the
+    /// camera; null ends that, and when the call returns no delivery is under way. Not to be called from
+    /// within one.
+    /// Errors: ERR_NOT_SUPPORTED, ERR_EVENT_FAILED (another sink is there), ERR_TRANSPORT_FAILED; the sink
+    /// is told of nothing then. Null always succeeds where events are supported.
+    virtual Error SetEventSink(EventSink* pSink);
 };
 
 }  // namespace Zevrin

@@ -30,6 +30,16 @@ Error FakeHardware::Take(const std::string& operation) {
     return error;
 }
 
+Error FakeHardware::TakeAccess(const std::string& operation) {
+    const Error error = Take(operation);
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    ++m_accesses;
+    if (error == ERR_OK && m_accesses == m_failingAccess) {
+        return Failure(ERR_TIMEOUT, "Access %u does not come back.", m_accesses);
+    }
+    return error;
+}
+
 Error FakeHardware::Open() {
     Error error = Take("Open");
     if (error == ERR_OK) {
@@ -40,20 +50,28 @@ Error FakeHardware::Open() {
 
 Error FakeHardware::ReadQuadlets(unsigned short high, unsigned int low, unsigned int* pValues,
                                  unsigned int count) {
-    Error error = Take("Read");
+    Error error = TakeAccess("Read");
     boost::lock_guard<boost::mutex> lock(m_mutex);
     for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
-        pValues[index] = m_memory[Key(high, low + 4 * index)];
+        const auto found = m_memory.find(Key(high, low + 4 * index));
+        if (found != m_memory.end()) {
+            pValues[index] = found->second;
+        } else if (m_hasOnlyWhatWasSet) {
+            error = Failure(ERR_READ_REGISTER_FAILED, "There is no register 0x%08X.", low + 4 * index);
+        } else {
+            pValues[index] = 0;
+        }
     }
     return error;
 }
 
 Error FakeHardware::WriteQuadlets(unsigned short high, unsigned int low, const unsigned int* pValues,
                                   unsigned int count, bool broadcast) {
-    Error error = Take("Write");
+    Error error = TakeAccess("Write");
     boost::lock_guard<boost::mutex> lock(m_mutex);
     for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
-        m_memory[Key(high, low + 4 * index)] = pValues[index];
+        const unsigned int address = low + 4 * index;
+        m_memory[Key(high, address)] = m_onWrite ? m_onWrite(address, pValues[index]) : pValues[index];
     }
     if (broadcast) {
         m_broadcasts.push_back(std::to_string(low));
@@ -96,9 +114,72 @@ bool FakeHardware::IsStreaming() const {
 }
 
 unsigned int FakeHardware::Register(unsigned int offset) const {
+    return Base(0xF00000U + offset);
+}
+
+unsigned int FakeHardware::Base(unsigned int offset) const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    const auto found = m_memory.find(Key(kRegisterSpace, 0xF0F00000U + offset));
+    const auto found = m_memory.find(Key(kRegisterSpace, 0xF0000000U + offset));
     return found != m_memory.end() ? found->second : 0;
+}
+
+void FakeHardware::SetRegister(unsigned int offset, unsigned int value) {
+    SetBase(0xF00000U + offset, value);
+}
+
+void FakeHardware::SetBase(unsigned int offset, unsigned int value) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_memory[Key(kRegisterSpace, 0xF0000000U + offset)] = value;
+}
+
+void FakeHardware::FailAccess(unsigned int n) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_accesses = 0;
+    m_failingAccess = n;
+}
+
+unsigned int FakeHardware::GetAccesses() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_accesses;
+}
+
+FakeHardware::Memory FakeHardware::GetMemory() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_memory;
+}
+
+void FakeHardware::SetMemory(const Memory& memory) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_memory = memory;
+}
+
+Error FakeHardware::GetEventNames(std::vector<std::string>* pNames) {
+    *pNames = m_eventNames;
+    return Take("GetEventNames");
+}
+
+Error FakeHardware::SetEventSink(EventSink* pSink) {
+    Error error = Take("SetEventSink");
+    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    if (error == ERR_OK && pSink != nullptr && m_pSink != nullptr) {
+        error = Failure(ERR_EVENT_FAILED, "Another sink is there.");
+    }
+    if (error == ERR_OK) {
+        m_pSink = pSink;
+    }
+    return error;
+}
+
+void FakeHardware::SendEvent(const RawDeviceEvent& event) {
+    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    if (m_pSink != nullptr) {
+        m_pSink->OnDeviceEvent(event);
+    }
+}
+
+bool FakeHardware::HasSink() const {
+    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    return m_pSink != nullptr;
 }
 
 void FakeHardware::SendFrame(unsigned int firstQuadlet, bool isComplete) {

@@ -4,6 +4,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "CameraInternal.h"
+#include "zevrin/ImageFormat.h"
 
 namespace Zevrin {
 
@@ -41,13 +42,40 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error GetConfiguration(ZevrinConfig* pConfig) override;
     Error SetConfiguration(const ZevrinConfig* pConfig) override;
 
+    // Image formats. Setting one is refused with ERR_ISOCH_ALREADY_STARTED while a stream of this object
+    // runs, whose buffers have the size of the present images.
+
+    /// `format` and `mode` of the record choose a standard mode; one that is not there is told by `present`.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE, the register access's.
+    Error GetVideoModeInfo(VideoModeInfo* pInfo);
+
+    /// The present format, mode and frame rate; setting takes a standard format, 0 to 2.
+    /// Errors: as above; ERR_INVALID_MODE (not on this camera); what was changed until then is put back.
+    Error GetVideoMode(VideoModeSetting* pSetting);
+    Error SetVideoMode(const VideoModeSetting* pSetting);
+
+    /// `mode` of the record chooses a mode of format 7; one that is not there is told by `present`.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE, the register access's.
+    Error GetFormat7Info(Format7Info* pInfo);
+
+    /// The present region, pixel format and packet size; setting makes their mode the present one.
+    /// Errors: as above; ERR_FEATURE_ABSENT (no such mode), ERR_NOT_SUPPORTED (pixel format, packet size),
+    /// ERR_INVALID_MODE (another format is the present one, or the camera refuses the combination),
+    /// ERR_TIMEOUT; what was changed until then is put back.
+    Error GetFormat7(Format7Settings* pSettings);
+    Error SetFormat7(const Format7Settings* pSettings);
+
   private:
     void GiveUp();
+    template <typename Operation>
+    Error SettingFormat(const Operation& operation);
 
     boost::shared_ptr<HardwareInterface> m_pHardware;
 
     boost::mutex m_configMutex;  // guards m_config
     ZevrinConfig m_config;
+
+    boost::mutex m_formatMutex;  // guards the camera's choice of format, which two components change
 };
 
 }  // namespace Zevrin
