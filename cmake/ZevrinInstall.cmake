@@ -12,5 +12,9 @@ write_basic_package_version_file(ZevrinConfigVersion.cmake COMPATIBILITY SameMin
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZevrinConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/ZevrinConfigVersion.cmake
         DESTINATION ${package_dir})
 
+# Relative to where the file is found, so that another prefix can be chosen when installing.
+set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH ZEVRIN_PREFIX_FROM_PC /prefix/${pc_dir} /prefix)
+string(REGEX REPLACE "/$" "" ZEVRIN_PREFIX_FROM_PC ${ZEVRIN_PREFIX_FROM_PC})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zevrin.pc.in zevrin.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zevrin.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zevrin.pc DESTINATION ${pc_dir})

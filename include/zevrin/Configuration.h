@@ -2,10 +2,10 @@
 
 namespace Zevrin {
 
-/// Which waiting image a retrieval gives.
+/// What becomes of a new image that finds no free buffer. Retrievals give the oldest image that waits.
 enum GrabMode : unsigned int {
-    GRAB_NEWEST = 0,   ///< the oldest waiting image makes room for a new one
-    GRAB_IN_ORDER = 1  ///< oldest first; a new image that finds no free buffer is dropped
+    GRAB_NEWEST = 0,   ///< the oldest waiting image makes room for it
+    GRAB_IN_ORDER = 1  ///< it is dropped
 };
 
 /// `ZevrinConfig::asyncSpeed` and `isochSpeed`: the fastest that both ends can.

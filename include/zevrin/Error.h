@@ -28,8 +28,8 @@ class [[nodiscard]] ZEVRIN_API Error {
     /// The failure that led to this one; success (`ERR_OK`) when there is none.
     Error GetCause() const noexcept;
 
-    /// Where the failure was noticed: file name without folders ("" when unknown), line, and the build
-    /// date and time of that file in the compiler's forms "Oct 15 2018" and "22:23:22".
+    /// Where the failure was noticed: file name without folders ("" when unknown), line, and the date and
+    /// time when that part of the library was built, in the compiler's forms "Oct 15 2018" and "22:23:22".
     const char* GetSourceFile() const noexcept;
     int GetSourceLine() const noexcept;
     const char* GetBuildDate() const noexcept;

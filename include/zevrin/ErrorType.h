@@ -5,7 +5,7 @@
 namespace Zevrin {
 
 /// What kind of failure an `Error` reports. The numbers are part of the interface and never change.
-enum ErrorType {
+enum ErrorType : int {
     ERR_OK = 0,
     ERR_FAILED = 1,
     ERR_NOT_IMPLEMENTED = 2,

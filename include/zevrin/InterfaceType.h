@@ -5,7 +5,7 @@
 namespace Zevrin {
 
 /// The transport over which a camera is reached.
-enum InterfaceType {
+enum InterfaceType : int {
     INTERFACE_IEEE1394 = 0,
     INTERFACE_USB2 = 1,
     INTERFACE_U3V = 2,

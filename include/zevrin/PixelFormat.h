@@ -6,7 +6,7 @@ namespace Zevrin {
 
 /// How the pixels of an image are laid out. 16-bit samples are big-endian from cameras that follow the
 /// IIDC layout; `Image::IsBigEndian` tells.
-enum PixelFormat {
+enum PixelFormat : int {
     PIXEL_FORMAT_UNKNOWN = 0,
     PIXEL_FORMAT_MONO8,
     PIXEL_FORMAT_YUV411,
@@ -33,6 +33,6 @@ ZEVRIN_API const char* GetPixelFormatName(PixelFormat format) noexcept;
 ZEVRIN_API unsigned int GetBitsPerPixel(PixelFormat format) noexcept;
 
 /// The order of the colour filters over the first two pixels of the first two rows of a raw image.
-enum BayerTileFormat { BAYER_NONE = 0, BAYER_RGGB, BAYER_GRBG, BAYER_GBRG, BAYER_BGGR };
+enum BayerTileFormat : int { BAYER_NONE = 0, BAYER_RGGB, BAYER_GRBG, BAYER_GBRG, BAYER_BGGR };
 
 }  // namespace Zevrin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zevrin/Export.h"
+
 namespace Zevrin {
 
 /// The adjustable features of a camera, as the IIDC feature registers name them.
@@ -24,6 +26,13 @@ enum PropertyType : unsigned int {
     TEMPERATURE = 17,
     WHITE_SHADING = 18
 };
+
+/// Properties are numbered from 0 to one less.
+constexpr unsigned int kPropertyTypeCount = 19;
+
+/// The property's name, such as "white balance"; "unknown" for a number that is none of them.
+/// Threads: any.
+ZEVRIN_API const char* GetPropertyTypeName(PropertyType type) noexcept;
 
 /// What a camera can do with one property. `type` chooses the property; the rest is filled in.
 struct PropertyInfo {
@@ -53,8 +62,8 @@ struct Property {
     bool onOff = false;
     bool autoManualMode = false;  ///< true: the camera adjusts by itself
     unsigned int valueA = 0;      ///< raw register units
-    unsigned int valueB = 0;      ///< second raw value; white balance: blue, with red in `valueA`
-    float absValue = 0;
+    unsigned int valueB = 0;      ///< second raw value; white balance: blue (U), with red (V) in `valueA`
+    float absValue = 0;           ///< in the unit that `PropertyInfo` names
     unsigned int reserved[8] = {};
 };
 

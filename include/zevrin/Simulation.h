@@ -8,10 +8,14 @@
 
 namespace Zevrin {
 
-/// Frames of one simulated camera, by what became of them on its side.
+struct WorldDescription;
+
+/// Frames of one simulated camera since it was made, as far as a stream was listening. Each one that was
+/// sent ends in the stream as delivered, corrupt, dropped or driver-dropped.
 struct SimulatedFrameCounts {
-    unsigned long long exposed = 0;  ///< sent, or lost on the bus on purpose
-    unsigned long long sent = 0;     ///< put on the bus while a stream was listening
+    unsigned long long exposed = 0;  ///< pictures taken
+    unsigned long long sent = 0;     ///< put on the bus: the pictures, and the copies that a fault makes
+    unsigned long long lost = 0;     ///< of those sent, lost on the bus
 };
 
 /// Simulated buses with their cameras, inside this process. The cameras are found by discovery like any
@@ -23,7 +27,7 @@ struct SimulatedFrameCounts {
 class ZEVRIN_API Simulation {
   public:
     /// One bus with this many cameras, 1 to 64, with serial numbers 1001 and on.
-    /// Errors: ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER.
+    /// Errors: ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER, ERR_FAILED (no thread to be had).
     static Error FromCount(unsigned int cameraCount, boost::shared_ptr<Simulation>* ppSimulation);
 
     /// As described by a JSON text or file; docs/simulation.md lists its keys.
@@ -53,6 +57,18 @@ class ZEVRIN_API Simulation {
     /// thread, in its order, before this returns.
     void AdvanceClock(unsigned long long microseconds);
 
+    /// Drives one of a camera's pins from outside: until further notice, or high for a while. Without an
+    /// effect on a pin that is an output.
+    /// @param pin  0 to 3; pin n is trigger source n and, as an output, strobe n
+    /// @param microseconds  1 to 2^50
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE.
+    Error SetInput(unsigned int serialNumber, unsigned int pin, bool isHigh);
+    Error PulseInput(unsigned int serialNumber, unsigned int pin, unsigned long long microseconds);
+
+    /// The present level of a pin, with its strobe when it is an output.
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER.
+    Error GetPin(unsigned int serialNumber, unsigned int pin, bool* pIsHigh) const;
+
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_PARAMETER.
     Error GetFrameCounts(unsigned int serialNumber, SimulatedFrameCounts* pCounts) const;
 
@@ -63,6 +79,9 @@ class ZEVRIN_API Simulation {
   private:
     class World;
     explicit Simulation(boost::shared_ptr<World> pWorld);
+    static Error FromDescription(const WorldDescription& description,
+                                 boost::shared_ptr<Simulation>* ppSimulation);
+    Error DrivePin(unsigned int serialNumber, unsigned int pin, bool isHigh, unsigned long long microseconds);
 
     boost::shared_ptr<World> m_pWorld;
 };

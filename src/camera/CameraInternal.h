@@ -1,17 +1,23 @@
 #pragma once
 
+#include <array>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
+#include <cstddef>
 
 #include "zevrin/Callbacks.h"
 #include "zevrin/CameraInfo.h"
+#include "zevrin/CameraStats.h"
 #include "zevrin/Configuration.h"
+#include "zevrin/DeviceEvent.h"
+#include "zevrin/EmbeddedImageInfo.h"
 #include "zevrin/Error.h"
 #include "zevrin/Export.h"
 #include "zevrin/LookUpTable.h"
 #include "zevrin/PixelFormat.h"
 #include "zevrin/Property.h"
 #include "zevrin/Strobe.h"
+#include "zevrin/TimeStamp.h"
 #include "zevrin/Trigger.h"
 
 namespace Zevrin {
@@ -182,6 +188,77 @@ class ZEVRIN_API CameraInternal {
     /// Errors: the guard's, ERR_FAILED (a stream runs, or a number is out of range).
     Error SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount);
 
+    // Items stamped into images.
+
+    /// Which items the camera supports and which are on. All are switched on for a moment to find out; when
+    /// reading that back fails, they stay on.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, those of `ReadRegister` and `WriteRegister`; `onOff` may
+    /// be filled in then. Threads: any; a change by another thread meanwhile can be lost.
+    Error GetEmbeddedImageInfo(EmbeddedImageInfo* pInfo);
+
+    /// Switches the items on and off as `onOff` says; `available` is not looked at, and what the camera does
+    /// not support does not stick.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, those of `ReadRegister` and `WriteRegister`, ERR_FAILED.
+    /// Threads: as above.
+    Error SetEmbeddedImageInfo(EmbeddedImageInfo* pInfo);
+
+    // Statistics and bus time.
+
+    /// Counters and readings of the camera and of this object.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_REGISTER_FAILED (transmit failure or power register;
+    /// what precedes it in the record is filled in). Everything else that fails is a zero in the record.
+    Error GetStats(CameraStats* pStats);
+
+    /// Zeroes the counters, those of this object first.
+    /// Errors: the guard's, ERR_REGISTER_FAILED (the camera's own counter stays).
+    Error ResetStats();
+
+    /// The camera's bus time. Not guarded.
+    /// Errors: ERR_NOT_CONNECTED, the transport's.
+    Error GetCycleTime(TimeStamp* pTimeStamp);
+
+    /// Reads a table of numbers that two registers describe: presence and number of entries, and where it is.
+    /// @param pValues  room for as many entries as the camera can report: up to 4095
+    /// @param pCount   entries stored, also after a failure
+    /// Errors: those of `ReadRegister`, as they are.
+    Error ReadRegValues(unsigned int infoRegister, unsigned int offsetRegister, float* pValues,
+                        unsigned int* pCount);
+
+    /// The number whose IEEE-754 single-precision pattern this is; 99999.0 and -99999.0 stand for the
+    /// infinities and 99999.0 for every NaN; a zero of either sign is +0.0.
+    static double Convert32bitIEEEToFloat(unsigned int raw);
+
+    // General-purpose pins.
+
+    /// @param pin         0 to 31, counted from the most significant bit
+    /// @param pDirection  gets 0 or 1; not null
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_READ_REGISTER_FAILED.
+    Error GetGPIOPinDirection(unsigned int pin, unsigned int* pDirection);
+
+    /// Sets one pin's direction by read-modify-write; the other pins keep theirs.
+    /// @param direction  0 or 1
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_READ_REGISTER_FAILED, ERR_WRITE_REGISTER_FAILED
+    /// (nothing written). Threads: any; two concurrent changes of one camera's pins can lose one of them.
+    Error SetGPIOPinDirection(unsigned int pin, unsigned int direction, bool broadcast = false);
+
+    // Identity.
+
+    /// Who the camera is and what it has.
+    /// Errors: ERR_INVALID_PARAMETER (tested first), the guard's, the components'.
+    Error GetCameraInfo(CameraInfo* pInfo);
+
+    // Device events. Not guarded: they need only that the bus manager knows the camera.
+
+    /// Whether the camera's interface has events: GigE Vision and USB3 Vision do.
+    bool InterfaceSupportsEvents();
+
+    /// Errors of the four: ERR_NOT_IMPLEMENTED (no events on this interface), ERR_FAILED.
+    Error RegisterEvent(EventOptions* pOptions);
+    /// Waits for a running callback, unless it is called from within it.
+    Error DeregisterEvent(EventOptions* pOptions);
+    Error RegisterAllEvents(EventOptions* pOptions);
+    Error DeregisterAllEvents();
+
   protected:
     bool m_bConnected = false;
     unsigned int m_serialNumber = 0;
@@ -205,6 +282,14 @@ class ZEVRIN_API CameraInternal {
     boost::shared_ptr<Lut> m_pLut;
     boost::shared_ptr<MemoryChannel> m_pMemoryChannel;
     boost::shared_ptr<EventList> m_pEventList;
+
+  private:
+    static constexpr std::size_t kComponentCount = 11;
+
+    std::array<boost::shared_ptr<IOBase>, kComponentCount> StatisticsOrder() const;
+    void GatherReadings(CameraStats* pStats);
+    Error ReadRegValuesUpTo(unsigned int limit, unsigned int infoRegister, unsigned int offsetRegister,
+                            float* pValues, unsigned int* pCount);
 };
 
 }  // namespace Zevrin

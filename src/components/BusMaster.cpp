@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/thread/lock_guard.hpp>
+#include <limits>
 #include <utility>
 
 #include "Failure.h"
@@ -9,6 +10,18 @@
 #include "Log.h"
 
 namespace Zevrin {
+
+namespace {
+
+std::vector<CameraIdentity> IdentitiesOf(const std::vector<boost::shared_ptr<HardwareInterface>>& cameras) {
+    std::vector<CameraIdentity> identities;
+    for (const auto& pCamera : cameras) {
+        identities.push_back(pCamera->GetIdentity());
+    }
+    return identities;
+}
+
+}  // namespace
 
 BusMaster::BusMaster() : BusMaster(CreateTransports()) {}
 
@@ -64,26 +77,26 @@ Error BusMaster::GetCameras(std::vector<CameraIdentity>* pCameras) {
         return Failure(ERR_INVALID_PARAMETER, "The list of cameras needs a place to go to.");
     }
     Error error = EnsureDiscovered();
-    std::vector<CameraIdentity> cameras;
+    std::vector<Handle> present;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
         for (const Entry& entry : m_entries) {
             if (entry.isPresent) {
-                cameras.push_back(entry.pHardware->GetIdentity());
+                present.push_back(entry.pHardware);
             }
         }
     }
-    *pCameras = std::move(cameras);
+    *pCameras = IdentitiesOf(present);
     return pCameras->empty() ? error : Error();
 }
 
 std::vector<CameraIdentity> BusMaster::GetDuplicates() const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    std::vector<CameraIdentity> duplicates;
-    for (const auto& pHardware : m_duplicates) {
-        duplicates.push_back(pHardware->GetIdentity());
+    std::vector<Handle> duplicates;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        duplicates = m_duplicates;
     }
-    return duplicates;
+    return IdentitiesOf(duplicates);
 }
 
 Error BusMaster::Rescan() {
@@ -98,78 +111,110 @@ Error BusMaster::EnsureDiscovered() {
 /// wanted: one in the process is not kept waiting for a broadcast. The last failure is the result.
 Error BusMaster::Discover(const unsigned int* pWantedSerialNumber) {
     Error result;
-    std::vector<CameraIdentity> arrived;
     {
         boost::lock_guard<boost::mutex> lock(m_discoveryMutex);
-        bool found = false;
-        for (auto transport = m_transports.begin(); transport != m_transports.end() && !found; ++transport) {
-            std::vector<boost::shared_ptr<HardwareInterface>> cameras;
-            const Error error = (*transport)->Discover(&cameras);
-            if (error != ERR_OK) {
-                Log().warn("{}: {}", (*transport)->GetName(), error.GetDescription());
-                result = error;
+        Handle pWanted;
+        auto transport = m_transports.begin();
+        while (transport != m_transports.end() && !pWanted) {
+            const Error error = DiscoverOn(**transport++);
+            result = error != ERR_OK ? error : result;
+            if (pWantedSerialNumber != nullptr && Find(*pWantedSerialNumber, &pWanted) != ERR_OK) {
+                pWanted.reset();
             }
-            for (const auto& pCamera : cameras) {
-                if (Remember(pCamera)) {
-                    arrived.push_back(pCamera->GetIdentity());
-                }
-            }
-            boost::shared_ptr<HardwareInterface> pWanted;
-            found = pWantedSerialNumber != nullptr && Find(*pWantedSerialNumber, &pWanted) == ERR_OK;
         }
-        m_discovered = m_discovered || !found;
+        m_discovered = m_discovered || transport == m_transports.end();
     }
-    for (const CameraIdentity& identity : arrived) {
-        Notify(identity, true);
-    }
+    DeliverChanges();
     return result;
 }
 
-/// Whether the camera is there now and was not before.
-bool BusMaster::Remember(const boost::shared_ptr<HardwareInterface>& pCamera) {
+Error BusMaster::DiscoverOn(Transport& transport) {
+    unsigned long long knownSince = 0;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        knownSince = m_changeCount;
+    }
+    std::vector<Handle> cameras;
+    Error error = transport.Discover(&cameras);
+    if (error != ERR_OK) {
+        Log().warn("{}: {}", transport.GetName(), error.GetDescription());
+    }
+    for (const Handle& pCamera : cameras) {
+        Remember(pCamera, &transport, knownSince);
+    }
+    if (error == ERR_OK) {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        for (Entry& entry : m_entries) {
+            const bool isListed = std::find(cameras.begin(), cameras.end(), entry.pHardware) != cameras.end();
+            if (entry.pTransport == &transport && entry.isPresent && !isListed &&
+                entry.changedAt <= knownSince) {
+                SetPresence(&entry, false);
+            }
+        }
+    }
+    return error;
+}
+
+/// The camera is there, unless it is known to have gone after `knownSince`.
+void BusMaster::Remember(const Handle& pCamera, const Transport* pTransport, unsigned long long knownSince) {
     const CameraIdentity identity = pCamera->GetIdentity();
     boost::lock_guard<boost::mutex> lock(m_mutex);
     Entry* pEntry = FindEntry(identity.serialNumber);
     if (pEntry == nullptr) {
-        m_entries.push_back({identity.serialNumber, pCamera, true});
+        m_entries.emplace_back();
+        pEntry = &m_entries.back();
+        pEntry->serialNumber = identity.serialNumber;
+        pEntry->pHardware = pCamera;
     } else if (pEntry->pHardware != pCamera) {
-        if (std::find(m_duplicates.begin(), m_duplicates.end(), pCamera) == m_duplicates.end()) {
-            m_duplicates.push_back(pCamera);
-            Log().warn("camera {} at {} is left out: its serial number is taken", identity.serialNumber,
-                       Printable(identity.address));
-        }
-        return false;
-    } else if (pEntry->isPresent) {
-        return false;
-    } else {
-        pEntry->isPresent = true;
-    }
-    m_generations.Raise(identity.serialNumber);
-    return true;
-}
-
-void BusMaster::OnCameraArrived(const boost::shared_ptr<HardwareInterface>& pCamera) {
-    if (Remember(pCamera)) {
-        Notify(pCamera->GetIdentity(), true);
-    }
-}
-
-void BusMaster::OnCameraLost(const boost::shared_ptr<HardwareInterface>& pCamera) {
-    {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        Entry* pEntry = FindEntry(pCamera.get());
-        if (pEntry == nullptr || !pEntry->isPresent) {
+        if (pEntry->isPresent) {
+            if (std::find(m_duplicates.begin(), m_duplicates.end(), pCamera) == m_duplicates.end()) {
+                m_duplicates.push_back(pCamera);
+                Log().warn("camera {} at {} is left out: its serial number is taken", identity.serialNumber,
+                           Printable(identity.address));
+            }
             return;
         }
-        pEntry->isPresent = false;
-        m_generations.Raise(pEntry->serialNumber);
+        m_formerHandles.push_back(pEntry->pHardware);
+        pEntry->pHardware = pCamera;
+        m_duplicates.erase(std::remove(m_duplicates.begin(), m_duplicates.end(), pCamera),
+                           m_duplicates.end());
+    } else if (pEntry->isPresent || pEntry->changedAt > knownSince) {
+        pEntry->pTransport = pTransport != nullptr ? pTransport : pEntry->pTransport;
+        return;
     }
-    Notify(pCamera->GetIdentity(), false);
+    pEntry->pTransport = pTransport;
+    SetPresence(pEntry, true);
 }
 
-void BusMaster::OnBusReset(const std::vector<boost::shared_ptr<HardwareInterface>>& cameras) {
+/// With the lock held.
+void BusMaster::SetPresence(Entry* pEntry, bool isPresent) {
+    pEntry->isPresent = isPresent;
+    pEntry->changedAt = ++m_changeCount;
+    m_generations.Raise(pEntry->serialNumber);
+    m_changes.push_back({pEntry->pHardware, isPresent});
+}
+
+void BusMaster::OnCameraArrived(const Handle& pCamera) {
+    Remember(pCamera, nullptr, std::numeric_limits<unsigned long long>::max());
+    DeliverChanges();
+}
+
+void BusMaster::OnCameraLost(const Handle& pCamera) {
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_duplicates.erase(std::remove(m_duplicates.begin(), m_duplicates.end(), pCamera),
+                           m_duplicates.end());
+        Entry* pEntry = FindEntry(pCamera.get());
+        if (pEntry != nullptr && pEntry->isPresent) {
+            SetPresence(pEntry, false);
+        }
+    }
+    DeliverChanges();
+}
+
+void BusMaster::OnBusReset(const std::vector<Handle>& cameras) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    for (const auto& pCamera : cameras) {
+    for (const Handle& pCamera : cameras) {
         if (const Entry* pEntry = FindEntry(pCamera.get())) {
             m_generations.Raise(pEntry->serialNumber);
         }
@@ -206,19 +251,49 @@ BusMaster::Entry* BusMaster::FindEntry(const HardwareInterface* pHardware) {
 }
 
 void BusMaster::SetChangeListener(const void* pOwner, ChangeListener listener) {
-    boost::lock_guard<boost::mutex> lock(m_listenerMutex);
+    const boost::this_thread::disable_interruption notInterrupted;
+    boost::unique_lock<boost::mutex> lock(m_mutex);
     if (listener) {
         m_listeners[pOwner] = std::move(listener);
-    } else {
-        m_listeners.erase(pOwner);
+        return;
     }
+    m_listeners.erase(pOwner);
+    m_delivered.wait(lock, [&] {
+        return m_pRunningListener != pOwner || m_deliveringThread == boost::this_thread::get_id();
+    });
 }
 
-void BusMaster::Notify(const CameraIdentity& identity, bool isPresent) {
-    boost::lock_guard<boost::mutex> lock(m_listenerMutex);
-    for (const auto& listener : m_listeners) {
-        listener.second(identity, isPresent);
+/// One thread tells all changes, also those that are added meanwhile, so that they stay in order.
+void BusMaster::DeliverChanges() {
+    boost::unique_lock<boost::mutex> lock(m_mutex);
+    if (m_isDelivering) {
+        return;
     }
+    m_isDelivering = true;
+    m_deliveringThread = boost::this_thread::get_id();
+    while (!m_changes.empty()) {
+        const Change change = m_changes.front();
+        m_changes.pop_front();
+        std::vector<const void*> owners;
+        for (const auto& listener : m_listeners) {
+            owners.push_back(listener.first);
+        }
+        for (const void* pOwner : owners) {
+            const auto found = m_listeners.find(pOwner);
+            if (found == m_listeners.end()) {
+                continue;  // taken away meanwhile
+            }
+            const ChangeListener listener = found->second;
+            m_pRunningListener = pOwner;
+            lock.unlock();
+            listener(change.pHardware->GetIdentity(), change.isPresent);
+            lock.lock();
+            m_pRunningListener = nullptr;
+            m_delivered.notify_all();
+        }
+    }
+    m_isDelivering = false;
+    m_deliveringThread = boost::thread::id();
 }
 
 }  // namespace Zevrin

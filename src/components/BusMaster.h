@@ -2,8 +2,10 @@
 
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
-#include <cstddef>
+#include <boost/thread/thread.hpp>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -57,30 +59,41 @@ class BusMaster : private TopologyListener {
     /// Looks for cameras again, on every transport. May take as long as a network broadcast.
     Error Rescan();
 
-    /// Told of each change with the camera's identity and whether it is there; null ends that, and then no
-    /// call is under way when this returns. Called from any thread, one call at a time.
+    /// Told of each change, in order, with the camera's identity and whether it is there; null ends that, and
+    /// then no call is under way when this returns (unless it is called from within one). Called from any
+    /// thread, one call at a time, with no lock held: it may use the bus manager.
     using ChangeListener = std::function<void(const CameraIdentity&, bool isPresent)>;
     void SetChangeListener(const void* pOwner, ChangeListener listener);
 
   private:
+    using Handle = boost::shared_ptr<HardwareInterface>;
+
     struct Entry {
         unsigned int serialNumber = 0;
-        boost::shared_ptr<HardwareInterface> pHardware;
+        Handle pHardware;
+        bool isPresent = false;
+        const Transport* pTransport = nullptr;  ///< that listed it; null until one has
+        unsigned long long changedAt = 0;       ///< m_changeCount when it last came or went
+    };
+    struct Change {
+        Handle pHardware;
         bool isPresent = false;
     };
 
-    void OnCameraArrived(const boost::shared_ptr<HardwareInterface>& pCamera) override;
-    void OnCameraLost(const boost::shared_ptr<HardwareInterface>& pCamera) override;
-    void OnBusReset(const std::vector<boost::shared_ptr<HardwareInterface>>& cameras) override;
+    void OnCameraArrived(const Handle& pCamera) override;
+    void OnCameraLost(const Handle& pCamera) override;
+    void OnBusReset(const std::vector<Handle>& cameras) override;
 
     Error EnsureDiscovered();
     Error Discover(const unsigned int* pWantedSerialNumber);
-    bool Remember(const boost::shared_ptr<HardwareInterface>& pCamera);
-    Error Find(unsigned int serialNumber, boost::shared_ptr<HardwareInterface>* ppHardware) const;
-    Entry* FindEntry(unsigned int serialNumber);
+    Error DiscoverOn(Transport& transport);
+    void Remember(const Handle& pCamera, const Transport* pTransport, unsigned long long knownSince);
+    void SetPresence(Entry* pEntry, bool isPresent);
+    Error Find(unsigned int serialNumber, Handle* ppHardware) const;
     const Entry* FindEntry(unsigned int serialNumber) const;
+    Entry* FindEntry(unsigned int serialNumber);
     Entry* FindEntry(const HardwareInterface* pHardware);
-    void Notify(const CameraIdentity& identity, bool isPresent);
+    void DeliverChanges();
 
     GenerationTable m_generations;
 
@@ -88,12 +101,18 @@ class BusMaster : private TopologyListener {
     std::atomic<bool> m_discovered{false};
     std::vector<std::unique_ptr<Transport>> m_transports;  // set by the constructor
 
-    mutable boost::mutex m_mutex;  // guards the two that follow
+    mutable boost::mutex m_mutex;  // guards what follows; not held while a transport or a listener is called
     std::vector<Entry> m_entries;
-    std::vector<boost::shared_ptr<HardwareInterface>> m_duplicates;
-
-    boost::mutex m_listenerMutex;  // held while listeners run; guards them
+    std::vector<Handle> m_duplicates;
+    std::vector<Handle>
+        m_formerHandles;  // replaced by another of the same number; kept for those who use them
+    unsigned long long m_changeCount = 0;
+    std::deque<Change> m_changes;  // to be told to the listeners
     std::map<const void*, ChangeListener> m_listeners;
+    bool m_isDelivering = false;
+    const void* m_pRunningListener = nullptr;  // its owner
+    boost::thread::id m_deliveringThread;
+    boost::condition_variable m_delivered;
 };
 
 }  // namespace Zevrin

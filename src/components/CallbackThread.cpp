@@ -6,8 +6,19 @@
 #include "FrameQueue.h"
 #include "Image.h"
 #include "Iso.h"
+#include "Log.h"
 
 namespace Zevrin {
+
+namespace {
+
+thread_local const Iso* t_pIso = nullptr;  // whose callbacks this thread makes
+
+}  // namespace
+
+bool CallbackThread::IsWithinCallbackOf(const Iso& iso) {
+    return t_pIso == &iso;
+}
 
 CallbackThread::CallbackThread(Iso& iso, boost::shared_ptr<FrameQueue> pQueue, ImageCallback callback,
                                const void* pData)
@@ -29,13 +40,16 @@ void CallbackThread::Stop() {
     m_cancelled = true;
     m_pQueue->WakeAll();
     if (!IsCurrent() && m_thread.joinable()) {
+        const boost::this_thread::disable_interruption notInterrupted;
         m_thread.join();
     }
 }
 
 void CallbackThread::Run() {
+    t_pIso = &m_iso;
     Image image;
-    while (m_iso.RetrieveFrom(m_pQueue, &image, kTimeoutInfinite, &m_cancelled) == ERR_OK) {
+    Error error;
+    while ((error = m_iso.RetrieveFrom(m_pQueue, &image, kTimeoutInfinite, &m_cancelled)) == ERR_OK) {
         ImageCallback callback = nullptr;
         const void* pData = nullptr;
         {
@@ -47,6 +61,8 @@ void CallbackThread::Run() {
         const Error released = image.ReleaseBuffer();
         static_cast<void>(released);
     }
+    m_finished = true;
+    Log().debug("image callbacks have ended: {}", error.GetDescription());
 }
 
 }  // namespace Zevrin

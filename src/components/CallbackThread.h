@@ -31,6 +31,12 @@ class CallbackThread {
 
     bool IsCurrent() const { return boost::this_thread::get_id() == m_thread.get_id(); }
 
+    /// Whether no further image will be given to the callback: the stream has ended or is broken.
+    bool IsFinished() const { return m_finished; }
+
+    /// Whether the caller runs within a callback of this component.
+    static bool IsWithinCallbackOf(const Iso& iso);
+
   private:
     void Run();
 
@@ -40,6 +46,7 @@ class CallbackThread {
     ImageCallback m_callback;
     const void* m_pData;
     std::atomic<bool> m_cancelled{false};
+    std::atomic<bool> m_finished{false};
     boost::thread m_thread;
 };
 

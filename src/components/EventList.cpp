@@ -1,34 +1,178 @@
 #include "EventList.h"
 
+#include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/exceptions.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <utility>
+
+#include "EventDispatcher.h"
+#include "FormatText.h"
+#include "Log.h"
 
 namespace Zevrin {
 
 namespace {
 
-constexpr int kNotImplemented = 1;
+int Refuse(EventList::Status status, const char* reason, const std::string& name = "") {
+    Log().info("Device event {}: {}.", Printable(name), reason);
+    return status;
+}
 
 }  // namespace
 
+EventList::EventList() : m_pDispatcher(boost::make_shared<EventDispatcher>()), m_sink(*this) {}
+
+EventList::~EventList() {
+    Unsubscribe();
+    m_pDispatcher->Stop();
+}
+
+void EventList::Sink::OnDeviceEvent(const RawDeviceEvent& event) {
+    // The handle can be withdrawn through the base class, which this object does not see.
+    if (m_list.GetHardware()) {
+        m_list.m_pDispatcher->Push(event);
+    }
+}
+
 void EventList::SetIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned int initialRegisterSpace,
                       unsigned int commandRegisters) {
-    IOBase::SetIO(std::move(pHardware), initialRegisterSpace, commandRegisters);
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        const bool isSame = pHardware == m_pSource;
+        IOBase::SetIO(std::move(pHardware), initialRegisterSpace, commandRegisters);
+        if (isSame) {
+            return;
+        }
+        Unsubscribe();
+        m_pDispatcher->Flush();
+        if (GetHardware() && !m_pDispatcher->IsEmpty() && !Subscribe()) {
+            Log().warn("The registered device events cannot be had from the camera that is connected now.");
+        }
+    }
+    m_pDispatcher->WaitForCallback(m_pDispatcher->GetNames());
 }
 
-int EventList::RegisterEvent(EventOptions*) {
-    return kNotImplemented;
+/// The caller holds m_mutex, as with the two that follow.
+bool EventList::Subscribe() {
+    const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
+    if (m_pSource == pHardware) {
+        return pHardware != nullptr;
+    }
+    Unsubscribe();
+    if (!pHardware) {
+        return false;
+    }
+    const Error error = pHardware->SetEventSink(&m_sink);
+    if (error != ERR_OK) {
+        Log().info("Device events cannot be had: {}", error.GetDescription());
+        return false;
+    }
+    m_pSource = pHardware;
+    return true;
 }
 
-int EventList::DeregisterEvent(EventOptions*) {
-    return kNotImplemented;
+void EventList::Unsubscribe() {
+    if (m_pSource) {
+        const Error error = m_pSource->SetEventSink(nullptr);
+        if (error != ERR_OK) {
+            Log().warn("Device events did not end in order: {}", error.GetDescription());
+        }
+        m_pSource.reset();
+    }
 }
 
-int EventList::RegisterAllEvents(EventOptions*) {
-    return kNotImplemented;
+int EventList::GetEventNames(std::vector<std::string>* pNames) {
+    const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
+    if (!pHardware) {
+        return Refuse(kNotConnected, "no camera is connected");
+    }
+    const Error error = pHardware->GetEventNames(pNames);
+    return error == ERR_OK ? kSuccess : Refuse(kNotSupported, error.GetDescription());
+}
+
+int EventList::Register(const std::vector<std::string>& names, const EventOptions& options) {
+    const std::string name = names.size() == 1 ? names.front() : "";
+    try {
+        if (!m_pDispatcher->Add(names, {options.callback, options.userData})) {
+            return Refuse(kAlreadyRegistered, "it is registered already", name);
+        }
+    } catch (const boost::thread_resource_error&) {
+        return Refuse(kNoThread, "the system refuses a thread to deliver it", name);
+    }
+    if (!Subscribe()) {
+        for (const std::string& added : names) {
+            m_pDispatcher->Remove(added);
+        }
+        return Refuse(kNotSupported, "the camera does not report it", name);
+    }
+    return kSuccess;
+}
+
+int EventList::RegisterEvent(EventOptions* pOptions) {
+    if (pOptions == nullptr || pOptions->callback == nullptr || pOptions->eventName == nullptr) {
+        return Refuse(kInvalidOptions, "registering it needs a record with a callback and a name");
+    }
+    const std::string name = pOptions->eventName;
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    std::vector<std::string> names;
+    const int status = GetEventNames(&names);
+    if (status != kSuccess) {
+        return status;
+    }
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+        return Refuse(kUnknownEvent, "the camera has no event of this name", name);
+    }
+    return Register({name}, *pOptions);
+}
+
+int EventList::RegisterAllEvents(EventOptions* pOptions) {
+    if (pOptions == nullptr || pOptions->callback == nullptr) {
+        return Refuse(kInvalidOptions, "registering all of them needs a record with a callback");
+    }
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    std::vector<std::string> names;
+    const int status = GetEventNames(&names);
+    if (status != kSuccess) {
+        return status;
+    }
+    return names.empty() ? Refuse(kUnknownEvent, "the camera has none") : Register(names, *pOptions);
+}
+
+int EventList::DeregisterEvent(EventOptions* pOptions) {
+    if (pOptions == nullptr || pOptions->eventName == nullptr) {
+        return Refuse(kInvalidOptions, "deregistering it needs a record with a name");
+    }
+    const std::string name = pOptions->eventName;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        if (!m_pDispatcher->Remove(name)) {
+            return Refuse(kNotRegistered, "it is not registered", name);
+        }
+        if (m_pDispatcher->IsEmpty()) {
+            Unsubscribe();
+        }
+    }
+    m_pDispatcher->WaitForCallback({name});
+    return kSuccess;
 }
 
 int EventList::DeregisterAllEvents() {
-    return kNotImplemented;
+    std::vector<std::string> names;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        names = m_pDispatcher->RemoveAll();
+        if (names.empty()) {
+            return Refuse(kNotRegistered, "none is registered");
+        }
+        Unsubscribe();
+    }
+    m_pDispatcher->WaitForCallback(names);
+    return kSuccess;
+}
+
+unsigned long long EventList::GetNumOfEventsDropped() const {
+    return m_pDispatcher->GetNumDropped();
 }
 
 }  // namespace Zevrin

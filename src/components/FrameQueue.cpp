@@ -1,9 +1,12 @@
 #include "FrameQueue.h"
 
+#include <algorithm>
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
+#include <boost/thread/thread.hpp>
 #include <utility>
 
 #include "CycleTime.h"
@@ -18,7 +21,8 @@ FrameQueue::FrameQueue(unsigned int bufferCount, std::size_t bufferSize, GrabMod
       m_mode(mode),
       m_deliverIncomplete(deliverIncomplete),
       m_pCounters(std::move(counters)),
-      m_frames(bufferCount) {
+      m_frames(bufferCount),
+      m_waiting(bufferCount) {
     if (memory == nullptr) {
         m_ownMemory.reset(new unsigned char[bufferCount * bufferSize]);  // left unset: frames fill it
         memory = m_ownMemory.get();
@@ -38,21 +42,23 @@ Frame* FrameQueue::BeginFill(std::size_t keepWaiting) {
     if (m_closed) {
         return nullptr;
     }
+    Frame* pFrame = nullptr;
     if (!m_free.empty()) {
-        Frame* pFrame = m_free.back();
+        pFrame = m_free.back();
         m_free.pop_back();
-        return pFrame;
-    }
-    if (m_mode == GRAB_NEWEST && m_waiting.size() > keepWaiting) {
-        Frame* pFrame = m_waiting.front();
+    } else if (m_mode == GRAB_NEWEST && m_waiting.size() > keepWaiting) {
+        pFrame = m_waiting.front();
         m_waiting.pop_front();
         CountUnclaimed(*pFrame);
-        return pFrame;
+    } else {
+        return nullptr;
     }
-    return nullptr;
+    pFrame->info = FrameInfo();
+    return pFrame;
 }
 
 void FrameQueue::EndFill(Frame* pFrame) {
+    pFrame->info.receivedSize = std::min(pFrame->info.receivedSize, pFrame->capacity);
     if (!pFrame->info.hasTimeStamp) {
         pFrame->info.timeStamp = GetHostTime();
     }
@@ -97,14 +103,18 @@ void FrameQueue::ReturnToFree(Frame* pFrame) {
 
 void FrameQueue::NotifyFree() {
     boost::lock_guard<boost::recursive_mutex> lock(m_listenerMutex);
-    if (m_freeListener) {
-        m_freeListener();
+    const auto pListener = m_pFreeListener;  // it may replace itself
+    if (pListener) {
+        (*pListener)();
     }
 }
 
 void FrameQueue::SetFreeListener(std::function<void()> listener) {
     boost::lock_guard<boost::recursive_mutex> lock(m_listenerMutex);
-    m_freeListener = std::move(listener);
+    m_pFreeListener.reset();
+    if (listener) {
+        m_pFreeListener = boost::make_shared<const std::function<void()>>(std::move(listener));
+    }
 }
 
 void FrameQueue::Fail(const Error& reason) {
@@ -114,6 +124,7 @@ void FrameQueue::Fail(const Error& reason) {
 }
 
 Error FrameQueue::Retrieve(Frame** ppFrame, int timeoutMs, const std::atomic<bool>* pCancelled) {
+    const boost::this_thread::disable_interruption notInterrupted;  // nothing but locks may throw
     const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(timeoutMs);
     boost::unique_lock<boost::mutex> lock(m_mutex);
     for (bool timedOut = false;;) {

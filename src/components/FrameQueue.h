@@ -1,12 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <boost/circular_buffer.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -69,12 +69,13 @@ class FrameQueue {
 
     // The transport's side.
 
-    /// A buffer to fill. When none is free, in the newest mode, the oldest waiting frame makes room (and is
-    /// counted) if more than `keepWaiting` frames wait.
-    /// Null when there is none, which counts nothing: `CountDriverDropped` when that loses a frame.
+    /// A buffer to fill, with a fresh `info`. When none is free, in the newest mode, the oldest waiting frame
+    /// makes room (and is counted) if more than `keepWaiting` frames wait. Null when there is none, which
+    /// counts nothing: `CountDriverDropped` when that loses a frame.
     Frame* BeginFill(std::size_t keepWaiting = 0);
 
-    /// The frame is there: `pFrame->info` says what arrived. A complete one waits for the application.
+    /// The frame is there: `pFrame->info` says what arrived, which is no more than the buffer holds. A
+    /// complete one waits for the application.
     void EndFill(Frame* pFrame);
 
     /// Takes a buffer back that was not filled, without counting a frame.
@@ -126,12 +127,12 @@ class FrameQueue {
     boost::mutex m_mutex;  // guards what follows
     boost::condition_variable m_changed;
     std::vector<Frame*> m_free;
-    std::deque<Frame*> m_waiting;
+    boost::circular_buffer<Frame*> m_waiting;
     bool m_closed = false;
     Error m_failure;
 
     boost::recursive_mutex m_listenerMutex;  // held while the listener runs; guards it
-    std::function<void()> m_freeListener;
+    boost::shared_ptr<const std::function<void()>> m_pFreeListener;
 };
 
 }  // namespace Zevrin

@@ -3,6 +3,7 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "zevrin/Configuration.h"
 #include "zevrin/Error.h"
@@ -50,10 +51,26 @@ struct StreamFormat {
     std::size_t payloadSize = 0;  ///< bytes that a frame buffer must hold
 };
 
-/// Packet counts of the transport since the camera was opened.
+/// Packet counts of the transport, over the handle's life: they never fall.
 struct StreamCounters {
     unsigned int resendPacketsRequested = 0;
     unsigned int resendPacketsReceived = 0;
+};
+
+/// A device event as the camera sent it.
+struct RawDeviceEvent {
+    std::string name;                    ///< one of `HardwareInterface::GetEventNames`
+    unsigned int id = 0;                 ///< the transport's number of the event
+    unsigned long long timeStampNs = 0;  ///< of the camera's own clock
+    std::vector<unsigned char> data;     ///< what came with the event; often nothing
+};
+
+/// Who is told of a camera's events, from any thread of the transport, which holds no lock of its own.
+class EventSink {
+  public:
+    virtual ~EventSink() = default;
+    /// Returns quickly; the work is done on another thread.
+    virtual void OnDeviceEvent(const RawDeviceEvent& event) = 0;
 };
 
 /// One camera as its transport reaches it; owned by the bus manager for as long as that lives, also
@@ -102,11 +119,23 @@ class HardwareInterface {
     /// Errors: ERR_ISOCH_ALREADY_STARTED (by this or another object), ERR_ISOCH_START_FAILED.
     virtual Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) = 0;
 
-    /// When it returns, no thread of the transport touches the queue or its buffers any more. Does
-    /// nothing when no stream runs. May be called from within a callback that the stream causes.
+    /// When it returns, no thread of the transport touches the queue or its buffers any more, and the queue
+    /// has no listener. Does nothing when no stream runs. May be called from within a callback that the
+    /// stream causes.
     virtual void StopStream() = 0;
 
     virtual StreamCounters GetStreamCounters() const = 0;
+
+    /// The events that the camera can send.
+    /// Errors: ERR_NOT_SUPPORTED (no events on this transport), ERR_TRANSPORT_FAILED.
+    virtual Error GetEventNames(std::vector<std::string>* pNames);
+
+    /// From here on `pSink` is told of every event, also after `Close`, `Open` and an absence of the
+    /// camera; null ends that, and when the call returns no delivery is under way. Not to be called from
+    /// within one.
+    /// Errors: ERR_NOT_SUPPORTED, ERR_EVENT_FAILED (another sink is there), ERR_TRANSPORT_FAILED; the sink
+    /// is told of nothing then. Null always succeeds where events are supported.
+    virtual Error SetEventSink(EventSink* pSink);
 };
 
 }  // namespace Zevrin

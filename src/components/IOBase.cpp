@@ -100,15 +100,24 @@ Error IOBase::WriteRegister(unsigned int address, unsigned int value, bool broad
 }
 
 Error IOBase::ReadBaseRegister(unsigned int address, unsigned int* pValue) {
-    const Connection connection = GetConnection();
-    return Read(connection, kRegisterSpace, 0ULL + connection.bases.initialRegisterSpace + address, pValue,
-                1);
+    return ReadBaseRegisters(address, pValue, 1);
 }
 
 Error IOBase::WriteBaseRegister(unsigned int address, unsigned int value) {
+    return WriteBaseRegisters(address, &value, 1, false);
+}
+
+Error IOBase::ReadBaseRegisters(unsigned int address, unsigned int* pBuffer, unsigned int length) {
     const Connection connection = GetConnection();
-    return Write(connection, kRegisterSpace, 0ULL + connection.bases.initialRegisterSpace + address, &value,
-                 1, false);
+    return Read(connection, kRegisterSpace, 0ULL + connection.bases.initialRegisterSpace + address, pBuffer,
+                length);
+}
+
+Error IOBase::WriteBaseRegisters(unsigned int address, const unsigned int* pBuffer, unsigned int length,
+                                 bool broadcast) {
+    const Connection connection = GetConnection();
+    return Write(connection, kRegisterSpace, 0ULL + connection.bases.initialRegisterSpace + address, pBuffer,
+                 length, broadcast);
 }
 
 Error IOBase::ReadRegisterBlock(unsigned short addressHigh, unsigned int addressLow, unsigned int* pBuffer,

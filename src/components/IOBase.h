@@ -45,6 +45,13 @@ class IOBase {
     Error WriteRegisterBlock(unsigned short addressHigh, unsigned int addressLow, const unsigned int* pBuffer,
                              unsigned int length);
 
+    /// Runs of registers that count from the initial register space: where the blocks lie whose place a
+    /// camera announces.
+    /// @param broadcast  every camera of the bus takes the write
+    Error ReadBaseRegisters(unsigned int address, unsigned int* pBuffer, unsigned int length);
+    Error WriteBaseRegisters(unsigned int address, const unsigned int* pBuffer, unsigned int length,
+                             bool broadcast);
+
     /// The camera's bus time, and the errors that its port has counted.
     Error GetTimeStamp(TimeStamp* pTimeStamp);
     Error GetPortErr(unsigned int* pPortErrors);

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "Failure.h"
+#include "Format7.h"
 #include "FormatText.h"
+#include "StandardModes.h"
 
 namespace Zevrin {
 
@@ -17,7 +19,38 @@ void CopyText(const std::string& text, char (&field)[N]) {
     std::memcpy(field, printable.c_str(), printable.size() + 1);
 }
 
+/// Colour codings that only a sensor with colour filters has; raw images are those of such a sensor too.
+constexpr unsigned int kColorFormats = 1U << PIXEL_FORMAT_YUV411 | 1U << PIXEL_FORMAT_YUV422 |
+                                       1U << PIXEL_FORMAT_YUV444 | 1U << PIXEL_FORMAT_RGB8 |
+                                       1U << PIXEL_FORMAT_RGB16 | 1U << PIXEL_FORMAT_SIGNED_RGB16 |
+                                       1U << PIXEL_FORMAT_RAW8 | 1U << PIXEL_FORMAT_RAW16;
+
 }  // namespace
+
+/// What the identity leaves open, from the image formats: the largest is the sensor's size. What the camera
+/// does not answer stays open, for a camera is of use without it.
+void Info::CompleteFromFormats(CameraInfo* pInfo) {
+    bool isColor = false;
+    unsigned int width = 0;
+    unsigned int height = 0;
+    for (unsigned int mode = 0; mode <= kMaxVideoMode; ++mode) {
+        Format7Info format;
+        unsigned int block = 0;
+        if (Format7::ReadInfo(*this, mode, &format, &block) != ERR_OK) {
+            break;
+        }
+        isColor = isColor || (format.pixelFormatMask & kColorFormats) != 0;
+        if (format.maxWidth * format.maxHeight > width * height) {
+            width = format.maxWidth;
+            height = format.maxHeight;
+        }
+    }
+    pInfo->isColorCamera = pInfo->isColorCamera || isColor;
+    if (pInfo->sensorWidth == 0 || pInfo->sensorHeight == 0) {
+        pInfo->sensorWidth = width;
+        pInfo->sensorHeight = height;
+    }
+}
 
 Error Info::GetCameraInfo(CameraInfo* pInfo) {
     boost::shared_ptr<HardwareInterface> pHardware;
@@ -41,6 +74,10 @@ Error Info::GetCameraInfo(CameraInfo* pInfo) {
     CopyText(identity.sensorInfo, pInfo->sensorInfo);
     CopyText(identity.firmwareVersion, pInfo->firmwareVersion);
     CopyText(identity.address, pInfo->address);
+    const bool isComplete = pInfo->isColorCamera && pInfo->sensorWidth != 0 && pInfo->sensorHeight != 0;
+    if (identity.iidcVersion != 0 && !isComplete) {
+        CompleteFromFormats(pInfo);
+    }
     return Error();
 }
 

@@ -4,6 +4,7 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
+#include <boost/thread/thread.hpp>
 #include <iterator>
 #include <limits>
 #include <new>
@@ -54,35 +55,70 @@ Error Iso::CheckConfiguration(const ZevrinConfig& config) {
 }
 
 Iso::~Iso() {
-    const Error stopped = StopCapture();
-    static_cast<void>(stopped);  // either nothing ran, or everything on this side has been stopped
-    ReapCallbackThreads();
+    StopForGood();
 }
 
-Error Iso::BeginStarting() {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    if (m_state != State::kStopped) {
-        return Failure(ERR_ISOCH_ALREADY_STARTED, "A stream of this camera has already been started.");
+/// A step of the stream's state from one that allows it, which ends in the stopped state however the scope
+/// is left, unless `Reach` was called.
+class Iso::Transition {
+  public:
+    explicit Transition(Iso& iso) : m_iso(iso) {}
+    ~Transition() {
+        if (m_isUnderWay) {
+            boost::lock_guard<boost::mutex> lock(m_iso.m_mutex);
+            SetState(State::kStopped);
+        }
     }
-    m_state = State::kStarting;
-    return Error();
-}
+    Transition(const Transition&) = delete;
+    Transition& operator=(const Transition&) = delete;
+
+    /// With the lock held. Whether the step is allowed; it is under way then.
+    bool Begin(State from, State through) {
+        m_isUnderWay = m_iso.m_state == from;
+        if (m_isUnderWay) {
+            SetState(through);
+        }
+        return m_isUnderWay;
+    }
+
+    /// With the lock held. The step has succeeded.
+    void Reach(State state) {
+        SetState(state);
+        m_isUnderWay = false;
+    }
+
+  private:
+    void SetState(State state) {
+        m_iso.m_state = state;
+        m_iso.m_stateChanged.notify_all();
+    }
+
+    Iso& m_iso;
+    bool m_isUnderWay = false;
+};
 
 Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
-    Error error = CheckConfiguration(config);
-    if (error == ERR_OK) {
-        error = BeginStarting();
-    }
+    const Error error = CheckConfiguration(config);
     if (error != ERR_OK) {
         return error;
     }
-    ReapCallbackThreads();
-    error = StartStream(config, callback, pCallbackData);
-    if (error != ERR_OK) {
+    Transition transition(*this);
+    {
         boost::lock_guard<boost::mutex> lock(m_mutex);
-        m_state = State::kStopped;
+        if (m_closing > 0) {
+            return Failure(ERR_NOT_CONNECTED, "No stream can be started: the camera is being given up.");
+        }
+        if (!transition.Begin(State::kStopped, State::kStarting)) {
+            return Failure(ERR_ISOCH_ALREADY_STARTED, "A stream of this camera has already been started.");
+        }
     }
-    return error;
+    ReapCallbackThreads();
+    try {
+        return StartStream(config, callback, pCallbackData, &transition);
+    } catch (const std::bad_alloc&) {
+        return Failure(ERR_OUT_OF_MEMORY, "There is no memory to start a stream of %u buffers.",
+                       config.numBuffers);
+    }
 }
 
 Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
@@ -114,7 +150,8 @@ Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
     return Error();
 }
 
-Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
+Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
+                       Transition* pTransition) {
     boost::shared_ptr<HardwareInterface> pHardware;
     Error error = RequireHardware(&pHardware);
     StreamFormat format;
@@ -131,40 +168,55 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
     if (error != ERR_OK) {
         return error;
     }
-    error = WriteRegister(Register::kTransmission, kTransmissionOn, false);
+    LearnEmbeddedInfo(*pHardware);
+    error = BeginStream(config, pHardware, pQueue, callback, pCallbackData, pTransition);
     if (error != ERR_OK) {
+        // Also when switching on has failed: a write that went unanswered may have taken effect.
+        const Error ignored = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+        static_cast<void>(ignored);
         pHardware->StopStream();
+        pQueue->Close();
+    }
+    return error;
+}
+
+Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
+                       const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
+                       const void* pCallbackData, Transition* pTransition) {
+    Error error = WriteRegister(Register::kTransmission, kTransmissionOn, false);
+    if (error != ERR_OK) {
         return FailureBecause(ERR_ISOCH_START_FAILED, error,
                               "The camera's transmission could not be switched on.");
     }
-    {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        m_pQueue = pQueue;
-        m_pStreamHardware = pHardware;
-        m_defaultTimeoutMs = config.grabTimeout == kTimeoutDefault ? kDefaultTimeoutMs : config.grabTimeout;
-        m_state = State::kStarted;
-        if (callback != nullptr) {
-            error = StartCallbackThread(callback, pCallbackData);
-        } else if (m_callback != nullptr) {
-            error = StartCallbackThread(m_callback, m_pCallbackData);
-        }
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pQueue = pQueue;
+    m_pStreamHardware = pHardware;
+    m_defaultTimeoutMs = config.grabTimeout == kTimeoutDefault ? kDefaultTimeoutMs : config.grabTimeout;
+    m_state = State::kStarted;  // before the first callback can ask
+    if (callback != nullptr) {
+        error = StartCallbackThread(callback, pCallbackData);
+    } else if (m_callback != nullptr) {
+        error = StartCallbackThread(m_callback, m_pCallbackData);
     }
-    if (error != ERR_OK) {
-        const Error stopped = StopCapture();
-        static_cast<void>(stopped);  // the reason for stopping is what counts
+    if (error == ERR_OK) {
+        pTransition->Reach(State::kStarted);
+    } else {
+        m_state = State::kStarting;
+        m_pQueue.reset();
+        m_pStreamHardware.reset();
     }
     return error;
 }
 
 Error Iso::StopCapture() {
+    Transition transition(*this);
     boost::shared_ptr<FrameQueue> pQueue;
     boost::shared_ptr<HardwareInterface> pHardware;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
-        if (m_state != State::kStarted) {
+        if (!transition.Begin(State::kStarted, State::kStopping)) {
             return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
         }
-        m_state = State::kStopping;
         pQueue = m_pQueue;
         pHardware = m_pStreamHardware;
     }
@@ -176,7 +228,7 @@ Error Iso::StopCapture() {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_pQueue.reset();
     m_pStreamHardware.reset();
-    m_state = State::kStopped;
+    transition.Reach(State::kStopped);
     if (error != ERR_OK) {
         return FailureBecause(
             ERR_ISOCH_STOP_FAILED, error,
@@ -184,6 +236,26 @@ Error Iso::StopCapture() {
             "same.");
     }
     return Error();
+}
+
+void Iso::StopForGood() {
+    const boost::this_thread::disable_interruption notInterrupted;
+    boost::unique_lock<boost::mutex> lock(m_mutex);
+    ++m_closing;
+    // Whoever is starting or stopping ends that first; within a callback it may be waiting for this thread.
+    const bool canWait = !CallbackThread::IsWithinCallbackOf(*this);
+    do {
+        lock.unlock();
+        const Error ignored = StopCapture();  // nothing runs, or nothing more can be done about it
+        static_cast<void>(ignored);
+        lock.lock();
+        m_stateChanged.wait(
+            lock, [&] { return !canWait || m_state == State::kStopped || m_state == State::kStarted; });
+    } while (m_state == State::kStarted);
+    lock.unlock();
+    ReapCallbackThreads();
+    lock.lock();
+    --m_closing;
 }
 
 boost::shared_ptr<FrameQueue> Iso::GetQueue() const {
@@ -205,6 +277,8 @@ Error Iso::Retrieve(Image* pImage, int timeoutMs) {
         return Failure(ERR_INVALID_PARAMETER,
                        "An image can only be retrieved into an image: the pointer is null.");
     }
+    const Error released = pImage->ReleaseBuffer();
+    static_cast<void>(released);
     const boost::shared_ptr<FrameQueue> pQueue = GetQueue();
     if (!pQueue) {
         return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
@@ -225,6 +299,13 @@ Error Iso::RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pIma
     return error;
 }
 
+/// A camera without that register stamps nothing into its pixels.
+void Iso::LearnEmbeddedInfo(HardwareInterface& hardware) {
+    unsigned int items = 0;
+    const unsigned int address = hardware.GetRegisterBases().commandRegisters + Register::kEmbeddedInfo;
+    m_embeddedInfo = hardware.ReadQuadlets(kRegisterSpace, address, &items, 1) == ERR_OK ? items : 0;
+}
+
 void Iso::ReadEmbeddedInfo(Frame* pFrame) const {
     if (!pFrame->info.hasTimeStamp && (m_embeddedInfo & kEmbeddedTimeStampBit) != 0 &&
         pFrame->info.receivedSize >= sizeof(unsigned int)) {
@@ -242,7 +323,7 @@ Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {
     if (callback == nullptr) {
         lock.unlock();
         StopCallbackThread();
-    } else if (m_pCallbackThread != nullptr) {
+    } else if (m_pCallbackThread != nullptr && !m_pCallbackThread->IsFinished()) {
         m_pCallbackThread->Replace(callback, pCallbackData);
     } else {
         return StartCallbackThread(callback, pCallbackData);
@@ -252,9 +333,16 @@ Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {
 
 Error Iso::StartCallbackThread(ImageCallback callback, const void* pCallbackData) {
     try {
+        // Room now for a thread that will stop itself, and for one that has ended by itself.
+        m_endedCallbackThreads.reserve(m_endedCallbackThreads.size() + 2);
+        if (m_pCallbackThread != nullptr) {
+            m_endedCallbackThreads.push_back(std::move(m_pCallbackThread));
+        }
         m_pCallbackThread = std::make_unique<CallbackThread>(*this, m_pQueue, callback, pCallbackData);
     } catch (const boost::thread_resource_error&) {
         return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread for the image callback.");
+    } catch (const std::bad_alloc&) {
+        return Failure(ERR_OUT_OF_MEMORY, "There is no memory for the image callback's thread.");
     }
     return Error();
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <memory>
 #include <vector>
@@ -34,7 +35,8 @@ class Iso : public IOBase {
     static Error CheckConfiguration(const ZevrinConfig& config);
 
     /// Sets up the buffers, lets the transport fill them, and switches the camera's transmission on.
-    /// What was done is undone when a later step fails.
+    /// What was done is undone when a later step fails. Waits for the callback of an earlier stream that
+    /// stopped itself from within.
     /// @param callback  null: the one that `SetCallback` installed, if any
     /// Errors: ERR_ISOCH_ALREADY_STARTED, ERR_NOT_CONNECTED, ERR_VALUE_OUT_OF_RANGE (a setting),
     /// ERR_ISOCH_BUFFERS_FAILED (the caller's buffers are too small or too few), ERR_OUT_OF_MEMORY, the
@@ -44,6 +46,10 @@ class Iso : public IOBase {
     /// Stops everything even when the camera does not answer any more, which is then reported.
     /// Errors: ERR_ISOCH_NOT_STARTED, ERR_ISOCH_STOP_FAILED.
     Error StopCapture();
+
+    /// Stops whatever runs and waits until no callback does, refusing new starts meanwhile: the camera is
+    /// being given up. From within a callback, that one is not waited for.
+    void StopForGood();
 
     bool IsGrabStarted() const { return m_state == State::kStarted; }
 
@@ -72,7 +78,8 @@ class Iso : public IOBase {
     /// Errors: ERR_NOT_CONNECTED, ERR_INVALID_PARAMETER, the transport's.
     Error GetBayerFormat(BayerTileFormat* pFormat);
 
-    /// Tells which items the camera stamps into its images: the embedded information register's value.
+    /// Tells which items the camera stamps into the images that are retrieved from here on: the embedded
+    /// information register's value. A start asks the camera itself.
     /// Errors: none.
     Error CacheEmbeddedImageInfo(unsigned int registerValue);
 
@@ -99,10 +106,15 @@ class Iso : public IOBase {
         unsigned int count = 0;
     };
 
-    Error BeginStarting();
+    class Transition;
+
     Error MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
                     boost::shared_ptr<FrameQueue>* ppQueue);
-    Error StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData);
+    Error StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
+                      Transition* pTransition);
+    Error BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
+                      const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
+                      const void* pCallbackData, Transition* pTransition);
     Error StartCallbackThread(ImageCallback callback, const void* pCallbackData);
     void StopCallbackThread();
     void ReapCallbackThreads();
@@ -110,6 +122,7 @@ class Iso : public IOBase {
     Error Retrieve(Image* pImage, int timeoutMs);
     Error RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,
                        const std::atomic<bool>* pCancelled);
+    void LearnEmbeddedInfo(HardwareInterface& hardware);
     void ReadEmbeddedInfo(Frame* pFrame) const;
     StreamCounters GetTransportCounters() const;
 
@@ -120,7 +133,9 @@ class Iso : public IOBase {
     std::atomic<int> m_defaultTimeoutMs;
 
     mutable boost::mutex m_mutex;  // guards changes of m_state, and what follows
+    boost::condition_variable m_stateChanged;
     std::atomic<State> m_state{State::kStopped};
+    int m_closing = 0;  // calls of StopForGood under way
     boost::shared_ptr<FrameQueue> m_pQueue;
     boost::shared_ptr<HardwareInterface> m_pStreamHardware;
     UserBuffers m_userBuffers;

@@ -31,8 +31,9 @@ class Transport {
     /// Such as "simulated"; a string literal.
     virtual const char* GetName() const = 0;
 
-    /// Looks at the bus and stores the cameras that are there now. May take as long as a network
-    /// broadcast. The bus manager never calls it twice at once.
+    /// Looks at the bus and stores the cameras that are there now, those that are open included; one that
+    /// is missing is taken to have gone. May take as long as a network broadcast. The bus manager never
+    /// calls it twice at once. Nothing is reported to the listener from within.
     /// Errors: ERR_TRANSPORT_FAILED.
     virtual Error Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) = 0;
 

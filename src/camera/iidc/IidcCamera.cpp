@@ -1,11 +1,15 @@
-#include "IidcCamera.h"
-
+#include "KeepAssertions.h"
+// Before everything else.
 #include <boost/thread/lock_guard.hpp>
 
 #include "BusMaster.h"
 #include "CameraShapes.h"
+#include "DcamFormat.h"
+#include "EventList.h"
 #include "Failure.h"
+#include "Format7.h"
 #include "HardwareInterface.h"
+#include "IidcCamera.h"
 #include "Info.h"
 #include "Iso.h"
 #include "Singleton.h"
@@ -69,8 +73,10 @@ void IidcCamera::GiveUp() {
     if (!m_pHardware) {
         return;
     }
-    Error ignored = m_pIso->StopCapture();  // nothing runs, or nothing more can be done about it
-    ignored = ReleaseAllIO();
+    m_pIso->StopForGood();               // no callback runs from here on
+    m_pEventList->SetIO(nullptr, 0, 0);  // withdrawing the handle alone would leave the camera reporting
+    const Error released = ReleaseAllIO();
+    static_cast<void>(released);
     m_pHardware->Close();
     m_pHardware.reset();
     m_bConnected = false;
@@ -104,6 +110,42 @@ Error IidcCamera::SetConfiguration(const ZevrinConfig* pConfig) {
     boost::lock_guard<boost::mutex> lock(m_configMutex);
     m_config = *pConfig;
     return Success();
+}
+
+Error IidcCamera::GetVideoModeInfo(VideoModeInfo* pInfo) {
+    return Wrapping(*this, [&] { return m_pDcamFormat->GetVideoModeInfo(pInfo); });
+}
+
+Error IidcCamera::GetVideoMode(VideoModeSetting* pSetting) {
+    return Wrapping(*this, [&] { return m_pDcamFormat->GetVideoMode(pSetting); });
+}
+
+Error IidcCamera::GetFormat7Info(Format7Info* pInfo) {
+    return Wrapping(*this, [&] { return m_pFormat7->GetFormat7Info(pInfo); });
+}
+
+Error IidcCamera::GetFormat7(Format7Settings* pSettings) {
+    return Wrapping(*this, [&] { return m_pFormat7->GetFormat7(pSettings); });
+}
+
+/// A stream that another thread starts between the look and the change is not seen.
+template <typename Operation>
+Error IidcCamera::SettingFormat(const Operation& operation) {
+    return Wrapping(*this, [&] {
+        boost::lock_guard<boost::mutex> lock(m_formatMutex);
+        return m_pIso->IsGrabStarted()
+                   ? Failure(ERR_ISOCH_ALREADY_STARTED,
+                             "The image format cannot be changed while a stream runs; stop it first.")
+                   : operation();
+    });
+}
+
+Error IidcCamera::SetVideoMode(const VideoModeSetting* pSetting) {
+    return SettingFormat([&] { return m_pDcamFormat->SetVideoMode(pSetting); });
+}
+
+Error IidcCamera::SetFormat7(const Format7Settings* pSettings) {
+    return SettingFormat([&] { return m_pFormat7->SetFormat7(pSettings); });
 }
 
 }  // namespace Zevrin

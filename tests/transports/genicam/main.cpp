@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "GigeFixture.h"
-#include "OwnNetwork.h"
+#include "support/OwnNetwork.h"
 
 /// A second program that controls the camera: the tests start themselves with this argument.
 int main(int argc, char** argv) {

@@ -1,4 +1,4 @@
-#include "OwnNetwork.h"
+#include "support/OwnNetwork.h"
 
 #include <fcntl.h>
 #include <net/if.h>

@@ -1,0 +1,111 @@
+#include "SimulatedBus.h"
+
+#include <algorithm>
+#include <boost/chrono/duration.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <utility>
+
+#include "SimulatedDevice.h"
+
+namespace Zevrin {
+
+SimulatedBus::SimulatedBus(const BusDescription& description, unsigned int number, bool isClockManual)
+    : m_isClockManual(isClockManual), m_begin(boost::chrono::steady_clock::now()) {
+    unsigned int node = 0;
+    for (const CameraDescription& camera : description.cameras) {
+        m_devices.push_back(std::make_unique<SimulatedDevice>(*this, camera, number, node++));
+    }
+    if (!isClockManual) {
+        m_thread = boost::thread([this] { Run(); });
+    }
+}
+
+SimulatedBus::~SimulatedBus() {
+    Stop();
+}
+
+void SimulatedBus::Stop() {
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_isStopping = true;
+        m_changed.notify_all();
+    }
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+unsigned long long SimulatedBus::GetTime() const {
+    if (m_isClockManual) {
+        return m_manualTime;
+    }
+    const auto elapsed = boost::chrono::steady_clock::now() - m_begin;
+    return static_cast<unsigned long long>(
+        boost::chrono::duration_cast<boost::chrono::nanoseconds>(elapsed).count());
+}
+
+void SimulatedBus::Schedule(BusEvent event) {
+    event.sequence = m_nextSequence++;
+    const bool isFirst = m_events.empty() || event.time < m_events.top().time;
+    m_events.push(std::move(event));
+    if (isFirst) {
+        m_changed.notify_all();
+    }
+}
+
+unsigned long long SimulatedBus::BeginSending() {
+    if (m_sendingCount++ == 0) {
+        m_gridOrigin = GetTime();
+    }
+    return m_gridOrigin;
+}
+
+BusEvent SimulatedBus::TakeFirst() {
+    BusEvent event = m_events.top();
+    m_events.pop();
+    return event;
+}
+
+bool SimulatedBus::IsDue(unsigned long long limit, unsigned long long* pTime) const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    if (m_events.empty() || m_events.top().time > limit) {
+        return false;
+    }
+    *pTime = m_events.top().time;
+    return true;
+}
+
+void SimulatedBus::RunNext(unsigned long long limit) {
+    BusEvent event;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        if (m_events.empty() || m_events.top().time > limit) {
+            return;
+        }
+        event = TakeFirst();
+        m_manualTime = std::max(m_manualTime.load(), event.time);
+    }
+    event.pDevice->OnEvent(event);
+}
+
+void SimulatedBus::Run() {
+    boost::unique_lock<boost::mutex> lock(m_mutex);
+    while (!m_isStopping) {
+        if (m_events.empty()) {
+            m_changed.wait(lock);
+            continue;
+        }
+        const auto due = m_begin + boost::chrono::nanoseconds(m_events.top().time);
+        if (boost::chrono::steady_clock::now() < due) {
+            m_changed.wait_until(lock, due);
+            continue;
+        }
+        const BusEvent event = TakeFirst();
+        lock.unlock();
+        event.pDevice->OnEvent(event);
+        lock.lock();
+    }
+}
+
+}  // namespace Zevrin

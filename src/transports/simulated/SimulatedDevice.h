@@ -1,0 +1,135 @@
+#pragma once
+
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <map>
+#include <vector>
+
+#include "CameraEvents.h"
+#include "CameraSettings.h"
+#include "Description.h"
+#include "ExposureSequencer.h"
+#include "HardwareInterface.h"
+#include "Pins.h"
+#include "RegisterFile.h"
+#include "SimulatedBus.h"
+#include "SimulatedStream.h"
+#include "Tones.h"
+
+namespace Zevrin {
+
+/// The camera itself: its registers, its exposures, the frames and events that it sends.
+///
+/// Lives as long as its bus, also while it is unplugged.
+class SimulatedDevice {
+  public:
+    SimulatedDevice(SimulatedBus& bus, const CameraDescription& description, unsigned int busNumber,
+                    unsigned int node);
+    SimulatedDevice(const SimulatedDevice&) = delete;
+    SimulatedDevice& operator=(const SimulatedDevice&) = delete;
+
+    // Any thread, without the bus's mutex.
+
+    const CameraDescription& GetDescription() const { return m_description; }
+    const CameraIdentity& GetIdentity() const { return m_identity; }
+    unsigned long long GetTime() const { return m_bus.GetTime(); }
+
+    Error ReadQuadlets(unsigned short addressHigh, unsigned int addressLow, unsigned int* pValues,
+                       unsigned int count);
+    Error WriteQuadlets(unsigned short addressHigh, unsigned int addressLow, const unsigned int* pValues,
+                        unsigned int count, bool broadcast);
+    Error GetBusTime(TimeStamp* pTimeStamp);
+    Error GetPortErrors(unsigned int* pCount);
+    Error GetStreamFormat(StreamFormat* pFormat);
+    Error StartStream(const boost::shared_ptr<FrameQueue>& pQueue);
+    void StopStream();
+
+    bool IsPlugged() const;
+
+    /// Breaks the stream and stops everything; false when the camera was away already.
+    bool Unplug();
+
+    /// Power-up; false when the camera was there already.
+    bool Replug();
+
+    /// Tells of a change of the bus.
+    void ReportLink();
+
+    /// A level from outside at one of the pins; for so many microseconds, or, with 0, until further notice.
+    void SetInput(unsigned int pin, bool isHigh, unsigned long long microseconds);
+    bool IsPinHigh(unsigned int pin) const;
+
+    void SetFaults(const FaultDescription& faults);
+    SimulatedFrameCounts GetFrameCounts() const;
+
+    /// Where events go from here on; null: nowhere.
+    void SetEventOutlet(boost::shared_ptr<EventOutlet> pOutlet);
+
+    void OnEvent(const BusEvent& event);
+
+    // With the bus's mutex held: what the registers' behaviour is made of.
+
+    const RegisterFile& GetRegisters() const { return m_registers; }
+    RegisterFile& GetRegisters() { return m_registers; }
+    ExposureSequencer& GetSequencer() { return m_sequencer; }
+    const ExposureSequencer& GetSequencer() const { return m_sequencer; }
+    Pins& GetPins() { return m_pins; }
+    const Pins& GetPins() const { return m_pins; }
+    ImageSetup GetImageSetup() const { return ReadImageSetup(m_registers, m_description); }
+    double GetUptime() const;       ///< seconds since power-up
+    double GetTemperature() const;  ///< kelvin
+
+    void StartTransmission();
+    void StopTransmission();
+
+    /// @param word  what the register reads until the shots are done
+    void StartShots(unsigned int count, unsigned int word);
+    void StopShots();
+
+    void ResetToFactory();
+    void SaveChannel(unsigned int channel);
+    void LoadChannel(unsigned int channel);
+    void TouchLut() { ++m_lutRevision; }
+
+    void AdjustSettings();
+    boost::shared_ptr<const Exposure> MakeExposure(unsigned long long begin, unsigned long long duration);
+    void Emit(CameraEvent event, unsigned long long time, unsigned int number);
+
+  private:
+    Error CheckPlugged() const;
+    Error BeginAccess(bool isWrite, unsigned short addressHigh, unsigned int addressLow);
+    RegisterFile* Locate(unsigned int addressLow, unsigned int* pOffset);
+    Error CheckQuadlet(bool isWrite, unsigned int addressLow);
+    unsigned int ReadQuadlet(unsigned int addressLow);
+    void WriteQuadlet(unsigned int addressLow, unsigned int value);
+    void WaitLatency(bool isWrite);
+
+    bool MayTransmit() const;
+    void ChangeInput(unsigned int pin, bool isHigh);
+    void OnExposureEnd(const BusEvent& event);
+    void OnDelayedFrame(const BusEvent& event);
+    PictureSettings MakePicture(TestPattern pattern) const;
+    boost::shared_ptr<const ToneTable> MakeTonesFor(TestPattern pattern, double exposure);
+    void FlushEvents();
+
+    SimulatedBus& m_bus;
+    const CameraDescription m_description;
+    const CameraIdentity m_identity;
+    SimulatedStream m_stream;
+
+    // Guarded by the bus's mutex.
+    RegisterFile m_coreRegisters;
+    RegisterFile m_registers;                                   ///< the command registers
+    std::map<unsigned int, RegisterFile::Settings> m_channels;  ///< saved ones; they survive power loss
+    ExposureSequencer m_sequencer;
+    Pins m_pins;
+    bool m_isPlugged = true;
+    unsigned long long m_poweredUp = 0;  ///< nanoseconds of the bus clock
+    unsigned int m_portErrors = 0;
+    unsigned int m_lutRevision = 0;
+    ToneSettings m_toneSettings;  ///< of m_pTones
+    boost::shared_ptr<const ToneTable> m_pTones;
+    boost::shared_ptr<EventOutlet> m_pOutlet;
+    std::vector<RawDeviceEvent> m_pendingEvents;
+};
+
+}  // namespace Zevrin

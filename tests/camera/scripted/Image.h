@@ -1,0 +1,10 @@
+#pragma once
+
+namespace Zevrin {
+
+class Image {
+  public:
+    virtual ~Image() = default;
+};
+
+}  // namespace Zevrin

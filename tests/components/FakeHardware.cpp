@@ -1,0 +1,231 @@
+#include "FakeHardware.h"
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "Failure.h"
+
+namespace Zevrin {
+
+namespace {
+
+unsigned long long Key(unsigned short high, unsigned int low) {
+    return (0ULL + high) << 32 | low;
+}
+
+}  // namespace
+
+void FakeHardware::FailNext(const std::string& operation, const Error& error) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_failures[operation] = error;
+}
+
+Error FakeHardware::Take(const std::string& operation) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    const auto found = m_failures.find(operation);
+    if (found == m_failures.end()) {
+        return Error();
+    }
+    const Error error = found->second;
+    m_failures.erase(found);
+    return error;
+}
+
+Error FakeHardware::TakeAccess(const std::string& operation) {
+    const Error error = Take(operation);
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    ++m_accesses;
+    if (error == ERR_OK && m_accesses == m_failingAccess) {
+        return Failure(ERR_TIMEOUT, "Access %u does not come back.", m_accesses);
+    }
+    return error;
+}
+
+Error FakeHardware::Open() {
+    Error error = Take("Open");
+    if (error == ERR_OK) {
+        ++m_openCount;
+    }
+    return error;
+}
+
+Error FakeHardware::ReadQuadlets(unsigned short high, unsigned int low, unsigned int* pValues,
+                                 unsigned int count) {
+    Error error = TakeAccess("Read");
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
+        const auto found = m_memory.find(Key(high, low + 4 * index));
+        if (found != m_memory.end()) {
+            pValues[index] = found->second;
+        } else if (m_hasOnlyWhatWasSet) {
+            error = Failure(ERR_READ_REGISTER_FAILED, "There is no register 0x%08X.", low + 4 * index);
+        } else {
+            pValues[index] = 0;
+        }
+    }
+    return error;
+}
+
+Error FakeHardware::WriteQuadlets(unsigned short high, unsigned int low, const unsigned int* pValues,
+                                  unsigned int count, bool broadcast) {
+    if (m_beforeWrite) {
+        m_beforeWrite();
+    }
+    Error error = TakeAccess("Write");
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
+        const unsigned int address = low + 4 * index;
+        m_memory[Key(high, address)] = m_onWrite ? m_onWrite(address, pValues[index]) : pValues[index];
+    }
+    if (broadcast) {
+        m_broadcasts.push_back(std::to_string(low));
+    }
+    return error;
+}
+
+Error FakeHardware::GetBusTime(TimeStamp* pTimeStamp) {
+    pTimeStamp->cycleCount = 77;
+    return Take("GetBusTime");
+}
+
+Error FakeHardware::GetPortErrors(unsigned int* pCount) {
+    *pCount = 3;
+    return Take("GetPortErrors");
+}
+
+Error FakeHardware::GetStreamFormat(StreamFormat* pFormat) {
+    *pFormat = m_format;
+    return Take("GetStreamFormat");
+}
+
+Error FakeHardware::StartStream(const ZevrinConfig&, const boost::shared_ptr<FrameQueue>& pQueue) {
+    Error error = Take("StartStream");
+    if (error == ERR_OK) {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_pQueue = pQueue;
+    }
+    return error;
+}
+
+void FakeHardware::StopStream() {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pQueue.reset();
+}
+
+void FakeHardware::BreakStream(const Error& reason) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pQueue->Fail(reason);
+}
+
+bool FakeHardware::IsStreaming() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_pQueue != nullptr;
+}
+
+unsigned int FakeHardware::Register(unsigned int offset) const {
+    return Base(0xF00000U + offset);
+}
+
+unsigned int FakeHardware::Base(unsigned int offset) const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    const auto found = m_memory.find(Key(kRegisterSpace, 0xF0000000U + offset));
+    return found != m_memory.end() ? found->second : 0;
+}
+
+void FakeHardware::SetRegister(unsigned int offset, unsigned int value) {
+    SetBase(0xF00000U + offset, value);
+}
+
+void FakeHardware::SetBase(unsigned int offset, unsigned int value) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_memory[Key(kRegisterSpace, 0xF0000000U + offset)] = value;
+}
+
+void FakeHardware::FailAccess(unsigned int n) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_accesses = 0;
+    m_failingAccess = n;
+}
+
+unsigned int FakeHardware::GetAccesses() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_accesses;
+}
+
+FakeHardware::Memory FakeHardware::GetMemory() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_memory;
+}
+
+void FakeHardware::SetMemory(const Memory& memory) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_memory = memory;
+}
+
+Error FakeHardware::GetEventNames(std::vector<std::string>* pNames) {
+    *pNames = m_eventNames;
+    return Take("GetEventNames");
+}
+
+Error FakeHardware::SetEventSink(EventSink* pSink) {
+    Error error = Take("SetEventSink");
+    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    if (error == ERR_OK && pSink != nullptr && m_pSink != nullptr) {
+        error = Failure(ERR_EVENT_FAILED, "Another sink is there.");
+    }
+    if (error == ERR_OK) {
+        m_pSink = pSink;
+    }
+    return error;
+}
+
+void FakeHardware::SendEvent(const RawDeviceEvent& event) {
+    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    if (m_pSink != nullptr) {
+        m_pSink->OnDeviceEvent(event);
+    }
+}
+
+bool FakeHardware::HasSink() const {
+    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    return m_pSink != nullptr;
+}
+
+void FakeHardware::SendFrame(unsigned int firstQuadlet, bool isComplete) {
+    boost::shared_ptr<FrameQueue> pQueue;
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        pQueue = m_pQueue;
+    }
+    if (!pQueue) {
+        return;
+    }
+    const unsigned int frameId = m_sent++;
+    Frame* pFrame = pQueue->BeginFill();
+    if (pFrame == nullptr) {
+        pQueue->CountDriverDropped(1);
+        return;
+    }
+    for (unsigned int byte = 0; byte < 4; ++byte) {
+        pFrame->data[byte] = static_cast<unsigned char>(firstQuadlet >> (24 - 8 * byte));
+    }
+    pFrame->info = FrameInfo();
+    pFrame->info.width = m_format.width;
+    pFrame->info.height = m_format.height;
+    pFrame->info.stride = m_format.width;
+    pFrame->info.pixelFormat = m_format.pixelFormat;
+    pFrame->info.frameId = frameId;
+    pFrame->info.receivedSize = m_format.payloadSize;
+    pFrame->info.isComplete = isComplete;
+    pQueue->EndFill(pFrame);
+}
+
+Error FakeTransport::Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) {
+    ++m_discoveries;
+    *pCameras = m_cameras;
+    if (m_onDiscover) {
+        m_onDiscover();
+    }
+    return m_failure;
+}
+
+}  // namespace Zevrin

@@ -1,0 +1,355 @@
+#include "Iso.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/chrono/duration.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+#include <functional>
+#include <memory>
+
+#include "Failure.h"
+#include "FakeHardware.h"
+#include "Image.h"
+#include "Registers.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr auto kDeadline = boost::chrono::seconds(20);
+
+/// Counts up from any thread; others wait for it with a deadline.
+class Counter {
+  public:
+    void Add() {
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        ++m_count;
+        m_changed.notify_all();
+    }
+    bool WaitFor(int count) {
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, kDeadline, [&] { return m_count >= count; });
+    }
+    int Get() {
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        return m_count;
+    }
+
+  private:
+    boost::mutex m_mutex;
+    boost::condition_variable m_changed;
+    int m_count = 0;
+};
+
+class IsoTest : public testing::Test {
+  protected:
+    IsoTest() { m_pIso->SetIO(m_pHardware, 0xF0000000U, 0xF0F00000U); }
+
+    Error Start(ImageCallback callback = nullptr, const void* pData = nullptr) {
+        return m_pIso->StartCapture(m_config, callback, pData);
+    }
+    bool IsTransmitting() const { return m_pHardware->Register(Register::kTransmission) == kTransmissionOn; }
+
+    boost::shared_ptr<FakeHardware> m_pHardware = boost::make_shared<FakeHardware>();
+    std::unique_ptr<Iso> m_pIso = std::make_unique<Iso>();
+    ZevrinConfig m_config;
+};
+
+TEST_F(IsoTest, GivesTheBufferItselfAndTakesItBackThreeWays) {
+    m_config.numBuffers = 3;
+    unsigned char memory[3 * 8] = {};
+    EXPECT_EQ(m_pIso->SetUserBuffers(memory, 8, 3), ERR_OK);
+    ASSERT_EQ(Start(), ERR_OK);
+    EXPECT_EQ(m_pIso->SetUserBuffers(nullptr, 0, 0), ERR_ISOCH_ALREADY_STARTED);
+    for (unsigned int value = 1; value <= 3; ++value) {
+        m_pHardware->SendFrame(value << 24);
+    }
+    Image released;
+    Image reused;
+    {
+        Image destroyed;
+        for (Image* pImage : {&released, &reused, &destroyed}) {
+            ASSERT_EQ(m_pIso->RetrieveBuffer(pImage), ERR_OK);
+            EXPECT_GE(pImage->GetData(), memory);
+            EXPECT_LT(pImage->GetData(), memory + sizeof memory);
+        }
+        EXPECT_EQ(destroyed.GetData()[0], 3);
+        m_pHardware->SendFrame();
+        EXPECT_EQ(m_pIso->GetNumOfImageDriverDropped(), 1U) << "all three are held";
+        EXPECT_EQ(released.ReleaseBuffer(), ERR_OK);
+        EXPECT_FALSE(released.HasData());
+        EXPECT_EQ(released.GetData(), nullptr);
+    }
+    EXPECT_EQ(m_pIso->WaitForBufferEvent(&reused, 0), ERR_TIMEOUT);
+    EXPECT_FALSE(reused.HasData()) << "released before the wait";
+    for (unsigned int value = 5; value <= 7; ++value) {
+        m_pHardware->SendFrame(value << 24);
+    }
+    EXPECT_EQ(m_pIso->GetNumOfImageDriverDropped(), 1U);
+    EXPECT_EQ(m_pIso->RetrieveBuffer(&reused), ERR_OK);
+    EXPECT_EQ(reused.GetData()[0], 5);
+}
+
+TEST_F(IsoTest, ImagesOutliveStreamAndComponent) {
+    ASSERT_EQ(Start(), ERR_OK);
+    m_pHardware->SendFrame(0x2A000000U);
+    Image image;
+    ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    m_pIso.reset();
+    m_pHardware.reset();
+    EXPECT_EQ(image.GetData()[0], 0x2A);
+    Image moved = std::move(image);
+    EXPECT_EQ(moved.GetWidth(), 4U);
+    EXPECT_EQ(moved.GetDataSize(), 8U);
+}
+
+TEST_F(IsoTest, StartUndoesWhatItDidWhenAStepFails) {
+    for (const char* step : {"GetStreamFormat", "StartStream", "Write"}) {
+        SCOPED_TRACE(step);
+        m_pHardware->FailNext(step, Failure(ERR_TRANSPORT_FAILED, "no"));
+        EXPECT_NE(Start(), ERR_OK);
+        EXPECT_FALSE(m_pIso->IsGrabStarted());
+        EXPECT_FALSE(m_pHardware->IsStreaming());
+        EXPECT_FALSE(IsTransmitting());
+        ASSERT_EQ(Start(), ERR_OK) << "and can be tried again";
+        EXPECT_TRUE(IsTransmitting());
+        EXPECT_EQ(Start(), ERR_ISOCH_ALREADY_STARTED);
+        EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+        EXPECT_FALSE(IsTransmitting());
+        EXPECT_EQ(m_pIso->StopCapture(), ERR_ISOCH_NOT_STARTED);
+    }
+}
+
+TEST_F(IsoTest, RefusesSettingsAndBuffersThatCannotBe) {
+    const std::function<void(ZevrinConfig&)> mistakes[] = {
+        [](ZevrinConfig& config) { config.numBuffers = 0; },
+        [](ZevrinConfig& config) { config.numBuffers = 4097; },
+        [](ZevrinConfig& config) { config.grabTimeout = -3; },
+        [](ZevrinConfig& config) { config.grabMode = static_cast<GrabMode>(2); },
+    };
+    for (const auto& mistake : mistakes) {
+        m_config = ZevrinConfig();
+        mistake(m_config);
+        EXPECT_EQ(Start(), ERR_VALUE_OUT_OF_RANGE);
+    }
+    m_config = ZevrinConfig();
+    unsigned char memory[16];
+    EXPECT_EQ(m_pIso->SetUserBuffers(memory, 0, 2), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_EQ(m_pIso->SetUserBuffers(memory, 8, -1), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_EQ(m_pIso->SetUserBuffers(memory, 7, 2), ERR_OK);
+    EXPECT_EQ(Start(), ERR_ISOCH_BUFFERS_FAILED) << "an image takes 8 bytes";
+    EXPECT_EQ(m_pIso->SetUserBuffers(nullptr, 0, 0), ERR_OK);
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1} << 40}) {
+        m_pHardware->m_format.payloadSize = size;
+        EXPECT_EQ(Start(), ERR_ISOCH_BUFFERS_FAILED) << "a size that is not believed";
+    }
+    EXPECT_EQ(m_pIso->RetrieveBuffer(nullptr), ERR_INVALID_PARAMETER);
+    Image image;
+    EXPECT_EQ(m_pIso->RetrieveBuffer(&image), ERR_ISOCH_NOT_STARTED);
+}
+
+TEST_F(IsoTest, StopsOnItsSideWhenTheCameraDoesNotAnswer) {
+    ASSERT_EQ(Start(), ERR_OK);
+    m_pHardware->FailNext("Write", Failure(ERR_CAMERA_LOST, "gone"));
+    const Error error = m_pIso->StopCapture();
+    EXPECT_EQ(error, ERR_ISOCH_STOP_FAILED);
+    EXPECT_EQ(error.GetCause(), ERR_CAMERA_LOST);
+    EXPECT_FALSE(m_pIso->IsGrabStarted());
+    EXPECT_FALSE(m_pHardware->IsStreaming());
+}
+
+TEST_F(IsoTest, AccountsForFramesOfAStartThatFails) {
+    m_pHardware->m_beforeWrite = [this] { m_pHardware->SendFrame(); };
+    m_pHardware->FailNext("Write", Failure(ERR_TIMEOUT, "no answer"));
+    EXPECT_EQ(Start(), ERR_ISOCH_START_FAILED);
+    EXPECT_FALSE(IsTransmitting()) << "a write without an answer may have taken effect";
+    EXPECT_GE(m_pHardware->m_sent, 1U);
+    EXPECT_EQ(m_pIso->GetNumOfImageDriverDropped(), m_pHardware->m_sent);
+}
+
+TEST_F(IsoTest, StoppingEndsAWait) {
+    m_config.grabTimeout = kTimeoutInfinite;
+    ASSERT_EQ(Start(), ERR_OK);
+    Counter waiting;
+    Error error;
+    boost::thread waiter([&] {
+        Image image;
+        waiting.Add();
+        error = m_pIso->RetrieveBuffer(&image);
+    });
+    EXPECT_TRUE(waiting.WaitFor(1));
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    waiter.join();
+    EXPECT_EQ(error, ERR_ISOCH_NOT_STARTED);
+}
+
+TEST_F(IsoTest, TakesTheTimeStampFromThePixelsOnlyWhenTheCameraPutsItThere) {
+    ASSERT_EQ(Start(), ERR_OK);
+    const unsigned int stamp = 3U << 25 | 70U << 12 | 5U;
+    Image image;
+    m_pHardware->SendFrame(stamp);
+    ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
+    EXPECT_EQ(image.GetTimeStamp().cycleSeconds, 0U);
+    EXPECT_GT(image.GetTimeStamp().seconds, 0);
+    EXPECT_EQ(m_pIso->CacheEmbeddedImageInfo(0x800003FFU), ERR_OK);
+    m_pHardware->SendFrame(stamp);
+    ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
+    EXPECT_EQ(image.GetTimeStamp().cycleSeconds, 3U);
+    EXPECT_EQ(image.GetTimeStamp().cycleCount, 70U);
+    EXPECT_EQ(image.GetTimeStamp().cycleOffset, 5U);
+
+    // A start asks the camera, whatever an earlier stream or camera had.
+    for (const unsigned int isOn : {0U, 1U}) {
+        EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+        EXPECT_EQ(m_pIso->WriteRegister(Register::kEmbeddedInfo, isOn, false), ERR_OK);
+        ASSERT_EQ(Start(), ERR_OK);
+        m_pHardware->SendFrame(stamp);
+        ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
+        EXPECT_EQ(image.GetTimeStamp().cycleSeconds, 3 * isOn);
+    }
+}
+
+TEST_F(IsoTest, CountsAndResets) {
+    m_config.numBuffers = 1;
+    ASSERT_EQ(Start(), ERR_OK);
+    m_pHardware->SendFrame(0, false);
+    m_pHardware->SendFrame();
+    m_pHardware->SendFrame();
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    EXPECT_EQ(m_pIso->GetNumOfImageCorrupt(), 1U);
+    EXPECT_EQ(m_pIso->GetNumOfImageDriverDropped(), 2U) << "no buffer, and never claimed";
+    m_pIso->ResetNumOfImageCorrupt();
+    m_pIso->ResetNumOfImageDriverDropped();
+    EXPECT_EQ(m_pIso->GetNumOfImageCorrupt() + m_pIso->GetNumOfImageDriverDropped(), 0U);
+
+    m_pHardware->m_counters = {12, 7};
+    EXPECT_EQ(m_pIso->GetNumResendPacketsRequested(), 12U);
+    EXPECT_EQ(m_pIso->ResetNumResendPacketsRequested(), ERR_OK);
+    m_pHardware->m_counters = {15, 8};
+    EXPECT_EQ(m_pIso->GetNumResendPacketsRequested(), 3U);
+    EXPECT_EQ(m_pIso->GetNumResendPacketsReceived(), 8U);
+}
+
+class IsoCallbackTest : public IsoTest {
+  protected:
+    /// What the callbacks of a test share.
+    struct Shared {
+        Iso* pIso = nullptr;
+        Counter called;
+        Counter other;
+        Counter finished;
+        std::function<void()> action;
+    };
+    IsoCallbackTest() { m_shared.pIso = m_pIso.get(); }
+
+    static void Count(Image* pImage, const void* pData) {
+        EXPECT_TRUE(pImage->HasData());
+        auto* pShared = static_cast<Shared*>(const_cast<void*>(pData));
+        if (pShared->action) {
+            pShared->action();
+        }
+        pShared->called.Add();
+    }
+    static void CountOther(Image*, const void* pData) {
+        static_cast<Shared*>(const_cast<void*>(pData))->other.Add();
+    }
+
+    Shared m_shared;
+};
+
+TEST_F(IsoCallbackTest, CanBeInstalledReplacedAndTakenAway) {
+    EXPECT_EQ(m_pIso->SetCallback(&Count, &m_shared), ERR_OK);
+    ASSERT_EQ(Start(), ERR_OK);
+    m_pHardware->SendFrame();
+    EXPECT_TRUE(m_shared.called.WaitFor(1));
+    EXPECT_EQ(m_pIso->SetCallback(&CountOther, &m_shared), ERR_OK);
+    m_pHardware->SendFrame();
+    EXPECT_TRUE(m_shared.other.WaitFor(1));
+    EXPECT_EQ(m_pIso->SetCallback(nullptr, nullptr), ERR_OK);
+    m_pHardware->SendFrame();
+    Image image;
+    EXPECT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK) << "images are retrieved again";
+    EXPECT_EQ(m_pIso->SetCallback(&Count, &m_shared), ERR_OK);
+    m_pHardware->SendFrame();
+    EXPECT_TRUE(m_shared.called.WaitFor(2));
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    EXPECT_EQ(m_shared.other.Get(), 1);
+}
+
+TEST_F(IsoCallbackTest, StopsAndRestartsItsOwnStream) {
+    m_shared.action = [this] {
+        const Error stopped = m_pIso->StopCapture();
+        const Error started = m_pIso->StartCapture(m_config, &CountOther, &m_shared);
+        EXPECT_EQ(stopped, ERR_OK);
+        EXPECT_EQ(started, ERR_OK);
+    };
+    ASSERT_EQ(Start(&Count, &m_shared), ERR_OK);
+    m_pHardware->SendFrame();
+    EXPECT_TRUE(m_shared.called.WaitFor(1));
+    m_pHardware->SendFrame();
+    EXPECT_TRUE(m_shared.other.WaitFor(1));
+    EXPECT_EQ(m_shared.called.Get(), 1);
+    m_pIso.reset();  // waits for both threads
+    EXPECT_FALSE(m_pHardware->IsStreaming());
+}
+
+TEST_F(IsoCallbackTest, DestructionWaitsForACallbackThatStopsItsStream) {
+    for (int round = 0; round < 20; ++round) {
+        Counter inside;
+        std::atomic<bool> returned{false};
+        m_shared.action = [&] {
+            inside.Add();
+            Error error = m_pIso->StopCapture();
+            error = m_pIso->StartCapture(m_config, nullptr, nullptr);
+            EXPECT_TRUE(error == ERR_OK || error == ERR_NOT_CONNECTED) << error.GetDescription();
+            returned = true;
+        };
+        ASSERT_EQ(Start(&Count, &m_shared), ERR_OK);
+        m_pHardware->SendFrame();
+        EXPECT_TRUE(inside.WaitFor(1));
+        Iso* const pIso = m_pIso.get();
+        pIso->StopForGood();
+        EXPECT_TRUE(returned);
+        EXPECT_FALSE(m_pHardware->IsStreaming());
+        EXPECT_FALSE(pIso->IsGrabStarted());
+    }
+    m_pIso.reset();
+}
+
+TEST_F(IsoCallbackTest, ABrokenStreamTakesNoNewCallbackSilently) {
+    ASSERT_EQ(Start(&Count, &m_shared), ERR_OK);
+    m_pHardware->BreakStream(Failure(ERR_CAMERA_LOST, "gone"));
+    Image image;
+    EXPECT_EQ(m_pIso->RetrieveBuffer(&image), ERR_CAMERA_LOST);
+    EXPECT_EQ(m_pIso->SetCallback(&CountOther, &m_shared), ERR_OK);
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    EXPECT_EQ(m_shared.called.Get() + m_shared.other.Get(), 0);
+}
+
+TEST_F(IsoCallbackTest, TwoStopsAtOnceDoNotWaitForEachOther) {
+    Counter inside;
+    m_shared.action = [&] {
+        inside.Add();
+        const Error error = m_pIso->StopCapture();
+        EXPECT_TRUE(error == ERR_OK || error == ERR_ISOCH_NOT_STARTED);
+    };
+    for (int round = 0; round < 50; ++round) {
+        ASSERT_EQ(Start(&Count, &m_shared), ERR_OK);
+        m_pHardware->SendFrame();
+        EXPECT_TRUE(inside.WaitFor(round + 1));
+        const Error error = m_pIso->StopCapture();
+        EXPECT_TRUE(error == ERR_OK || error == ERR_ISOCH_NOT_STARTED);
+        EXPECT_TRUE(m_shared.called.WaitFor(round + 1));
+        while (m_pIso->StopCapture() == ERR_OK || m_pHardware->IsStreaming()) {
+            boost::this_thread::yield();
+        }
+    }
+}
+
+}  // namespace
+
+}  // namespace Zevrin

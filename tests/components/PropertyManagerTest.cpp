@@ -1,0 +1,291 @@
+#include "PropertyManager.h"
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <string>
+
+#include "RegisterCamera.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr unsigned int kPresent = 0x80000000U;
+constexpr unsigned int kAbsolute = 0x40000000U;
+constexpr unsigned int kOnePush = 0x10000000U;
+constexpr unsigned int kReadOut = 0x08000000U;
+constexpr unsigned int kOnOff = 0x04000000U;
+constexpr unsigned int kAuto = 0x02000000U;
+constexpr unsigned int kManual = 0x01000000U;
+
+// In a feature's own register the bits lie elsewhere.
+constexpr unsigned int kIsOnePush = 0x04000000U;
+constexpr unsigned int kIsOn = 0x02000000U;
+constexpr unsigned int kIsAuto = 0x01000000U;
+
+constexpr unsigned int kShutterBlock = 0xF01000U;
+constexpr unsigned int kTemperatureBlock = 0xF01010U;
+
+unsigned int Word(float value) {
+    unsigned int word = 0;
+    std::memcpy(&word, &value, sizeof word);
+    return word;
+}
+
+class PropertyManagerTest : public RegisterCamera<PropertyManager> {
+  protected:
+    PropertyManagerTest() {
+        m_pHardware->m_hasOnlyWhatWasSet = true;
+        // White balance, shutter, gain, temperature, trigger delay; zoom.
+        SetRegisters({{0x404, 0x11940000}, {0x408, 0x80000000}});
+        SetRegisters({{0x50C, kPresent | kOnePush | kReadOut | kOnOff | kAuto | kManual | 1 << 12 | 1023},
+                      {0x80C, kPresent | kIsOn | 0x111 << 12 | 0x222},
+                      {0x51C, kPresent | kAbsolute | kReadOut | kAuto | kManual | 10 << 12 | 2000},
+                      {0x81C, kPresent | kIsOn | kIsAuto | 0x00800000 | 500},
+                      {0x71C, (kShutterBlock) / 4},
+                      {0x520, kPresent | kReadOut | kOnOff | kAuto},
+                      {0x820, kPresent | kIsOn | kIsAuto},
+                      {0x52C, kPresent | kAbsolute | kReadOut | 0xFFF},
+                      {0x82C, kPresent | kAbsolute | 0x123},
+                      {0x72C, (kTemperatureBlock) / 4},
+                      {0x534, kPresent | kReadOut | kOnOff | kManual | 4095},
+                      {0x834, kPresent},
+                      {0x580, kPresent | kManual | 100},
+                      {0x880, kPresent | 7}});
+        SetBlock(kShutterBlock, {{0, Word(0.001F)}, {4, Word(0.1F)}, {8, Word(0.05F)}});
+        SetBlock(kTemperatureBlock, {{0, Word(233.15F)}, {4, Word(373.15F)}, {8, Word(298.15F)}});
+    }
+
+    Property Get(PropertyType type) {
+        Property property;
+        property.type = type;
+        EXPECT_EQ(m_component.GetProperty(&property), ERR_OK);
+        return property;
+    }
+    Error Set(PropertyType type, const std::function<void(Property&)>& change) {
+        Property property = Get(type);
+        change(property);
+        return m_component.SetProperty(&property, false);
+    }
+};
+
+TEST_F(PropertyManagerTest, EveryPropertyIsFoundAtItsRegister) {
+    m_pHardware->m_hasOnlyWhatWasSet = false;
+    SetRegisters({{0x404, 0xFFFFFFFFU}, {0x408, 0xFFFFFFFFU}});
+    // Number of the property, and of its feature in the high or the low half of the standard's list.
+    const struct {
+        unsigned int type;
+        bool isHigh;
+        unsigned int feature;
+    } rows[] = {{0, true, 0},   {1, true, 1},   {2, true, 2},   {3, true, 3},   {4, true, 4},
+                {5, true, 5},   {6, true, 6},   {7, true, 7},   {8, true, 8},   {9, true, 9},
+                {10, true, 10}, {11, false, 0}, {12, false, 1}, {13, false, 2}, {14, false, 3},
+                {15, true, 13}, {16, true, 15}, {17, true, 11}, {18, true, 14}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.type);
+        const unsigned int shift = (row.isHigh ? 0 : 0x80) + 4 * row.feature;
+        SetRegisters({{0x500 + shift, kPresent | kManual | (row.type + 1)},
+                      {0x800 + shift, kPresent | kIsOn | row.type},
+                      {0x404, row.isHigh ? kPresent >> row.feature : 0},
+                      {0x408, row.isHigh ? 0 : kPresent >> row.feature}});
+        PropertyInfo info;
+        info.type = static_cast<PropertyType>(row.type);
+        EXPECT_EQ(m_component.GetPropertyInfo(&info), ERR_OK);
+        EXPECT_TRUE(info.present);
+        EXPECT_EQ(info.max, row.type + 1);
+        EXPECT_EQ(Get(info.type).valueA, row.type);
+        EXPECT_EQ(Set(info.type, [&](Property& property) { property.valueA = row.type + 1; }), ERR_OK);
+        EXPECT_EQ(m_pHardware->Register(0x800 + shift), kPresent | kIsOn | (row.type + 1));
+        EXPECT_STRNE(GetPropertyTypeName(info.type), "unknown");
+        SetRegisters({{0x500 + shift, 0}, {0x800 + shift, 0}});
+    }
+    EXPECT_STREQ(GetPropertyTypeName(static_cast<PropertyType>(std::size(rows))), "unknown");
+}
+
+TEST_F(PropertyManagerTest, TellsWhatAFeatureCanDo) {
+    PropertyInfo info;
+    info.type = SHUTTER;
+    ASSERT_EQ(m_component.GetPropertyInfo(&info), ERR_OK);
+    EXPECT_TRUE(info.present && info.autoSupported && info.manualSupported && info.absValSupported &&
+                info.readOutSupported);
+    EXPECT_FALSE(info.onOffSupported || info.onePushSupported);
+    EXPECT_EQ(info.min, 10U);
+    EXPECT_EQ(info.max, 2000U);
+    EXPECT_EQ(info.absMin, 0.001F);
+    EXPECT_EQ(info.absMax, 0.1F);
+    EXPECT_STREQ(info.unit, "second");
+    EXPECT_STREQ(info.unitAbbreviation, "s");
+
+    const Property shutter = Get(SHUTTER);
+    EXPECT_TRUE(shutter.present && shutter.onOff && shutter.autoManualMode);
+    EXPECT_FALSE(shutter.absControl || shutter.onePush);
+    EXPECT_EQ(shutter.valueA, 500U);
+    EXPECT_EQ(shutter.absValue, 0.05F);
+
+    const Property balance = Get(WHITE_BALANCE);
+    EXPECT_EQ(balance.valueA, 0x222U) << "red is the last field of the word";
+    EXPECT_EQ(balance.valueB, 0x111U);
+
+    info.type = TEMPERATURE;
+    ASSERT_EQ(m_component.GetPropertyInfo(&info), ERR_OK);
+    EXPECT_STREQ(info.unit, "degree Celsius");
+    EXPECT_NEAR(info.absMin, -40, 1e-3);
+    EXPECT_NEAR(info.absMax, 100, 1e-3);
+    EXPECT_NEAR(Get(TEMPERATURE).absValue, 25, 1e-3);
+    EXPECT_EQ(Get(TEMPERATURE).valueA, 0x123U);
+}
+
+TEST_F(PropertyManagerTest, AnAbsentFeatureIsTold) {
+    for (const PropertyType type : {BRIGHTNESS, FRAME_RATE, PAN}) {
+        PropertyInfo info;
+        info.type = type;
+        info.present = true;
+        EXPECT_EQ(m_component.GetPropertyInfo(&info), ERR_OK) << "and its registers are not touched";
+        EXPECT_FALSE(info.present);
+        EXPECT_FALSE(Get(type).present);
+        EXPECT_TRUE(Says(Set(type, [](Property&) {}), ERR_FEATURE_ABSENT, GetPropertyTypeName(type)));
+    }
+    SetRegisters({{0x834, 0}});
+    EXPECT_FALSE(Get(TRIGGER_DELAY).present) << "not with the camera's present mode";
+    EXPECT_EQ(Set(TRIGGER_DELAY, [](Property&) {}), ERR_FEATURE_ABSENT);
+    SetRegisters({{0x71C, 0}});
+    EXPECT_EQ(Set(SHUTTER, [](Property& property) { property.absControl = true; }), ERR_NOT_SUPPORTED)
+        << "absolute control without a block for it is none";
+}
+
+TEST_F(PropertyManagerTest, SetsWhatIsAskedAndKeepsTheRest) {
+    const unsigned int shutterKept = kPresent | 0x00800000;  // a bit of the field that shutter has no use for
+    const auto manual = [](Property& property) {
+        property.autoManualMode = false;
+        property.valueA = 2000;
+    };
+    EXPECT_EQ(Set(SHUTTER, manual), ERR_OK);
+    EXPECT_EQ(m_pHardware->Register(0x81C), shutterKept | kIsOn | 2000);
+
+    EXPECT_EQ(Set(SHUTTER,
+                  [](Property& property) {
+                      property.absControl = true;
+                      property.absValue = 0.1F;
+                  }),
+              ERR_OK);
+    EXPECT_EQ(m_pHardware->Register(0x81C), shutterKept | kAbsolute | kIsOn | 2000);
+    EXPECT_EQ(m_pHardware->Base(kShutterBlock + 8), Word(0.1F));
+
+    EXPECT_EQ(Set(SHUTTER, [](Property& property) { property.autoManualMode = true; }), ERR_OK);
+    EXPECT_EQ(m_pHardware->Register(0x81C), shutterKept | kAbsolute | kIsOn | kIsAuto | 2000);
+
+    EXPECT_EQ(Set(WHITE_BALANCE,
+                  [](Property& property) {
+                      property.valueA = 1;
+                      property.valueB = 1023;
+                  }),
+              ERR_OK);
+    EXPECT_EQ(m_pHardware->Register(0x80C), kPresent | kIsOn | 1023U << 12 | 1);
+    EXPECT_EQ(Set(WHITE_BALANCE,
+                  [](Property& property) {
+                      property.onePush = true;
+                      property.valueA = 5000;
+                  }),
+              ERR_OK)
+        << "the camera finds the values";
+    EXPECT_EQ(m_pHardware->Register(0x80C), kPresent | kIsOnePush | kIsOn | 1023U << 12 | 1);
+    EXPECT_EQ(Set(WHITE_BALANCE, [](Property& property) { property.onOff = false; }), ERR_OK);
+    EXPECT_EQ(m_pHardware->Register(0x80C), kPresent | 1023U << 12 | 1);
+
+    EXPECT_TRUE(m_pHardware->m_broadcasts.empty());
+    Property shutter = Get(SHUTTER);
+    shutter.autoManualMode = false;
+    EXPECT_EQ(m_component.SetProperty(&shutter, true), ERR_OK);
+    EXPECT_EQ(m_pHardware->m_broadcasts.size(), 2U) << "the absolute value goes to all cameras too";
+}
+
+TEST_F(PropertyManagerTest, RefusesByNameAndWithTheRange) {
+    const float infinity = std::numeric_limits<float>::infinity();
+    const auto absolute = [](float value) {
+        return [value](Property& property) {
+            property.autoManualMode = false;
+            property.absControl = true;
+            property.absValue = value;
+        };
+    };
+    const auto raw = [](unsigned int value) {
+        return [value](Property& property) {
+            property.autoManualMode = false;
+            property.valueA = value;
+        };
+    };
+    const struct {
+        PropertyType type;
+        std::function<void(Property&)> change;
+        ErrorType error;
+        const char* text;
+    } rows[] = {
+        {SHUTTER, raw(9), ERR_VALUE_OUT_OF_RANGE, "10 to 2000"},
+        {SHUTTER, raw(2001), ERR_VALUE_OUT_OF_RANGE, "shutter is to be 2001; it must be 10 to 2000"},
+        {SHUTTER, raw(10 + 4096), ERR_VALUE_OUT_OF_RANGE, "10 to 2000"},
+        {SHUTTER, absolute(0.2F), ERR_VALUE_OUT_OF_RANGE, "0.001 to 0.1 second"},
+        {SHUTTER, absolute(std::nanf("")), ERR_VALUE_OUT_OF_RANGE, "0.001 to 0.1 second"},
+        {SHUTTER, absolute(infinity), ERR_VALUE_OUT_OF_RANGE, "shutter"},
+        {SHUTTER, absolute(-infinity), ERR_VALUE_OUT_OF_RANGE, "shutter"},
+        {SHUTTER, [](Property& property) { property.onOff = false; }, ERR_NOT_SUPPORTED, "shutter"},
+        {SHUTTER,
+         [](Property& property) {
+             property.onePush = true;
+             property.autoManualMode = false;
+         },
+         ERR_NOT_SUPPORTED, "one-push"},
+        {SHUTTER, [](Property& property) { property.onePush = true; }, ERR_INVALID_PARAMETER, "shutter"},
+        {GAIN, raw(0), ERR_NOT_SUPPORTED, "gain of this camera has no manual mode"},
+        {GAIN, [](Property& property) { property.absControl = true; }, ERR_NOT_SUPPORTED, "absolute"},
+        {ZOOM, [](Property& property) { property.autoManualMode = true; }, ERR_NOT_SUPPORTED, "zoom"},
+        {ZOOM, absolute(1), ERR_NOT_SUPPORTED, "absolute control"},
+        {TEMPERATURE, raw(1), ERR_FEATURE_READ_ONLY, "temperature"},
+        {WHITE_BALANCE, raw(0), ERR_VALUE_OUT_OF_RANGE, "red"},
+        {WHITE_BALANCE, [](Property& property) { property.valueB = 1024; }, ERR_VALUE_OUT_OF_RANGE, "blue"},
+    };
+    const FakeHardware::Memory before = m_pHardware->GetMemory();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_TRUE(Says(Set(row.type, row.change), row.error, row.text));
+        EXPECT_EQ(m_pHardware->GetMemory(), before);
+    }
+    SetBlock(kShutterBlock, {{4, 0x7FC00000}});
+    EXPECT_EQ(Set(SHUTTER, absolute(0.05F)), ERR_VALUE_OUT_OF_RANGE) << "a range that is none";
+    SetRegisters({{0x71C, 0x40000000}});
+    Property shutter;
+    shutter.type = SHUTTER;
+    EXPECT_EQ(m_component.GetProperty(&shutter), ERR_INVALID_ADDRESS) << "a block outside the register space";
+    shutter.type = static_cast<PropertyType>(19);
+    EXPECT_TRUE(Says(m_component.GetProperty(&shutter), ERR_INVALID_PARAMETER, "0 to 18"));
+    EXPECT_EQ(m_component.GetPropertyInfo(nullptr), ERR_INVALID_PARAMETER);
+    EXPECT_EQ(m_component.SetProperty(nullptr, false), ERR_INVALID_PARAMETER);
+}
+
+TEST_F(PropertyManagerTest, AFailingAccessChangesNothing) {
+    Property property;
+    property.type = SHUTTER;
+    PropertyInfo info;
+    info.type = SHUTTER;
+    SweepFailures("info", [&] { return m_component.GetPropertyInfo(&info); });
+    SweepFailures("get", [&] {
+        Property record;
+        record.type = SHUTTER;
+        record.valueA = 4711;
+        const Error error = m_component.GetProperty(&record);
+        EXPECT_EQ(record.valueA, error == ERR_OK ? 500U : 4711U);
+        return error;
+    });
+    property.onOff = true;
+    property.valueA = 20;
+    SweepFailures("raw", [&] { return m_component.SetProperty(&property, false); });
+    property.absControl = true;
+    property.absValue = 0.002F;
+    SweepFailures("absolute", [&] { return m_component.SetProperty(&property, false); });
+    EXPECT_GT(m_component.GetRegWriteErr(), 0U);
+}
+
+}  // namespace
+
+}  // namespace Zevrin

@@ -1,0 +1,116 @@
+#include "Grabber.h"
+
+#include <gtest/gtest.h>
+#include <zevrin/CameraSystem.h>
+#include <zevrin/Simulation.h>
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "support/Png.h"
+#include "support/TemporaryFolder.h"
+
+namespace ZevrinTool {
+namespace {
+
+TEST(FrameNumbers, CountWhatIsMissingAndGoOnWhereTheCameraBeginsAgain) {
+    constexpr unsigned long long kRestart = ~0ULL;
+    const struct {
+        const char* what;
+        std::vector<unsigned long long> ids;
+        std::vector<unsigned long long> numbers;
+        unsigned long long missing;
+    } cases[] = {
+        {"in a row", {0, 1, 2}, {0, 1, 2}, 0},
+        {"with gaps", {5, 6, 9, 11}, {5, 6, 9, 11}, 3},
+        {"16 bits wrap, without a zero", {65534, 65535, 1, 2}, {65534, 65535, 65536, 65537}, 0},
+        {"a stream is started again", {0, kRestart, 0, 1}, {0, 1, 2}, 0},
+        {"a stream is started again further on", {7, kRestart, 30, 32}, {7, 8, 10}, 1},
+    };
+    for (const auto& row : cases) {
+        FrameNumbers numbers;
+        std::vector<unsigned long long> result;
+        for (const unsigned long long id : row.ids) {
+            if (id == kRestart) {
+                numbers.Restart();
+            } else {
+                result.push_back(numbers.Add(id));
+            }
+        }
+        EXPECT_EQ(row.numbers, result) << row.what;
+        EXPECT_EQ(row.missing, numbers.GetMissing()) << row.what;
+    }
+}
+
+class GrabberTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        const Zevrin::Error error = Zevrin::Simulation::FromJson(
+            R"({"cameras": [{"serial": 7, "width": 64, "height": 48, "frameRate": 200}]})", &m_pSimulation);
+        ASSERT_EQ(Zevrin::ERR_OK, error.GetType()) << error.GetDescription();
+        ASSERT_EQ(Zevrin::ERR_OK, m_system.Connect(7, &m_pCamera).GetType());
+        m_plan.count = 100000;
+        m_plan.folder = m_folder.Path();
+    }
+
+    static void WaitFor(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!condition()) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+
+    static void ExpectWholeFiles(const GrabOutcome& outcome) {
+        EXPECT_EQ(outcome.frames, outcome.files.size());
+        for (const std::string& file : outcome.files) {
+            EXPECT_TRUE(Zevrin::IsWholePng(file)) << file;
+        }
+    }
+
+    Zevrin::TemporaryFolder m_folder;
+    boost::shared_ptr<Zevrin::Simulation> m_pSimulation;
+    Zevrin::CameraSystem m_system;
+    boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;
+    GrabPlan m_plan;
+};
+
+TEST_F(GrabberTest, KeepsWhatItHasWhenTheCameraVanishes) {
+    Grabber grabber(7, m_pCamera, m_plan);
+    grabber.Start();
+    WaitFor([&] { return grabber.CountFrames() >= 3; });
+    ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->Unplug(7).GetType());
+    const GrabOutcome& outcome = grabber.Join();
+    EXPECT_EQ(kExitFailed, outcome.exitCode);
+    EXPECT_EQ("the camera went away", outcome.failure);
+    EXPECT_LE(3U, outcome.frames);
+    ExpectWholeFiles(outcome);
+}
+
+TEST_F(GrabberTest, GoesOnAfterABusReset) {
+    m_plan.count = 30;
+    Grabber grabber(7, m_pCamera, m_plan);
+    grabber.Start();
+    WaitFor([&] { return grabber.CountFrames() >= 3; });
+    ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->ResetBus(7).GetType());
+    const GrabOutcome& outcome = grabber.Join();
+    EXPECT_EQ(kExitGood, outcome.exitCode) << outcome.failure;
+    EXPECT_EQ(30U, outcome.frames);
+    ExpectWholeFiles(outcome);
+}
+
+TEST_F(GrabberTest, StopsWhenItIsTold) {
+    Grabber grabber(7, m_pCamera, m_plan);
+    grabber.Start();
+    WaitFor([&] { return grabber.CountFrames() >= 3; });
+    grabber.Stop();
+    const GrabOutcome& outcome = grabber.Join();
+    EXPECT_EQ(kExitFailed, outcome.exitCode);
+    EXPECT_EQ("stopped", outcome.failure);
+    EXPECT_TRUE(grabber.IsDone());
+    ExpectWholeFiles(outcome);
+}
+
+}  // namespace
+}  // namespace ZevrinTool

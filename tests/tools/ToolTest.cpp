@@ -1,0 +1,239 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/Png.h"
+#include "support/Spawn.h"
+#include "support/TemporaryFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using Zevrin::SpawnOptions;
+using Zevrin::SpawnResult;
+using Zevrin::TemporaryFolder;
+
+const std::string kZevrin = PROGRAM_FOLDER "/zevrin";
+
+/// Other cameras of the machine stay out of sight.
+SpawnOptions In(const std::string& folder) {
+    SpawnOptions options;
+    options.folder = folder;
+    options.environment = {{"ZEVRIN_TRANSPORTS", "simulated"}};
+    return options;
+}
+
+/// What `text` lacks of `parts`.
+std::string Missing(const std::string& text, const std::vector<std::string>& parts) {
+    for (const std::string& part : parts) {
+        if (text.find(part) == std::string::npos) {
+            return "\"" + part + "\" in:\n" + text;
+        }
+    }
+    return "";
+}
+
+struct Case {
+    const char* name;
+    const char* arguments;
+    int exitCode;
+    std::vector<std::string> output;    ///< parts of standard output; none: it is empty
+    std::vector<std::string> messages;  ///< parts of standard error; none: it is empty
+};
+
+void PrintTo(const Case& row, std::ostream* pStream) {
+    *pStream << "zevrin " << row.arguments;
+}
+
+class ToolAnswers : public testing::TestWithParam<Case> {
+  protected:
+    void SetUp() override {
+        for (const auto& file : {
+                 std::make_pair("broken.json", R"({"cameras": [{"serial": 1001,]})"),
+                 std::make_pair("wrong.json", R"({"cameras": [{"serial": "many"}]})"),
+                 std::make_pair("silent.json", R"({"clock": "manual", "cameras": [{}]})"),
+                 std::make_pair("faulty.json",
+                                R"({"cameras": [{"faults": {"registers": {"addresses": [1552]}}}]})"),
+                 std::make_pair("twins.json",
+                                R"({"duplicateSerials": true, "buses": [{"cameras": [{"serial": 5}]},)"
+                                R"( {"cameras": [{"serial": 5}]}]})"),
+                 std::make_pair("file", "not a folder"),
+             }) {
+            std::ofstream(m_folder.Path(file.first)) << file.second;
+        }
+    }
+
+    TemporaryFolder m_folder;
+};
+
+TEST_P(ToolAnswers, WithOutputMessagesAndExitCode) {
+    const Case& row = GetParam();
+    const SpawnResult result = Zevrin::SpawnShell("'" + kZevrin + "' " + row.arguments, In(m_folder.Path()));
+    EXPECT_EQ(row.exitCode, result.exitCode) << result.messages;
+    EXPECT_EQ("", Missing(result.output, row.output));
+    EXPECT_EQ("", Missing(result.messages, row.messages));
+    EXPECT_EQ(row.output.empty(), result.output.empty()) << result.output;
+    EXPECT_EQ(row.messages.empty(), result.messages.empty()) << result.messages;
+}
+
+const Case kCases[] = {
+    // Usage.
+    {"Version", "--version", 0, {"zevrin " PROJECT_VERSION "\n"}, {}},
+    {"Help", "--help", 0, {"Usage: zevrin [global options] <verb> [arguments]", "Examples:"}, {}},
+    {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab"}},
+    {"UnknownVerb", "nix", 2, {}, {"there is no verb \"nix\"; there are: list info reg grab"}},
+    {"UnknownRegVerb", "reg nix", 2, {}, {"there is no verb \"nix\"; there are: read write"}},
+    {"UnknownOption", "list --nix", 2, {}, {"--nix", "`zevrin list --help`"}},
+    // Simulations.
+    {"NoCameras", "list", 0, {}, {"no camera was found"}},
+    {"List", "--simulate 2 list", 0, {"SERIAL", "1001", "1002", "Simulated"}, {}},
+    {"GlobalOptionsBehindTheVerb", "list --simulate 2", 0, {"1002"}, {}},
+    {"ListWithoutTransports",
+     "--simulate 1 list; ZEVRIN_TRANSPORTS=nix '" PROGRAM_FOLDER "/zevrin' --simulate 1 list",
+     0,
+     {"1001"},
+     {"no camera was found"}},
+    {"TakenSerialNumber", "--simulate twins.json list", 0, {"5  "}, {"left out", "serial number 5"}},
+    {"NoneSimulated", "--simulate 0 list", 2, {}, {"--simulate", "1 to 64"}},
+    {"TooManySimulated", "--simulate 65 list", 2, {}, {"--simulate", "65", "1 to 64"}},
+    {"MissingDescription", "--simulate none.json list", 1, {}, {"--simulate", "none.json", "No such file"}},
+    {"BrokenDescription", "--simulate broken.json list", 1, {}, {"--simulate", "broken.json"}},
+    {"WrongDescription", "--simulate wrong.json list", 1, {}, {"serial", "many"}},
+    {"CommandLineBeforeEnvironment", "list --simulate 1", 0, {"1001"}, {}},
+    // Choosing a camera.
+    {"TheOnlyCamera", "--simulate 1 info", 0, {"Serial number       1001\n", "Power               on\n"}, {}},
+    {"OneOfTwo", "--simulate 2 info 1002", 0, {"1002"}, {}},
+    {"WhichOfTwo", "--simulate 2 info", 2, {}, {"a serial number is needed", "1001", "1002"}},
+    {"UnknownCamera", "--simulate 2 info 4711", 3, {}, {"serial number 4711", "1001", "1002"}},
+    {"NoCameraAtAll", "grab", 3, {}, {"no camera was found"}},
+    {"NoSerialNumber", "info camera1", 2, {}, {"SERIAL", "\"camera1\" is not a number"}},
+    {"SerialNumberTooLarge", "info 4294967296", 2, {}, {"\"4294967296\"", "4294967295"}},
+    {"TwoForOne", "--simulate 2 info 1001 1002", 2, {}, {"SERIAL"}},
+    // Registers.
+    {"Read", "--simulate 1 reg read 0x610", 0, {"0x00000610  0x80000000\n"}, {}},
+    {"ReadDecimal", "--simulate 1 reg read 1552 1001", 0, {"0x00000610  0x80000000\n"}, {}},
+    {"ReadBlock", "--simulate 1 reg read 0x60c -n 2", 0, {"0x0000060C  ", "0x00000610  0x80000000\n"}, {}},
+    {"ReadBase", "--simulate 1 reg read --base 0xF00610", 0, {"0x00F00610  0x80000000\n"}, {}},
+    {"ReadWhole", "--simulate 1 reg read --whole 0xF0F00610", 0, {"0xF0F00610  0x80000000\n"}, {}},
+    {"Write", "--simulate 1 reg write 0x610 0", 0, {}, {}},
+    {"WriteTwo", "--simulate 1 --json reg write 0x604 0,0xE0000000 1001", 0, {"3758096384"}, {}},
+    {"NotAligned", "reg read 0x613", 2, {}, {"\"0x613\" is not a multiple of 4"}},
+    {"NoAddress", "reg read", 2, {}, {"ADDRESS"}},
+    {"AddressNoNumber", "reg read power", 2, {}, {"\"power\" is not a number"}},
+    {"AddressWithRest", "reg read 0x610h", 2, {}, {"\"0x610h\" is not a number"}},
+    {"AddressNegative", "reg read -- -4", 2, {}, {"\"-4\" is not a number"}},
+    {"AddressTooLarge", "reg read 0x100000000", 2, {}, {"\"0x100000000\""}},
+    {"PastTheEnd", "reg read 0xFFFFFFF8 -n 3", 2, {}, {"0xFFFFFFF8", "past the 32-bit address space"}},
+    {"NoQuadlets", "reg read 0 -n 0", 2, {}, {"\"0\" is out of range; it must be 1 to 65536"}},
+    {"TwoSpaces", "reg read --base --memory 0", 2, {}, {"--base", "--memory"}},
+    {"NothingToWrite", "reg write 0x610", 2, {}, {"VALUE"}},
+    {"ValueListWithAHole", "reg write 0x610 1,,2", 2, {}, {"VALUE", "\"\" is not a number"}},
+    {"ValueTooLarge", "reg write 0x610 0x123456789", 2, {}, {"VALUE", "\"0x123456789\""}},
+    {"FailingRegister", "--simulate faulty.json reg read 0x610", 1, {}, {"camera 1001", "610"}},
+    // Grabbing.
+    {"GrabNoFiles", "--simulate 1 grab -n 2", 0, {"SERIAL", "1001", "640 x 480"}, {}},
+    {"GrabTwice", "--simulate 1 grab 1001 1001", 2, {}, {"given twice"}},
+    {"GrabAllOrOne", "--simulate 1 grab --all 1001", 2, {}, {"SERIAL", "--all"}},
+    {"GrabNone", "grab -n 0", 2, {}, {"\"0\" is out of range; it must be 1 to 1000000"}},
+    {"GrabIntoFile", "--simulate 1 grab -o file", 1, {}, {"folder \"file\""}},
+    {"GrabBelowFile",
+     "--simulate 1 grab -o file/images",
+     1,
+     {},
+     {"folder \"file/images\"", "Not a directory"}},
+    {"GrabTimeout",
+     "--simulate silent.json grab --timeout 150",
+     4,
+     {"1001"},
+     {"camera 1001", "no frame came within 150 ms", "0 of 10"}},
+    {"FullOutput", "--simulate 1 list >/dev/full", 1, {}, {"standard output cannot be written"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, ToolAnswers, testing::ValuesIn(kCases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Tool, WritesJson) {
+    const TemporaryFolder folder;
+    const struct {
+        const char* arguments;
+        Json expected;
+    } cases[] = {
+        {"list", Json::parse(R"({"cameras": [{"serialNumber": 1001}, {"serialNumber": 1002}]})")},
+        {"info 1002", Json::parse(R"({"serialNumber": 1002, "power": "on", "transmission": "off"})")},
+        {"reg read 0x610 1001", Json::parse(R"({"serialNumber": 1001, "space": "command",
+             "registers": [{"address": 1552, "value": 2147483648}]})")},
+        {"grab -n 2 1002 1001",
+         Json::parse(R"({"cameras": [{"serialNumber": 1002, "frames": 2, "failure": null},
+             {"serialNumber": 1001, "frames": 2}]})")},
+    };
+    for (const auto& row : cases) {
+        const SpawnResult result =
+            Zevrin::SpawnShell("'" + kZevrin + "' --simulate 2 --json " + row.arguments, In(folder.Path()));
+        EXPECT_EQ(0, result.exitCode) << result.messages;
+        const Json document = Json::parse(result.output, nullptr, false);
+        const Json expected = row.expected.flatten();
+        for (const auto& entry : expected.items()) {
+            const Json::json_pointer pointer(entry.key());
+            ASSERT_TRUE(document.contains(pointer))
+                << row.arguments << ": no " << entry.key() << " in " << document;
+            EXPECT_EQ(entry.value(), document[pointer]) << row.arguments << ": " << entry.key();
+        }
+    }
+}
+
+TEST(Tool, GrabsNumberedFilesAndCountsWhatWasDropped) {
+    const TemporaryFolder folder;
+    std::ofstream(folder.Path("lossy.json"))
+        << R"({"cameras": [{"faults": {"drop": {"frames": [3, 4]}}}, {"bayer": "RGGB"}]})";
+    const SpawnResult result = Zevrin::Spawn(
+        {kZevrin, "--simulate", "lossy.json", "--json", "grab", "--all", "-n", "5", "-o", "a/b"},
+        In(folder.Path()));
+    ASSERT_EQ(0, result.exitCode) << result.messages;
+    const Json cameras = Json::parse(result.output).at("cameras");
+    ASSERT_EQ(2U, cameras.size());
+    EXPECT_EQ(2, cameras[0].at("dropped"));
+    EXPECT_EQ(0, cameras[1].at("dropped"));
+    EXPECT_LT(0.0, cameras[0].at("framesPerSecond").get<double>());
+    std::size_t files = 0;
+    for (const auto& entry : fs::directory_iterator(folder.Path("a/b"))) {
+        EXPECT_TRUE(Zevrin::IsWholePng(entry.path())) << entry.path();
+        ++files;
+    }
+    EXPECT_EQ(10U, files);
+    for (const Json& camera : cameras) {
+        for (const Json& file : camera.at("files")) {
+            EXPECT_TRUE(fs::exists(folder.Path(file))) << file;
+        }
+    }
+}
+
+TEST(Tool, EndsInGoodOrderWhenInterrupted) {
+    const TemporaryFolder folder;
+    Zevrin::Process grab({kZevrin, "--simulate", "1", "grab", "-n", "100000", "-o", "images"},
+                         In(folder.Path()));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!fs::exists(folder.Path("images")) || fs::is_empty(folder.Path("images"))) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    grab.Signal(SIGINT);
+    const SpawnResult result = grab.Finish();
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_EQ("", Missing(result.output, {"SERIAL", "1001"}));
+    EXPECT_EQ("", Missing(result.messages, {"camera 1001: stopped", "of 100000 frames"}));
+    for (const auto& entry : fs::directory_iterator(folder.Path("images"))) {
+        EXPECT_TRUE(Zevrin::IsWholePng(entry.path())) << entry.path();
+    }
+}
+
+}  // namespace

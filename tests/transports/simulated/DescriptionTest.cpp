@@ -1,0 +1,146 @@
+#include "Description.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "SimulatedFixture.h"
+
+namespace Zevrin {
+namespace {
+
+struct BadDescription {
+    const char* json;
+    const char* expected[3];  // must all stand in the message
+};
+
+TEST(Description, WhatIsWrongIsNamed) {
+    const BadDescription table[] = {
+        {"", {"not JSON"}},
+        {"{\"cameras\": [", {"not JSON", "line 1"}},
+        {"[]", {"an object in braces"}},
+        {"{}", {"\"cameras\"", "\"buses\""}},
+        {"{\"cameras\": [{}], \"buses\": []}", {"\"cameras\"", "not both"}},
+        {"{\"cameras\": []}", {"\"cameras\"", "1 to 64"}},
+        {"{\"cameras\": {}}", {"\"cameras\"", "list"}},
+        {"{\"cameras\": [7]}", {"\"cameras[0]\"", "7", "object"}},
+        {"{\"cameras\": [{}], \"color\": 1}", {"\"color\"", "not known", "\"cameras\""}},
+        {"{\"cameras\": [{\"seriall\": 1}]}", {"\"cameras[0].seriall\"", "not known", "\"serial\""}},
+        {"{\"cameras\": [{}], \"clock\": \"slow\"}", {"\"clock\"", "\"slow\"", "\"manual\""}},
+        {"{\"cameras\": [{}, {\"width\": 641}]}", {"\"cameras[1].width\"", "641", "multiple of 4"}},
+        {"{\"cameras\": [{\"height\": 100000}]}", {"\"cameras[0].height\"", "100000", "16 to 8192"}},
+        {"{\"cameras\": [{\"serial\": -1}]}", {"\"cameras[0].serial\"", "-1", "1 to 4294967295"}},
+        {"{\"cameras\": [{\"serial\": 4294967296}]}", {"\"cameras[0].serial\"", "4294967296"}},
+        {"{\"cameras\": [{\"serial\": 1.5}]}", {"\"cameras[0].serial\"", "1.5", "whole"}},
+        {"{\"cameras\": [{\"serial\": \"7\"}]}", {"\"cameras[0].serial\"", "\"7\""}},
+        {"{\"cameras\": [{\"count\": 65}]}", {"\"cameras[0].count\"", "1 to 64"}},
+        {"{\"cameras\": [{\"count\": 60}, {\"count\": 5}]}", {"\"cameras[1].count\"", "64 cameras"}},
+        {"{\"cameras\": [{\"serial\": 4294967295, \"count\": 2}]}", {"\"cameras[0].serial\"", "4294967294"}},
+        {"{\"cameras\": [{\"serial\": 4294967295}, {}]}", {"\"cameras[1].serial\""}},
+        {"{\"cameras\": [{\"frameRate\": 0}]}", {"\"cameras[0].frameRate\"", "0.25 to 1000"}},
+        {"{\"cameras\": [{\"frameRate\": 1e999}]}", {"not JSON"}},
+        {"{\"cameras\": [{\"paint\": 1}]}", {"\"cameras[0].paint\"", "true or false"}},
+        {"{\"cameras\": [{\"bayer\": \"RGB\"}]}", {"\"cameras[0].bayer\"", "\"RGGB\""}},
+        {"{\"cameras\": [{\"model\": null}]}", {"\"cameras[0].model\"", "null", "text"}},
+        {"{\"cameras\": [{\"faults\": {\"drop\": {\"share\": 1.01}}}]}",
+         {"\"cameras[0].faults.drop.share\"", "1.01", "0 to 1"}},
+        {"{\"cameras\": [{\"faults\": {\"drop\": 0.5}}]}", {"\"cameras[0].faults.drop\"", "object"}},
+        {"{\"cameras\": [{\"faults\": {\"registers\": {\"addresses\": [\"0x615\"]}}}]}",
+         {"\"cameras[0].faults.registers.addresses[0]\"", "0x615", "multiple of 4"}},
+        {"{\"cameras\": [{\"faults\": {\"registers\": {\"accesses\": [0]}}}]}",
+         {"\"cameras[0].faults.registers.accesses[0]\"", "from 1"}},
+        {"{\"cameras\": [{\"serial\": 5}, {\"serial\": 5}]}", {"\"cameras[1].serial\"", "5 is taken"}},
+        {"{\"cameras\": [{\"serial\": 1002}, {\"serial\": 1001, \"count\": 2}]}",
+         {"\"cameras[1].serial\"", "1002 is taken"}},
+        {"{\"buses\": [{\"cameras\": [{\"serial\": 5}]}, {\"cameras\": [{\"serial\": 5}]}]}",
+         {"\"buses[1].cameras[0].serial\"", "5 is taken", "duplicateSerials"}},
+        {"{\"duplicateSerials\": true, \"cameras\": [{\"serial\": 5}, {\"serial\": 5}]}",
+         {"\"cameras[1].serial\"", "5 is taken"}},
+        {"{\"buses\": [{}]}", {"\"buses[0].cameras\"", "list of cameras"}},
+    };
+    for (const BadDescription& bad : table) {
+        boost::shared_ptr<Simulation> pSimulation;
+        const Error error = Simulation::FromJson(bad.json, &pSimulation);
+        EXPECT_EQ(error.GetType(), ERR_INVALID_DESCRIPTION) << bad.json;
+        EXPECT_FALSE(pSimulation) << bad.json;
+        for (const char* expected : bad.expected) {
+            if (expected != nullptr) {
+                EXPECT_NE(std::string(error.GetDescription()).find(expected), std::string::npos)
+                    << bad.json << "\n  says: " << error.GetDescription() << "\n  lacks: " << expected;
+            }
+        }
+    }
+}
+
+TEST(Description, DirectivesInATextNeverReachAMessage) {
+    boost::shared_ptr<Simulation> pSimulation;
+    const Error error = Simulation::FromJson("{\"%s%n\": \"\\u001b[31m\"}", &pSimulation);
+    EXPECT_EQ(error.GetType(), ERR_INVALID_DESCRIPTION);
+    EXPECT_EQ(std::string(error.GetDescription()).find_first_of("%\x1b"), std::string::npos);
+}
+
+TEST(Description, EveryKeyIsUnderstood) {
+    WorldDescription world;
+    ASSERT_TRUE(IsOk(ParseWorld(R"({"clock": "manual", "buses": [{"cameras": [{
+        "serial": 7, "count": 3, "interface": "u3v", "vendor": "V", "model": "M", "firmware": "2.1",
+        "sensor": "S", "iidcVersion": 131, "width": 800, "height": 600, "bayer": "GBRG", "frameRate": 99.5,
+        "paint": false, "embeddedItems": 3, "faults": {"seed": 9, "registers": {"share": 0.5, "accesses": [3],
+        "addresses": [1540, "0x610"], "readLatencyUs": 1, "writeLatencyUs": 2, "jitterUs": 3},
+        "drop": {"share": 0.1}, "corrupt": {"frames": [2]}, "duplicate": {}, "delay": {"frames": [1]},
+        "delayUs": 5}}]}, {"cameras": [{}]}]})",
+                                &world)));
+    EXPECT_TRUE(world.isClockManual);
+    ASSERT_EQ(world.buses.size(), 2U);
+    ASSERT_EQ(world.buses[0].cameras.size(), 3U);
+    const CameraDescription& camera = world.buses[0].cameras[2];
+    EXPECT_EQ(camera.serialNumber, 9U);
+    EXPECT_EQ(camera.interfaceType, INTERFACE_U3V);
+    EXPECT_EQ(camera.vendorName + camera.modelName + camera.firmwareVersion + camera.sensorInfo, "VM2.1S");
+    EXPECT_EQ(camera.iidcVersion, 131U);
+    EXPECT_EQ(camera.width * 10000 + camera.height, 8000600U);
+    EXPECT_EQ(camera.bayer, BAYER_GBRG);
+    EXPECT_EQ(camera.frameRate, 99.5);
+    EXPECT_FALSE(camera.paint);
+    EXPECT_EQ(camera.embeddedItems, 3U);
+    EXPECT_EQ(camera.faults.registerAddresses, (std::vector<unsigned int>{0x604, 0x610}));
+    EXPECT_EQ(camera.faults.drop.share, 0.1);
+    EXPECT_EQ(camera.faults.delayUs, 5U);
+    EXPECT_EQ(world.buses[1].cameras[0].serialNumber, 10U) << "numbering goes on";
+}
+
+TEST(Description, ExampleOfTheDocumentIsOne) {
+    std::ifstream file(ZEVRIN_DOCS "/simulation.md");
+    const std::string document{std::istreambuf_iterator<char>(file), {}};
+    const std::size_t begin = document.find("```json\n");
+    ASSERT_NE(begin, std::string::npos);
+    const std::size_t end = document.find("```", begin + 8);
+    WorldDescription world;
+    ASSERT_TRUE(IsOk(ParseWorld(document.substr(begin + 8, end - begin - 8), &world)));
+    EXPECT_EQ(world.buses[0].cameras.size(), 4U);
+}
+
+TEST(Description, ComesFromACountOrAFile) {
+    boost::shared_ptr<Simulation> pSimulation;
+    EXPECT_EQ(Simulation::FromCount(0, &pSimulation).GetType(), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_EQ(Simulation::FromText("65", &pSimulation).GetType(), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_EQ(Simulation::FromCount(1, nullptr).GetType(), ERR_INVALID_PARAMETER);
+    EXPECT_EQ(Simulation::FromText("/nowhere/at%all", &pSimulation).GetType(), ERR_FILE_FAILED);
+    EXPECT_EQ(Simulation::FromFile("/", &pSimulation).GetType(), ERR_FILE_FAILED);
+    EXPECT_FALSE(pSimulation);
+    ASSERT_TRUE(IsOk(Simulation::FromText("3", &pSimulation)));
+    SimulatedFrameCounts counts;
+    EXPECT_TRUE(IsOk(pSimulation->GetFrameCounts(1003, &counts)));
+    EXPECT_EQ(pSimulation->GetFrameCounts(1004, &counts).GetType(), ERR_CAMERA_NOT_FOUND);
+
+    const std::string path = ::testing::TempDir() + "zevrin-description.json";
+    std::ofstream(path) << "{\"cameras\": [{\"serial\": 77}]}";
+    EXPECT_TRUE(IsOk(Simulation::FromText(path, &pSimulation)));
+    EXPECT_TRUE(IsOk(pSimulation->GetFrameCounts(77, &counts)));
+    std::remove(path.c_str());
+}
+
+}  // namespace
+}  // namespace Zevrin

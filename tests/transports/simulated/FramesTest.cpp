@@ -1,0 +1,223 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "IidcCamera.h"
+#include "Image.h"
+#include "SimulatedFixture.h"
+#include "TestPicture.h"
+#include "zevrin/CameraSystem.h"
+
+namespace Zevrin {
+namespace {
+
+/// The number that stands in a line of a picture with one byte a pixel; -1 when it cannot be read.
+long ReadNumber(const Frame& frame, unsigned int line) {
+    long number = 0;
+    const unsigned int top = kDigitsTop + line * kDigitLinePitch * kDigitDotSize;
+    for (unsigned int index = 0;; ++index) {
+        const unsigned int left = kDigitsLeft + index * kDigitPitch * kDigitDotSize;
+        unsigned int dots = 0;
+        bool isDigit = true;
+        for (unsigned int dot = 0; dot < 15; ++dot) {
+            const unsigned int x = left + dot % 3 * kDigitDotSize + kDigitDotSize / 2;
+            const unsigned int y = top + dot / 3 * kDigitDotSize + kDigitDotSize / 2;
+            const unsigned char value = frame.data[y * frame.info.stride + x];
+            isDigit = isDigit && (value == 0 || value == 255);
+            dots = dots << 1 | (value == 255 ? 1 : 0);
+        }
+        unsigned int digit = 0;
+        while (digit < 10 && dots != GetDigitDots(digit)) {
+            ++digit;
+        }
+        if (!isDigit || digit == 10) {
+            return index == 0 ? -1 : number;
+        }
+        number = number * 10 + digit;
+    }
+}
+
+constexpr unsigned long long kExposure = 5000;  // microseconds
+
+TEST(SimulatedFrames, FlowAtTheirRateWhileTransmissionIsOnAndSomebodyListens) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{"frameRate": 25}]})");
+    const auto pCamera = OpenCamera(1001);
+    SimulatedFrameCounts counts;
+    pSimulation->AdvanceClock(kSecond);
+
+    Listening stream(*pCamera);
+    pSimulation->AdvanceClock(kSecond);
+    EXPECT_EQ(stream.Drain(), 0U) << "transmission is off";
+
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(kSecond + kExposure - 1);
+    EXPECT_EQ(stream.Drain(), 24U);
+    pSimulation->AdvanceClock(1);
+    EXPECT_EQ(stream.Drain(), 1U);
+    for (int second = 0; second < 200; ++second) {
+        pSimulation->AdvanceClock(kSecond);
+        ASSERT_EQ(stream.Drain(), 25U) << "second " << second;
+    }
+    WriteCommand(*pCamera, kTransmissionRegister, 0);
+    pSimulation->AdvanceClock(kSecond);
+    EXPECT_EQ(stream.Drain(), 0U) << "transmission is off again";
+
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    stream.Stop();
+    pSimulation->AdvanceClock(kSecond);
+    ASSERT_TRUE(IsOk(pSimulation->GetFrameCounts(1001, &counts)));
+    EXPECT_EQ(counts.sent, 25U * 201U) << "nobody listens";
+}
+
+TEST(SimulatedFrames, FollowTheStandardsRates) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}]})");
+    const auto pCamera = OpenCamera(1001);
+    WriteCommand(*pCamera, 0x604, 0xA0000000);  // 640 x 480 mono
+    WriteCommand(*pCamera, 0x608, 0);
+    const double rates[] = {1.875, 3.75, 7.5, 15, 30, 60, 120, 240};
+    for (unsigned int rate = 0; rate < 8; ++rate) {
+        WriteCommand(*pCamera, 0x600, rate << 29);
+        Listening stream(*pCamera, 2, GRAB_NEWEST);
+        WriteCommand(*pCamera, kTransmissionRegister, kOn);
+        pSimulation->AdvanceClock(8 * kSecond + kExposure);
+        WriteCommand(*pCamera, kTransmissionRegister, 0);
+        stream.Stop();
+        EXPECT_EQ(stream.CountAll(), static_cast<unsigned int>(8 * rates[rate])) << rates[rate];
+    }
+}
+
+TEST(SimulatedFrames, CarryNumberPictureAndStamp) {
+    const auto pSimulation =
+        MakeSimulation(R"({"clock": "manual", "cameras": [{"serial": 9073, "frameRate": 10}]})");
+    const auto pCamera = OpenCamera(9073);
+    WriteCommand(*pCamera, 0x12F8, 1);
+    Listening stream(*pCamera);
+    pSimulation->AdvanceClock(127 * kSecond + 950000);
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(250000);
+    unsigned int expectedId = 1;
+    const unsigned int expectedStamps[] = {400U << 12, 1200U << 12};
+    stream.Drain([&](const Frame& frame) {
+        EXPECT_EQ(frame.info.frameId, expectedId);
+        EXPECT_EQ(frame.info.width * 10000 + frame.info.height, 6400480U);
+        EXPECT_EQ(frame.info.receivedSize, 307200U);
+        EXPECT_EQ(ReadNumber(frame, 0), 9073);
+        EXPECT_EQ(ReadNumber(frame, 1), static_cast<long>(expectedId));
+        const unsigned char* stamp = frame.data;
+        const unsigned int word =
+            static_cast<unsigned int>(stamp[0]) << 24 | stamp[1] << 16U | stamp[2] << 8U | stamp[3];
+        EXPECT_EQ(word, expectedStamps[expectedId - 1]) << "start of exposure, across the wrap";
+        for (const unsigned int y : {100U, 101U, 479U}) {
+            for (const unsigned int x : {0U, 101U, 639U}) {
+                EXPECT_EQ(frame.data[y * 640 + x], SceneAt(x + (y & ~3U) + 4 * expectedId)) << x << ", " << y;
+            }
+        }
+        ++expectedId;
+    });
+    EXPECT_EQ(expectedId, 3U);
+}
+
+TEST(SimulatedFrames, OfColourCamerasAreRawMosaics) {
+    const auto pSimulation =
+        MakeSimulation(R"({"clock": "manual", "cameras": [{"bayer": "GRBG", "interface": "gige"}]})");
+    const auto pCamera = OpenCamera(1001);
+    Listening stream(*pCamera);
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(100000);
+    unsigned int count = 0;
+    stream.Drain([&](const Frame& frame) {
+        ++count;
+        EXPECT_EQ(frame.info.pixelFormat, PIXEL_FORMAT_RAW8);
+        EXPECT_EQ(frame.info.bayerFormat, BAYER_GRBG);
+        EXPECT_TRUE(frame.info.hasTimeStamp) << "comes beside the image on this interface";
+        const unsigned int y = 200;
+        const unsigned int x = 300;
+        const unsigned int phase = x + y + 4;
+        EXPECT_EQ(frame.data[y * 640 + x], SceneAt(phase + 85)) << "green";
+        EXPECT_EQ(frame.data[y * 640 + x + 1], SceneAt(phase + 1)) << "red";
+        EXPECT_EQ(frame.data[(y + 1) * 640 + x], SceneAt(phase + 170)) << "blue";
+        EXPECT_EQ(frame.data[(y + 1) * 640 + x + 1], SceneAt(phase + 1 + 85)) << "green";
+    });
+    EXPECT_EQ(count, 1U);
+}
+
+TEST(SimulatedFrames, ShowTheRegionOfFormat7) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}]})");
+    const auto pCamera = OpenCamera(1001);
+    WriteCommand(*pCamera, 0x800C, 320U << 16 | 200);
+    WriteCommand(*pCamera, 0x8008, 100U << 16 | 202);
+    Listening stream(*pCamera);
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(100000);
+    unsigned int count = 0;
+    stream.Drain([&](const Frame& frame) {
+        ++count;
+        EXPECT_EQ(frame.info.receivedSize, 64000U);
+        EXPECT_EQ(frame.info.stride, 320U);
+        EXPECT_EQ(frame.data[150 * 320 + 200], SceneAt(300 + (352 & ~3) + 4));
+    });
+    EXPECT_EQ(count, 1U);
+}
+
+TEST(SimulatedFrames, OfOneBusAreInStep) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}, {"frameRate": 30}]})");
+    const auto pFirst = OpenCamera(1001);
+    const auto pSecond = OpenCamera(1002);
+    WriteCommand(*pFirst, 0x12F8, 1);
+    WriteCommand(*pSecond, 0x12F8, 1);
+    Listening first(*pFirst);
+    Listening second(*pSecond);
+    WriteCommand(*pFirst, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(20000);  // as far apart as switching on may be
+    WriteCommand(*pSecond, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(2 * kSecond);
+    std::vector<std::string> stamps[2];
+    first.Drain([&](const Frame& frame) { stamps[0].emplace_back(frame.data, frame.data + 4); });
+    second.Drain([&](const Frame& frame) { stamps[1].emplace_back(frame.data, frame.data + 4); });
+    ASSERT_GE(stamps[0].size(), 29U);
+    ASSERT_GE(stamps[1].size(), 58U);
+    for (std::size_t index = 0; index < 29; ++index) {
+        EXPECT_EQ(stamps[0][index], stamps[1][2 * index + 1]) << index;
+    }
+}
+
+TEST(SimulatedFrames, ThatFindNoBufferAreCounted) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{"frameRate": 50}]})");
+    const auto pCamera = OpenCamera(1001);
+    for (const GrabMode mode : {GRAB_IN_ORDER, GRAB_NEWEST}) {
+        Listening stream(*pCamera, 4, mode);
+        WriteCommand(*pCamera, kTransmissionRegister, kOn);
+        pSimulation->AdvanceClock(kSecond + kExposure);
+        EXPECT_EQ(stream.Counters().driverDropped, 46U) << mode;
+        EXPECT_EQ(stream.Drain(), 4U) << mode;
+        EXPECT_EQ(stream.CountAll(), 50U) << mode;
+        WriteCommand(*pCamera, kTransmissionRegister, 0);
+    }
+}
+
+TEST(SimulatedFrames, ReachTheCameraObjectInRealTime) {
+    boost::shared_ptr<Simulation> pSimulation;
+    ASSERT_TRUE(
+        IsOk(Simulation::FromJson(R"({"cameras": [{"serial": 3001, "frameRate": 200}]})", &pSimulation)));
+    CameraSystem system;
+    boost::shared_ptr<IidcCamera> pCamera;
+    ASSERT_TRUE(IsOk(system.Connect(3001, &pCamera)));
+    ASSERT_TRUE(IsOk(pCamera->WriteRegister(0x12F8, 1, false)));
+    ASSERT_TRUE(IsOk(pCamera->StartCapture(nullptr, nullptr)));
+    unsigned long long lastId = 0;
+    for (int count = 0; count < 20; ++count) {
+        Image image;
+        ASSERT_TRUE(IsOk(pCamera->WaitForBufferEvent(&image, 30000)));
+        EXPECT_GT(image.GetFrameId(), lastId);
+        lastId = image.GetFrameId();
+    }
+    EXPECT_TRUE(IsOk(pCamera->StopCapture()));
+    pSimulation.reset();
+    unsigned int value = 0;
+    EXPECT_EQ(pCamera->ReadRegister(0x610, &value).GetType(), ERR_INVALID_GENERATION);
+    EXPECT_EQ(system.Connect(3001, &pCamera).GetType(), ERR_CAMERA_LOST);
+}
+
+}  // namespace
+}  // namespace Zevrin

@@ -1,0 +1,142 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <string>
+#include <vector>
+
+#include "FrameQueue.h"
+#include "HardwareInterface.h"
+#include "SimulatedTransport.h"
+#include "zevrin/Simulation.h"
+
+namespace Zevrin {
+
+inline ::testing::AssertionResult IsOk(const Error& error) {
+    return error == ERR_OK ? ::testing::AssertionSuccess()
+                           : ::testing::AssertionFailure() << error.GetTrace();
+}
+
+inline boost::shared_ptr<Simulation> MakeSimulation(const std::string& json) {
+    boost::shared_ptr<Simulation> pSimulation;
+    EXPECT_TRUE(IsOk(Simulation::FromJson(json, &pSimulation)));
+    return pSimulation;
+}
+
+/// The handle on the camera as discovery gives it, opened; the first one of the serial number.
+inline boost::shared_ptr<HardwareInterface> OpenCamera(unsigned int serialNumber) {
+    SimulatedTransport transport;
+    std::vector<boost::shared_ptr<HardwareInterface>> cameras;
+    EXPECT_TRUE(IsOk(transport.Discover(&cameras)));
+    for (const auto& pCamera : cameras) {
+        if (pCamera->GetIdentity().serialNumber == serialNumber) {
+            EXPECT_TRUE(IsOk(pCamera->Open()));
+            return pCamera;
+        }
+    }
+    ADD_FAILURE() << "camera " << serialNumber << " was not discovered";
+    return nullptr;
+}
+
+constexpr unsigned int kCommandBase = 0xF0F00000;
+
+inline unsigned int ReadCommand(HardwareInterface& camera, unsigned int offset) {
+    unsigned int value = 0xDEADBEEF;
+    EXPECT_TRUE(IsOk(camera.ReadQuadlets(kRegisterSpace, kCommandBase + offset, &value, 1)))
+        << "register 0x" << std::hex << offset;
+    return value;
+}
+
+inline void WriteCommand(HardwareInterface& camera, unsigned int offset, unsigned int value) {
+    EXPECT_TRUE(IsOk(camera.WriteQuadlets(kRegisterSpace, kCommandBase + offset, &value, 1, false)))
+        << "register 0x" << std::hex << offset;
+}
+
+/// A queue that listens to a camera for as long as it lives.
+class Listening {
+  public:
+    explicit Listening(HardwareInterface& camera, unsigned int bufferCount = 64,
+                       GrabMode mode = GRAB_IN_ORDER, bool deliverIncomplete = false)
+        : m_camera(camera), m_pCounters(boost::make_shared<FrameCounters>()) {
+        StreamFormat format;
+        EXPECT_TRUE(IsOk(camera.GetStreamFormat(&format)));
+        m_pQueue = boost::make_shared<FrameQueue>(bufferCount, format.payloadSize, mode, deliverIncomplete,
+                                                  nullptr, m_pCounters);
+        EXPECT_TRUE(IsOk(camera.StartStream(ZevrinConfig(), m_pQueue)));
+    }
+    ~Listening() { Stop(); }
+    Listening(const Listening&) = delete;
+    Listening& operator=(const Listening&) = delete;
+
+    void Stop() {
+        m_camera.StopStream();
+        m_pQueue->Close();
+    }
+
+    FrameQueue& Queue() { return *m_pQueue; }
+    const FrameCounters& Counters() const { return *m_pCounters; }
+
+    /// What has become of the frames, all together.
+    unsigned int CountAll() const {
+        return m_pCounters->delivered + m_pCounters->corrupt + m_pCounters->dropped +
+               m_pCounters->driverDropped;
+    }
+
+    /// Gives every waiting frame to `look` and then back.
+    template <typename Look>
+    void Drain(Look look) {
+        Frame* pFrame = nullptr;
+        while (m_pQueue->Retrieve(&pFrame, 0) == ERR_OK) {
+            look(*pFrame);
+            m_pQueue->Release(pFrame);
+        }
+    }
+    unsigned int Drain() {
+        unsigned int count = 0;
+        Drain([&](const Frame&) { ++count; });
+        return count;
+    }
+
+  private:
+    HardwareInterface& m_camera;
+    const boost::shared_ptr<FrameCounters> m_pCounters;
+    boost::shared_ptr<FrameQueue> m_pQueue;
+};
+
+constexpr unsigned int kTransmissionRegister = 0x614;
+constexpr unsigned int kOn = 0x80000000;
+constexpr unsigned long long kSecond = 1000000;  // microseconds
+
+/// A picture as it was sent.
+struct Picture {
+    FrameInfo info;
+    std::vector<unsigned char> data;
+
+    /// A byte of the row, where no digits are.
+    unsigned int At(std::size_t byte, unsigned int y = 200) const { return data[y * info.stride + byte]; }
+    unsigned int Quadlet(std::size_t index) const {
+        const unsigned char* byte = &data[4 * index];
+        return static_cast<unsigned int>(byte[0]) << 24 | static_cast<unsigned int>(byte[1]) << 16 |
+               static_cast<unsigned int>(byte[2]) << 8 | static_cast<unsigned int>(byte[3]);
+    }
+};
+
+/// The next frame of a camera that is not sending, on a manual clock.
+inline Picture TakePicture(Simulation& simulation, HardwareInterface& camera) {
+    Picture picture;
+    Listening stream(camera, 1);
+    WriteCommand(camera, kTransmissionRegister, kOn);
+    for (int step = 0; step < 1000 && picture.data.empty(); ++step) {
+        simulation.AdvanceClock(1000);
+        stream.Drain([&](const Frame& frame) {
+            picture.info = frame.info;
+            picture.data.assign(frame.data, frame.data + frame.info.receivedSize);
+        });
+    }
+    WriteCommand(camera, kTransmissionRegister, 0);
+    EXPECT_FALSE(picture.data.empty());
+    return picture;
+}
+
+}  // namespace Zevrin

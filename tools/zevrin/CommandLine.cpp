@@ -1,0 +1,101 @@
+#include "CommandLine.h"
+
+#include <cstddef>
+#include <sstream>
+#include <vector>
+
+namespace ZevrinTool {
+
+namespace {
+
+constexpr std::size_t kLineWidth = 110;
+constexpr std::size_t kNameColumn = 30;
+
+/// Lines of at most `width` characters; the formatter indents what follows a line break.
+std::string Wrap(const std::string& text, std::size_t width) {
+    std::istringstream words(text);
+    std::string word;
+    std::string wrapped;
+    std::size_t length = 0;
+    while (words >> word) {
+        if (length != 0 && length + 1 + word.size() > width) {
+            wrapped += '\n';
+            length = 0;
+        } else if (length != 0) {
+            wrapped += ' ';
+            ++length;
+        }
+        wrapped += word;
+        length += word.size();
+    }
+    return wrapped;
+}
+
+}  // namespace
+
+HelpFormatter::HelpFormatter() {
+    column_width(kNameColumn);
+    label("Positionals", "Arguments");
+}
+
+std::string HelpFormatter::make_usage(const CLI::App* pApp, std::string) const {
+    std::string path;
+    for (const CLI::App* pVerb = pApp; pVerb->get_parent() != nullptr; pVerb = pVerb->get_parent()) {
+        path = " " + pVerb->get_name() + path;
+    }
+    std::string usage = "\nUsage: zevrin [global options]" + path;
+    if (!pApp->get_subcommands({}).empty()) {
+        return usage + " <verb> [arguments]\n";
+    }
+    usage += " [options]";
+    for (const CLI::Option* pOption : pApp->get_options()) {
+        if (pOption->get_positional()) {
+            usage += " " + make_option_usage(pOption);
+        }
+    }
+    return usage + "\n";
+}
+
+std::string HelpFormatter::make_option_opts(const CLI::Option* pOption) const {
+    return pOption->get_positional() || pOption->get_type_name().empty() ? ""
+                                                                         : " " + pOption->get_type_name();
+}
+
+std::string HelpFormatter::make_option_desc(const CLI::Option* pOption) const {
+    return Wrap(pOption->get_description(), kLineWidth - kNameColumn);
+}
+
+std::string HelpFormatter::make_footer(const CLI::App* pApp) const {
+    const bool isVerb = pApp->get_parent() != nullptr;
+    return (isVerb ? "Global options: see `zevrin --help`\n\n" : "") + pApp->get_footer();
+}
+
+CLI::App* AddVerb(CLI::App& parent, const std::string& name, const std::string& description,
+                  const std::string& footer) {
+    CLI::App* const pVerb = parent.add_subcommand(name, description);
+    pVerb->group("Verbs");
+    pVerb->footer(footer);
+    pVerb->set_help_flag("-h,--help", "Shows this text");
+    return pVerb;
+}
+
+std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem) {
+    const std::vector<std::string> unknown = pApp->remaining(true);
+    std::string path = pApp->get_name();
+    while (!pApp->get_subcommands().empty()) {
+        pApp = pApp->get_subcommands().front();
+        path += " " + pApp->get_name();
+    }
+    std::string text = problem.what();
+    const std::vector<const CLI::App*> verbs = pApp->get_subcommands({});
+    if (!verbs.empty()) {
+        text = unknown.empty() ? "a verb is needed" : "there is no verb \"" + unknown.front() + "\"";
+        text += "; there are:";
+        for (const CLI::App* pVerb : verbs) {
+            text += " " + pVerb->get_name();
+        }
+    }
+    return "zevrin: " + text + "\n`" + path + " --help` shows what is possible.\n";
+}
+
+}  // namespace ZevrinTool

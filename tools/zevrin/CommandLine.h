@@ -1,0 +1,28 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace ZevrinTool {
+
+/// Help texts in the form that all verbs share: one usage line, placeholders as the options name them,
+/// descriptions broken into lines.
+class HelpFormatter : public CLI::Formatter {
+  public:
+    HelpFormatter();
+
+    std::string make_usage(const CLI::App* pApp, std::string name) const override;
+    std::string make_option_opts(const CLI::Option* pOption) const override;
+    std::string make_option_desc(const CLI::Option* pOption) const override;
+    std::string make_footer(const CLI::App* pApp) const override;
+};
+
+/// Adds a verb to the program or to another verb.
+/// @param footer  what the help says after the options; ends with examples
+CLI::App* AddVerb(CLI::App& parent, const std::string& name, const std::string& description,
+                  const std::string& footer);
+
+/// What is said when a command line cannot be understood.
+std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem);
+
+}  // namespace ZevrinTool

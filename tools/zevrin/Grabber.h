@@ -1,0 +1,99 @@
+#pragma once
+
+#include <atomic>
+#include <boost/smart_ptr/shared_ptr.hpp>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <zevrin/IidcCamera.h>
+#include <zevrin/Image.h>
+
+#include "Tool.h"
+
+namespace ZevrinTool {
+
+/// What to grab from each camera.
+struct GrabPlan {
+    unsigned int count = 10;        ///< frames
+    unsigned int timeoutMs = 2000;  ///< for one frame
+    unsigned int buffers = 10;
+    std::string folder;  ///< of the images; empty: none are written
+};
+
+/// What came of it.
+struct GrabOutcome {
+    unsigned int frames = 0;
+    unsigned long long dropped = 0;         ///< frames that the camera numbered and that did not come
+    std::optional<double> framesPerSecond;  ///< of the frames that came, by their time stamps
+    unsigned int width = 0;
+    unsigned int height = 0;
+    std::string pixelFormat;
+    std::vector<std::string> files;
+    ExitCode exitCode = kExitGood;
+    std::string failure;  ///< why it ended early; empty when it did not
+};
+
+/// Counts the frames that are missing between those that came, by the camera's own numbers.
+class FrameNumbers {
+  public:
+    /// The frame's number, continued where the camera begins again (GigE Vision counts to 65535).
+    unsigned long long Add(unsigned long long frameId);
+    unsigned long long GetMissing() const { return m_missing; }
+    /// The next number is not compared with the last: the stream was started again.
+    void Restart() { m_hasLast = false; }
+
+  private:
+    bool m_isFirst = true;
+    bool m_hasLast = false;  // of the present stream
+    unsigned long long m_lastId = 0;
+    unsigned long long m_number = 0;
+    unsigned long long m_missing = 0;
+};
+
+/// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again.
+class Grabber {
+  public:
+    Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera, const GrabPlan& plan);
+    ~Grabber();
+    Grabber(const Grabber&) = delete;
+    Grabber& operator=(const Grabber&) = delete;
+
+    void Start();
+
+    /// Ends the grabbing early; the outcome says so. To be called from any thread.
+    void Stop() { m_stop = true; }
+
+    bool IsDone() const { return m_done; }
+    unsigned int CountFrames() const { return m_frames; }
+    unsigned int GetSerialNumber() const { return m_serialNumber; }
+
+    /// Waits for the end.
+    const GrabOutcome& Join();
+
+  private:
+    void Run();
+    void Grab();
+    void StartStream();
+    void Resume(const Zevrin::Error& reason);
+    Zevrin::Error Next(Zevrin::Image* pImage);
+    void Take(const Zevrin::Image& image);
+
+    const unsigned int m_serialNumber;
+    const boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;
+    const GrabPlan m_plan;
+
+    // The grab thread's own until it is done.
+    GrabOutcome m_outcome;
+    FrameNumbers m_numbers;
+    double m_firstTime = 0;  // seconds
+    unsigned int m_vainReconnections = 0;
+
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_done{false};
+    std::atomic<unsigned int> m_frames{0};
+    std::thread m_thread;
+};
+
+}  // namespace ZevrinTool

@@ -1,0 +1,176 @@
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+
+#include "CommandLine.h"
+#include "Numbers.h"
+#include "Output.h"
+#include "Session.h"
+#include "Tool.h"
+
+namespace ZevrinTool {
+
+namespace {
+
+/// A setting that stands in some bits of an IIDC register; bits are counted from the most significant one.
+struct RegisterFact {
+    const char* label;
+    const char* key;
+    unsigned int address;
+    unsigned int firstBit;
+    unsigned int bits;
+    std::vector<const char*> names;  ///< of its values; empty: the number itself
+};
+
+constexpr unsigned int kFormat7 = 7;
+constexpr unsigned int kFormat7Inquiry = 0x2E0;  // + 4 * mode: where the mode's block is, in quadlets
+
+const std::vector<const char*> kSwitch = {"off", "on"};
+
+// Of the command registers.
+const RegisterFact kPower = {"Power", "power", 0x610, 0, 1, kSwitch};
+const RegisterFact kTransmission = {"Transmission", "transmission", 0x614, 0, 1, kSwitch};
+const RegisterFact kFormat = {"Format", "format", 0x608, 0, 3, {}};
+const RegisterFact kMode = {"Mode", "mode", 0x604, 0, 3, {}};
+const RegisterFact kFrameRate = {
+    "Frame rate",
+    "frameRate",
+    0x600,
+    0,
+    3,
+    {"1.875 fps", "3.75 fps", "7.5 fps", "15 fps", "30 fps", "60 fps", "120 fps", "240 fps"}};
+const RegisterFact kDataDepth = {"Bits of a sample", "dataDepth", 0x630, 0, 8, {}};
+
+// Of a format 7 mode's block.
+const RegisterFact kRegion[] = {
+    {"Image width", "width", 0x00C, 0, 16, {}},
+    {"Image height", "height", 0x00C, 16, 16, {}},
+    {"Left edge", "left", 0x008, 0, 16, {}},
+    {"Top edge", "top", 0x008, 16, 16, {}},
+    {"Colour coding",
+     "colorCoding",
+     0x010,
+     0,
+     8,
+     {"Mono8", "YUV411", "YUV422", "YUV444", "RGB8", "Mono16", "RGB16", "SignedMono16", "SignedRGB16", "Raw8",
+      "Raw16"}},
+};
+
+/// One line of the answer. What the camera does not tell is null.
+struct Line {
+    std::string label;
+    std::string key;
+    Json value;
+};
+
+Line MakeLine(const RegisterFact& fact, const Zevrin::Error& read, unsigned int quadlet) {
+    Line line = {fact.label, fact.key, nullptr};
+    if (read == Zevrin::ERR_OK) {
+        const unsigned int value = quadlet << fact.firstBit >> (32 - fact.bits);
+        if (fact.names.empty()) {
+            line.value = value;
+        } else if (value < fact.names.size()) {
+            line.value = fact.names[value];
+        }
+    }
+    return line;
+}
+
+Line ReadFact(Zevrin::IidcCamera& camera, const RegisterFact& fact) {
+    unsigned int quadlet = 0;
+    const Zevrin::Error error = camera.ReadRegister(fact.address, &quadlet);
+    return MakeLine(fact, error, quadlet);
+}
+
+/// Format 7 has no frame rate register; its pictures are described in a block for each mode.
+void AddFormat7(Zevrin::IidcCamera& camera, unsigned int mode, std::vector<Line>* pLines) {
+    unsigned int offset = 0;
+    const Zevrin::Error found = camera.ReadRegister(kFormat7Inquiry + 4 * mode, &offset);
+    for (const RegisterFact& fact : kRegion) {
+        unsigned int quadlet = 0;
+        const Zevrin::Error error =
+            found == Zevrin::ERR_OK ? camera.ReadBaseRegister(offset * 4 + fact.address, &quadlet) : found;
+        pLines->push_back(MakeLine(fact, error, quadlet));
+    }
+}
+
+Line ReadColorFilter(Zevrin::IidcCamera& camera) {
+    static const char* const kNames[] = {"none", "RGGB", "GRBG", "GBRG", "BGGR"};
+    Zevrin::BayerTileFormat format = Zevrin::BAYER_NONE;
+    Line line = {"Colour filter", "colorFilter", nullptr};
+    if (camera.GetBayerFormat(&format) == Zevrin::ERR_OK && format <= Zevrin::BAYER_BGGR) {
+        line.value = kNames[format];
+    }
+    return line;
+}
+
+std::vector<Line> Describe(const Zevrin::CameraListing& listing, Zevrin::IidcCamera& camera) {
+    std::vector<Line> lines = {
+        {"Serial number", "serialNumber", listing.serialNumber},
+        {"Interface", "interface", Zevrin::GetInterfaceTypeName(listing.interfaceType)},
+        {"Vendor", "vendor", listing.vendorName},
+        {"Model", "model", listing.modelName},
+        {"Address", "address", listing.address},
+    };
+    for (const RegisterFact* pFact : {&kPower, &kTransmission, &kFormat, &kMode, &kDataDepth}) {
+        lines.push_back(ReadFact(camera, *pFact));
+    }
+    const Line format = ReadFact(camera, kFormat);
+    const Line mode = ReadFact(camera, kMode);
+    if (format.value == kFormat7 && !mode.value.is_null()) {
+        AddFormat7(camera, mode.value, &lines);
+    } else {
+        lines.push_back(ReadFact(camera, kFrameRate));
+    }
+    lines.push_back(ReadColorFilter(camera));
+    return lines;
+}
+
+void Show(const Tool& tool, const std::vector<Line>& lines) {
+    if (tool.json) {
+        Json document;
+        for (const Line& line : lines) {
+            document[line.key] = line.value;
+        }
+        Print(document);
+        return;
+    }
+    for (const Line& line : lines) {
+        std::cout << std::left << std::setw(20) << line.label
+                  << (line.value.is_null()     ? "not available"
+                      : line.value.is_string() ? line.value.get<std::string>()
+                                               : line.value.dump())
+                  << "\n";
+    }
+}
+
+void Info(const Tool& tool, const std::vector<unsigned int>& named) {
+    Session session(tool);
+    const unsigned int serialNumber = session.Choose(named).front();
+    const boost::shared_ptr<Zevrin::IidcCamera> pCamera = session.Connect(serialNumber);
+    const std::vector<Zevrin::CameraListing> cameras = session.List();
+    const auto listing = std::find_if(cameras.begin(), cameras.end(), [&](const auto& camera) {
+        return camera.serialNumber == serialNumber;
+    });
+    if (listing == cameras.end()) {
+        throw ToolFailure(kExitFailed, NameOf(serialNumber) + " went away");
+    }
+    Show(tool, Describe(*listing, *pCamera));
+}
+
+constexpr char kFooter[] = R"(Examples:
+  zevrin --simulate 1 info
+  zevrin info 1001
+  zevrin --json info 1001
+)";
+
+}  // namespace
+
+void AddInfoVerb(CLI::App& app, Tool& tool) {
+    CLI::App* const pVerb = AddVerb(app, "info", "Shows who a camera is and how it is set", kFooter);
+    auto pNamed = std::make_shared<std::vector<unsigned int>>();
+    AddNumbers(*pVerb, "SERIAL", pNamed.get(), NumberRule(), "Serial number of the camera")->expected(0, 1);
+    pVerb->callback([&tool, pNamed] { tool.run = [&tool, pNamed] { Info(tool, *pNamed); }; });
+}
+
+}  // namespace ZevrinTool

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+#include <zevrin/Error.h>
+
+namespace CLI {
+class App;
+}
+
+namespace ZevrinTool {
+
+/// What the program answers to its caller.
+enum ExitCode : int {
+    kExitGood = 0,
+    kExitFailed = 1,    ///< the operation failed
+    kExitUsage = 2,     ///< the command line asks for something that cannot be
+    kExitNoCamera = 3,  ///< the camera is not there
+    kExitTimeout = 4    ///< nothing came in time
+};
+
+/// Ends a verb, with a message for standard error.
+struct ToolFailure : std::runtime_error {
+    ToolFailure(ExitCode code, const std::string& message) : std::runtime_error(message), exitCode(code) {}
+    ExitCode exitCode;
+};
+
+ExitCode ExitCodeOf(const Zevrin::Error& error);
+
+/// Throws `ToolFailure` when `error` is one; `what` is put before its description.
+void Check(const Zevrin::Error& error, const std::string& what = std::string());
+
+/// "camera 1001".
+std::string NameOf(unsigned int serialNumber);
+
+/// A line on standard error.
+void Complain(const std::string& message);
+
+/// The global options, and the verb that the command line names.
+struct Tool {
+    std::string simulate;  ///< a count or a file; empty: nothing beside what is there
+    bool json = false;
+    std::function<void()> run;  ///< throws `ToolFailure`
+};
+
+// Each verb adds itself to the command line.
+void AddListVerb(CLI::App& app, Tool& tool);
+void AddInfoVerb(CLI::App& app, Tool& tool);
+void AddRegVerb(CLI::App& app, Tool& tool);
+void AddGrabVerb(CLI::App& app, Tool& tool);
+
+}  // namespace ZevrinTool
