@@ -64,7 +64,7 @@ DeviceListing GenicamCamera::GetListing() const {
 
 bool GenicamCamera::IsControlled() const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_session.pDevice != nullptr;
+    return m_session.pDevice && !m_session.pDevice->IsLost();
 }
 
 int GenicamCamera::GetInterfaceType() const {
@@ -83,25 +83,36 @@ RegisterBases GenicamCamera::GetRegisterBases() const {
 /// A camera that does not answer is reported as lost, so that it is looked for before the next try.
 Error GenicamCamera::Open() {
     Error error = m_pReporter->Start();
+    bool isToBeReported = false;
     if (error == ERR_OK) {
-        error = OpenSession();
+        error = OpenSession(&isToBeReported);
     }
-    if (error == ERR_CAMERA_LOST) {
-        m_pReporter->ReportLost(shared_from_this());
+    if (isToBeReported) {
+        ReportLoss();
     }
     return error;
 }
 
-Error GenicamCamera::OpenSession() {
+/// Until it is done the camera is opened by nobody, save those who are being told: a report that comes after
+/// an opening would take the camera for lost again.
+void GenicamCamera::ReportLoss() {
+    m_pReporter->ReportLost(shared_from_this());
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_reportedBy = boost::thread::id();
+}
+
+Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
     boost::lock_guard<boost::mutex> openLock(m_openMutex);
     CameraIdentity identity;
     DeviceListing listing;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
+        const bool isBeingReported =
+            m_reportedBy != boost::thread::id() && m_reportedBy != boost::this_thread::get_id();
+        if (isBeingReported || (m_session.pDevice && m_session.pDevice->IsLost())) {
+            return GenicamDevice::MakeLostError();
+        }
         if (m_session.pDevice) {
-            if (m_session.pDevice->IsLost()) {
-                return GenicamDevice::MakeLostError();  // and being reported at this moment
-            }
             ++m_openCount;
             return Error();
         }
@@ -119,6 +130,11 @@ Error GenicamCamera::OpenSession() {
     };
     Error error = GenicamDevice::Open(listing, report, &session.pDevice);
     if (error != ERR_OK) {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        *pIsToBeReported = error == ERR_CAMERA_LOST;
+        if (*pIsToBeReported) {
+            m_reportedBy = boost::this_thread::get_id();
+        }
         return error;
     }
     session.pView = boost::make_shared<RegisterView>(session.pDevice, [pWeak] {
@@ -133,7 +149,6 @@ Error GenicamCamera::OpenSession() {
         m_session = session;
         m_identity = identity;
         m_isLost = false;
-        m_endedStreams = StreamCounters();
         ++m_openCount;
     }
     if (session.pDevice->IsLost()) {
@@ -182,8 +197,9 @@ void GenicamCamera::HandleLoss() {
         session = std::exchange(m_session, Session());
         pStream = m_pStream;
         m_isLost = true;
+        m_reportedBy = boost::this_thread::get_id();
     }
-    m_pReporter->ReportLost(shared_from_this());
+    ReportLoss();
     if (pStream) {
         pStream->Fail(GenicamDevice::MakeLostError());
     }
@@ -301,7 +317,10 @@ Error GenicamCamera::StartStream(const ZevrinConfig& config, const boost::shared
     if (pFormer && !pFormer->GetDevice()->IsLost()) {
         return Failure(ERR_ISOCH_ALREADY_STARTED, "A stream of this camera has already been started.");
     }
-    EndStream();
+    if (pFormer) {
+        pFormer->Fail(GenicamDevice::MakeLostError());  // before it cannot any more
+        EndStream();
+    }
     boost::shared_ptr<GenicamStream> pStream;
     error = GenicamStream::Start(session.pDevice, config, pQueue, &pStream);
     if (error != ERR_OK) {

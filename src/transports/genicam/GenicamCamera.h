@@ -3,6 +3,7 @@
 #include <boost/smart_ptr/enable_shared_from_this.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
 
 #include "DeviceListing.h"
 #include "HardwareInterface.h"
@@ -24,7 +25,7 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     void SetListing(const DeviceListing& listing);
     DeviceListing GetListing() const;
 
-    /// Whether a loss would be noticed without looking for cameras.
+    /// Whether it is open and not lost: a loss will be noticed without looking for cameras.
     bool IsControlled() const;
 
     int GetInterfaceType() const override;
@@ -51,7 +52,8 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
         boost::shared_ptr<RegisterView> pView;
     };
 
-    Error OpenSession();
+    Error OpenSession(bool* pIsToBeReported);
+    void ReportLoss();
     Error RequireSession(Session* pSession) const;
     boost::shared_ptr<GenicamStream> GetStream() const;
     void EndStream();
@@ -68,9 +70,10 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     CameraIdentity m_identity;
     Session m_session;
     unsigned int m_openCount = 0;
-    bool m_isLost = false;  // and not opened since
+    bool m_isLost = false;           // and not opened since
+    boost::thread::id m_reportedBy;  // while a loss is being reported; another thread's opening has to wait
     boost::shared_ptr<GenicamStream> m_pStream;
-    StreamCounters m_endedStreams;  // since the camera was opened
+    StreamCounters m_endedStreams;  // all that there ever were
 };
 
 }  // namespace Zevrin

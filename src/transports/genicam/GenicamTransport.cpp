@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <iterator>
 
 #include "DeviceListing.h"
 #include "GenicamCamera.h"
@@ -59,16 +60,10 @@ Error GenicamTransport::Discover(std::vector<boost::shared_ptr<HardwareInterface
         }
         pCameras->push_back(pCamera);
     }
-    std::for_each(absent.begin(), absent.end(), [this](const auto& pCamera) { ReportAbsent(pCamera); });
+    // One answer may get lost: a camera under control is there for as long as its heartbeat says so.
+    std::copy_if(absent.begin(), absent.end(), std::back_inserter(*pCameras),
+                 [](const CameraHandle& pCamera) { return pCamera->IsControlled(); });
     return Error();
-}
-
-/// Not on this thread: the bus manager is at work on it.
-void GenicamTransport::ReportAbsent(const CameraHandle& pCamera) {
-    if (!pCamera->IsControlled()) {
-        m_pReporter->GetReports().Post(
-            [pReporter = m_pReporter.get(), pCamera] { pReporter->ReportLost(pCamera); });
-    }
 }
 
 }  // namespace Zevrin

@@ -20,15 +20,13 @@ class GenicamTransport : public Transport {
 
     const char* GetName() const override { return "genicam"; }
 
-    /// Takes about a second. A camera that is known, not under control, and not found any more is reported
-    /// as lost; one under control is watched by its heartbeat.
+    /// Takes about a second. A camera under control is among the result whether it answers or not: its
+    /// heartbeat tells when it is lost.
     Error Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) override;
     void SetTopologyListener(TopologyListener* pListener) override;
 
   private:
     using CameraHandle = boost::shared_ptr<GenicamCamera>;
-
-    void ReportAbsent(const CameraHandle& pCamera);
 
     const boost::shared_ptr<LossReporter> m_pReporter;
 

@@ -77,6 +77,35 @@ TEST_F(GigeTest, LossEndsTheWaitAndTheCameraComesBack) {
     m_system.Watch(nullptr);
 }
 
+TEST_F(GigeTest, ConnectedCameraMayMissADiscovery) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    const unsigned int generation = GetGeneration();
+    m_pFakeCamera->Signal(SIGSTOP);
+    ASSERT_OK(m_system.Rescan());
+    m_pFakeCamera->Signal(SIGCONT);
+    EXPECT_EQ(GetGeneration(), generation);
+    std::vector<CameraListing> cameras;
+    ASSERT_OK(m_system.List(&cameras));
+    EXPECT_EQ(cameras.size(), 1U);
+}
+
+TEST_F(GigeTest, NewStreamAfterALossIsNotTheFormerOnesToStop) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    const unsigned int generation = GetGeneration();
+    m_pFakeCamera->Signal(SIGKILL);
+    ASSERT_TRUE(Comes([&] { return GetGeneration() != generation; }));
+    StartFakeCamera();
+    TestCamera other;
+    ASSERT_TRUE(Comes([&] { return other.Connect(kSerialNumber) == ERR_OK; }));
+    ASSERT_OK(other.StartCapture(nullptr, nullptr));
+    ASSERT_OK(m_camera.GetStream().StopCapture());
+    Image image;
+    for (unsigned int frame = 0; frame < 20; ++frame) {  // more than were under way
+        ASSERT_OK(other.WaitForBufferEvent(&image, 30000));
+    }
+}
+
 TEST_F(GigeTest, LossWithoutAStreamIsNoticedToo) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     const unsigned int generation = GetGeneration();
