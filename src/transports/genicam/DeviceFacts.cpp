@@ -15,6 +15,7 @@ namespace {
 
 constexpr long long kMaxPixels = 1 << 20;  // of a row, and rows
 constexpr long long kMaxPayload = 1LL << 32;
+constexpr long long kBitsPerByte = 8;
 constexpr unsigned long long kNanosecondsPerSecond = 1000000000ULL;
 
 /// Clocks that a host can read: GenICam's own, in nanoseconds, and that of GigE Vision, in ticks.
@@ -113,6 +114,12 @@ Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
         return error;
     }
     const PixelLayout layout = GetPixelLayout(static_cast<ArvPixelFormat>(pixelFormat));
+    const long long bits = GetBitsPerPixel(layout.format);  // 0 of an unknown format
+    if (width * height * bits > payload * kBitsPerByte) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE,
+                       "The camera's PayloadSize is %lld bytes; %lld x %lld pixels of %lld bits take more.",
+                       payload, width, height, bits);
+    }
     pFormat->width = static_cast<unsigned int>(width);
     pFormat->height = static_cast<unsigned int>(height);
     pFormat->pixelFormat = layout.format;

@@ -21,6 +21,7 @@ namespace Zevrin {
 namespace {
 
 // Bootstrap registers of GigE Vision.
+constexpr guint64 kPhysicalIdAddress = 0x0008;  // 16 bits of the MAC address, then 32
 constexpr guint64 kSerialNumberAddress = 0x00D8;
 constexpr unsigned int kSerialNumberSize = 16;
 constexpr guint64 kControlPrivilegeAddress = 0x0A00;
@@ -40,11 +41,24 @@ GObjectHandle<ArvDevice> OpenByName(const std::string& name, AravisError* pError
     return GObjectHandle<ArvDevice>(arv_open_device(name.c_str(), pError->Out()));
 }
 
+/// The MAC address, in the form in which Aravis lists it, also for the serial number of a device that has
+/// none.
+std::string ReadPhysicalId(ArvDevice* pDevice) {
+    guint32 high = 0;
+    guint32 low = 0;
+    AravisError error;
+    arv_device_read_register(pDevice, kPhysicalIdAddress, &high, error.Out());
+    arv_device_read_register(pDevice, kPhysicalIdAddress + sizeof high, &low, error.Out());
+    return FormatText("%02x:%02x:%02x:%02x:%02x:%02x", high >> 8 & 0xFF, high & 0xFF, low >> 24,
+                      low >> 16 & 0xFF, low >> 8 & 0xFF, low & 0xFF);
+}
+
 /// An address may have gone to another device since the network was looked at.
 Error CheckSerialNumber(ArvDevice* pDevice, const DeviceListing& listing) {
-    char serialNumber[kSerialNumberSize + 1] = {};
+    char text[kSerialNumberSize + 1] = {};
     AravisError error;
-    arv_device_read_memory(pDevice, kSerialNumberAddress, kSerialNumberSize, serialNumber, error.Out());
+    arv_device_read_memory(pDevice, kSerialNumberAddress, kSerialNumberSize, text, error.Out());
+    const std::string serialNumber = !error.IsSet() && *text == '\0' ? ReadPhysicalId(pDevice) : text;
     if (!error.IsSet() && listing.serialNumber != serialNumber) {
         return Failure(ERR_CAMERA_LOST, "At %s there is now another camera, with the serial number '%s'.",
                        Printable(listing.address).c_str(), Printable(serialNumber).c_str());

@@ -7,6 +7,7 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "DeviceListing.h"
@@ -43,6 +44,10 @@ class GenicamDevice {
     /// Whether its packet size is the one that negotiation found; that is done once.
     bool IsPacketSizeNegotiated() const { return m_isPacketSizeNegotiated; }
     void SetPacketSizeNegotiated(bool isNegotiated) { m_isPacketSizeNegotiated = isNegotiated; }
+
+    /// The packet delay that the device had before this program set another, in its own ticks.
+    std::optional<long long> GetOwnPacketDelay() const { return m_ownPacketDelay; }
+    void SetOwnPacketDelay(long long ticks) { m_ownPacketDelay = ticks; }
 
     /// Quadlets at consecutive addresses of the device's memory, in host byte order.
     /// Errors: ERR_READ_REGISTER_FAILED, ERR_WRITE_REGISTER_FAILED, ERR_TIMEOUT, ERR_ACCESS_DENIED,
@@ -81,6 +86,7 @@ class GenicamDevice {
     GObjectHandle<ArvDevice> m_pDevice;  // set by the constructor
     const bool m_isGigE;                 // else USB3 Vision
     std::atomic<bool> m_isPacketSizeNegotiated{false};
+    std::optional<long long> m_ownPacketDelay;  // used by one start of a stream at a time
     std::atomic<bool> m_isLost{false};
 
     // Guards m_onLost of all devices. It is there before any thread of Aravis, as a device's own would not

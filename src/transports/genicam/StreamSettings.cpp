@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "Failure.h"
 #include "GenicamDevice.h"
@@ -19,6 +20,7 @@ constexpr std::size_t kImagesInSocket = 2;
 constexpr std::size_t kMinSocketBuffer = 1 << 20;
 constexpr auto kMaxSocketBuffer = static_cast<std::size_t>(std::numeric_limits<gint>::max());
 
+constexpr char kPacketDelay[] = "GevSCPD";
 constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
 
 Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
@@ -44,6 +46,10 @@ Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
 
 /// The device counts the delay in ticks of its clock.
 Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
+    if (nanoseconds == 0) {
+        const std::optional<long long> own = device.GetOwnPacketDelay();
+        return own ? device.SetInteger(kPacketDelay, *own) : Error();
+    }
     guint64 frequency = 0;
     Error error = device.Access(
         ERR_TRANSPORT_FAILED, "Asking for the clock's frequency", [&](ArvDevice* pDevice, GError** ppReport) {
@@ -55,7 +61,11 @@ Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
     if (frequency == 0 || frequency > std::numeric_limits<guint64>::max() / nanoseconds) {
         return Failure(ERR_NOT_SUPPORTED, "The camera has no clock that could count a packet delay.");
     }
-    return device.SetInteger("GevSCPD",
+    long long own = 0;
+    if (!device.GetOwnPacketDelay() && device.GetInteger(kPacketDelay, &own) == ERR_OK) {
+        device.SetOwnPacketDelay(own);
+    }
+    return device.SetInteger(kPacketDelay,
                              static_cast<long long>(nanoseconds * frequency / kNanosecondsPerSecond));
 }
 
@@ -70,7 +80,7 @@ Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
         error = SetPacketSize(device, config.packetSize);
         device.SetPacketSizeNegotiated(error == ERR_OK && config.packetSize == 0);
     }
-    if (error == ERR_OK && config.packetDelay != 0) {
+    if (error == ERR_OK) {
         error = SetPacketDelay(device, config.packetDelay);
     }
     return error;

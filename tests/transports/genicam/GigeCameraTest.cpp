@@ -40,6 +40,19 @@ TEST_F(GigeTest, IsListedAndTellsMoreWhenOpened) {
     EXPECT_FALSE(identity.firmwareVersion.empty());
 }
 
+TEST_F(GigeTest, CameraWithoutSerialNumberIsKnownByItsPhysicalId) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    const unsigned int empty[4] = {};
+    ASSERT_OK(m_camera.WriteRegisterBlock(0, 0xD8, empty, 4));
+    ASSERT_OK(m_camera.Disconnect());
+    ASSERT_OK(m_system.Rescan());
+    std::vector<CameraListing> cameras;
+    ASSERT_OK(m_system.List(&cameras));
+    ASSERT_EQ(cameras.size(), 1U);
+    EXPECT_NE(cameras[0].serialNumber, kSerialNumber);
+    ASSERT_OK(m_camera.Connect(cameras[0].serialNumber));
+}
+
 TEST_F(GigeTest, MemoryIsReadAndWrittenInHostOrder) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     unsigned int value = 0;
@@ -193,6 +206,10 @@ constexpr char kClockDescription[] = R"(<?xml version="1.0" encoding="utf-8"?>
   <IntReg Name="GevTimestampValue"><Address>0x4000</Address><Length>8</Length><AccessMode>RO</AccessMode>
     <pPort>Device</pPort><Endianess>BigEndian</Endianess></IntReg>
   <Integer Name="GevTimestampTickFrequency"><Value>1000</Value></Integer>
+  <Integer Name="Width"><Value>64</Value></Integer>
+  <Integer Name="Height"><Value>64</Value></Integer>
+  <Integer Name="PixelFormat"><Value>0x01080001</Value></Integer>
+  <Integer Name="PayloadSize"><Value>4095</Value></Integer>
   <Port Name="Device"/>
 </RegisterDescription>
 )";
@@ -214,8 +231,10 @@ TEST_F(GigeTest, BusTimeIsTheCamerasOwnWhereItHasAClock) {
     ASSERT_OK(Read(0x4010, &latched));
     EXPECT_EQ(latched, 2U);
 
-    // Without a word on its images, the camera can be used, and not be made to stream.
-    EXPECT_EQ(m_camera.StartCapture(nullptr, nullptr).GetType(), ERR_FEATURE_ABSENT);
+    const Error error = m_camera.StartCapture(nullptr, nullptr);
+    EXPECT_EQ(error.GetType(), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_STREQ(error.GetDescription(),
+                 "The camera's PayloadSize is 4095 bytes; 64 x 64 pixels of 8 bits take more.");
 }
 
 }  // namespace
