@@ -11,7 +11,7 @@ namespace {
 
 constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
 constexpr guint64 kNanosecondsPerMicrosecond = 1000;
-constexpr int kBitsPerByte = 8;
+constexpr guint64 kBitsPerByte = 8;
 
 /// The time of arrival by the host's clock, and the cycle time by the camera's.
 void SetTimeStamp(ArvBuffer* pBuffer, FrameInfo* pInfo) {
@@ -34,16 +34,33 @@ bool HasImagePart(ArvBuffer* pBuffer) {
            arv_buffer_get_part_data_type(pBuffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE;
 }
 
-void SetExpectedShape(const StreamFormat& format, FrameInfo* pInfo) {
-    pInfo->width = format.width;
-    pInfo->height = format.height;
-    pInfo->stride = format.width * GetBitsPerPixel(format.pixelFormat) / kBitsPerByte;
-    pInfo->pixelFormat = format.pixelFormat;
-    pInfo->bayerFormat = format.bayerFormat;
+/// Where an image of this width and height has its rows, and the bytes that it takes. Rows that are not
+/// padded follow each other to the bit: the stride is that of the rows that begin with a byte.
+struct Extent {
+    guint64 stride;
+    guint64 size;
+};
+
+Extent GetExtent(guint64 width, guint64 height, guint64 bitsPerPixel, guint64 padding) {
+    const guint64 bits = width * bitsPerPixel;
+    const guint64 stride = (bits + kBitsPerByte - 1) / kBitsPerByte + padding;
+    const guint64 unusedBits = padding == 0 ? stride * kBitsPerByte - bits : 0;  // of a row
+    return {stride, stride * height - unusedBits * height / kBitsPerByte};
 }
 
-/// False when a row would be longer than the whole image may be.
-bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo) {
+guint64 SetExpectedShape(const StreamFormat& format, FrameInfo* pInfo) {
+    const Extent extent = GetExtent(format.width, format.height, GetBitsPerPixel(format.pixelFormat), 0);
+    pInfo->width = format.width;
+    pInfo->height = format.height;
+    pInfo->stride = static_cast<unsigned int>(extent.stride);
+    pInfo->pixelFormat = format.pixelFormat;
+    pInfo->bayerFormat = format.bayerFormat;
+    return extent.size;
+}
+
+/// Sets `*pSize` to the bytes that the image takes. False when a row would be longer than the whole image may
+/// be.
+bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo, guint64* pSize) {
     gint x = 0;
     gint y = 0;
     gint width = 0;
@@ -53,17 +70,22 @@ bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo) {
     arv_buffer_get_image_region(pBuffer, &x, &y, &width, &height);
     arv_buffer_get_image_padding(pBuffer, &paddingX, &paddingY);
     const ArvPixelFormat pixelFormat = arv_buffer_get_image_pixel_format(pBuffer);
-    const gint64 bits = static_cast<gint64>(width) * ARV_PIXEL_FORMAT_BIT_PER_PIXEL(pixelFormat);
-    const gint64 stride = (bits + kBitsPerByte - 1) / kBitsPerByte + paddingX;
-    if (width < 0 || height < 0 || paddingX < 0 || static_cast<guint64>(stride) > maxSize) {
+    if (width < 0 || height < 0 || paddingX < 0) {
+        return false;
+    }
+    const Extent extent =
+        GetExtent(static_cast<guint64>(width), static_cast<guint64>(height),
+                  ARV_PIXEL_FORMAT_BIT_PER_PIXEL(pixelFormat), static_cast<guint64>(paddingX));
+    if (extent.stride > maxSize) {
         return false;
     }
     const PixelLayout layout = GetPixelLayout(pixelFormat);
     pInfo->width = static_cast<unsigned int>(width);
     pInfo->height = static_cast<unsigned int>(height);
-    pInfo->stride = static_cast<unsigned int>(stride);
+    pInfo->stride = static_cast<unsigned int>(extent.stride);
     pInfo->pixelFormat = layout.format;
     pInfo->bayerFormat = layout.bayerFormat;
+    *pSize = extent.size;
     return true;
 }
 
@@ -84,10 +106,11 @@ FrameInfo ReadFrameInfo(ArvBuffer* pBuffer, const StreamFormat& format) {
     FrameInfo info;
     info.isBigEndian = false;
     info.isComplete = arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_SUCCESS;
+    guint64 neededSize = 0;
     if (!HasImagePart(pBuffer)) {
-        SetExpectedShape(format, &info);
-    } else if (!SetShape(pBuffer, format.payloadSize, &info)) {
-        SetExpectedShape(format, &info);
+        neededSize = SetExpectedShape(format, &info);
+    } else if (!SetShape(pBuffer, format.payloadSize, &info, &neededSize)) {
+        neededSize = SetExpectedShape(format, &info);
         info.isComplete = false;
     }
     // Of an incomplete frame Aravis does not tell which packets are there. The buffer was cleared before.
@@ -97,7 +120,7 @@ FrameInfo ReadFrameInfo(ArvBuffer* pBuffer, const StreamFormat& format) {
     }
     info.receivedSize = std::min(size, format.payloadSize);
     // The shape is the camera's word: no row may lie outside of what arrived.
-    if (static_cast<guint64>(info.height) * info.stride > info.receivedSize) {
+    if (neededSize > info.receivedSize) {
         info.isComplete = false;
         info.height = static_cast<unsigned int>(info.receivedSize / info.stride);
     }

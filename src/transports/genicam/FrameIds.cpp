@@ -22,9 +22,10 @@ FrameIds::Step FrameIds::Next(unsigned long long received) {
         distance = 1;
     }
     m_id = m_isFirst ? received : m_id + distance;
+    // A straggler may come before the new beginning; the very first frame is one.
+    m_mayRestart = m_mayRestart && !m_isFirst && received >= m_received;
     m_received = received;
     m_isFirst = false;
-    m_mayRestart = false;
     return {m_id, distance > 1 ? static_cast<unsigned int>(distance - 1) : 0};
 }
 

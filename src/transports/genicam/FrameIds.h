@@ -18,7 +18,7 @@ class FrameIds {
     /// A frame whose number was lost is taken for the one that was due.
     Step NextWithoutNumber();
 
-    /// Acquisition is begun again: a lower number is no wrap and no gap.
+    /// Acquisition is begun again: the next lower number is no wrap and no gap.
     void ExpectRestart() { m_mayRestart = true; }
 
   private:

@@ -72,6 +72,13 @@ GenicamStream::GenicamStream(boost::shared_ptr<GenicamDevice> pDevice, boost::sh
       m_isHandedOver(m_pQueue->GetBufferCount()) {}
 
 Error GenicamStream::Create(const ZevrinConfig& config) {
+    if (m_deliverIncomplete) {
+        try {
+            m_clearing.Start();
+        } catch (const boost::thread_resource_error&) {
+            return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread that clears image buffers.");
+        }
+    }
     for (std::size_t index = 0; index < m_pQueue->GetBufferCount(); ++index) {
         Frame* const pFrame = m_pQueue->GetBuffer(index);
         // Not the whole of a larger buffer: Aravis expects as many packets as fill the buffer.
@@ -94,7 +101,7 @@ Error GenicamStream::Create(const ZevrinConfig& config) {
         m_pStream = pStream;
     }
     m_pQueue->SetFreeListener([this] { Supply(); });
-    Supply();
+    HandOverFreeFrames();
     return Error();
 }
 
@@ -112,6 +119,7 @@ void GenicamStream::Stop() {
         m_finalCounters = ReadCounters(pStream);
     }
     m_pQueue->SetFreeListener(nullptr);
+    m_clearing.Stop();
     {
         // It writes to the device at its end.
         boost::lock_guard<boost::recursive_mutex> lock(m_pDevice->GetAccessMutex());
@@ -127,6 +135,14 @@ void GenicamStream::Stop() {
         }
     }
     m_buffers.clear();
+}
+
+/// Under the lock, so that a stop cannot come in between. The queue calls nobody in turn.
+void GenicamStream::Fail(const Error& reason) {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    if (!m_isStopping) {
+        m_pQueue->Fail(reason);
+    }
 }
 
 void GenicamStream::ExpectRestart() {
@@ -168,13 +184,15 @@ void GenicamStream::OnBufferDone() {
 }
 
 void GenicamStream::Conclude(ArvBuffer* pBuffer, Frame* pFrame) {
+    const bool hasLeader = HasLeader(pBuffer);
     FrameIds::Step step;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
-        step = HasLeader(pBuffer) ? m_frameIds.Next(arv_buffer_get_frame_id(pBuffer))
-                                  : m_frameIds.NextWithoutNumber();
+        step = hasLeader ? m_frameIds.Next(arv_buffer_get_frame_id(pBuffer)) : m_frameIds.NextWithoutNumber();
     }
-    CountMissed(step.missed);
+    if (hasLeader) {  // else the gap shows at the next frame, and so must what Aravis counted meanwhile
+        CountMissed(step.missed);
+    }
     if (arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_ABORTED) {
         m_pQueue->CountDriverDropped(1);  // the stream ended while the frame was arriving
         m_pQueue->AbandonFill(pFrame);
@@ -203,6 +221,14 @@ void GenicamStream::CountMissed(unsigned int frames) {
 }
 
 void GenicamStream::Supply() {
+    if (m_deliverIncomplete) {
+        m_clearing.Post([this] { HandOverFreeFrames(); });
+    } else {
+        HandOverFreeFrames();
+    }
+}
+
+void GenicamStream::HandOverFreeFrames() {
     while (Frame* const pFrame = TakeFreeFrame()) {
         HandOver(pFrame);
     }

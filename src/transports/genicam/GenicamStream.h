@@ -11,6 +11,7 @@
 #include "FrameQueue.h"
 #include "GObjectHandle.h"
 #include "HardwareInterface.h"
+#include "Worker.h"
 #include "zevrin/Configuration.h"
 #include "zevrin/Error.h"
 
@@ -37,8 +38,8 @@ class GenicamStream {
     GenicamStream(const GenicamStream&) = delete;
     GenicamStream& operator=(const GenicamStream&) = delete;
 
-    /// Whoever waits for an image gets `reason`.
-    void Fail(const Error& reason) { m_pQueue->Fail(reason); }
+    /// Whoever waits for an image gets `reason`, unless the stream is being stopped.
+    void Fail(const Error& reason);
 
     /// When it returns, nothing touches the queue and its memory any more. Takes some seconds when the device
     /// does not answer. A second call waits for the first.
@@ -56,6 +57,7 @@ class GenicamStream {
     Error Create(const ZevrinConfig& config);
     void OnBufferDone();
     void Supply();
+    void HandOverFreeFrames();
     Frame* TakeFreeFrame();
     void HandOver(Frame* pFrame);
     void CountMissed(unsigned int frames);
@@ -67,9 +69,11 @@ class GenicamStream {
     const bool m_deliverIncomplete;
     std::vector<GObjectHandle<ArvBuffer>> m_buffers;  // by index of the frame; set by Create
 
+    Worker m_clearing;  // of buffers, where that is needed; neither a receiving thread nor the application's
+
     boost::mutex m_stopMutex;  // one stop at a time
 
-    mutable boost::mutex m_mutex;    // guards what follows; never held while the queue is called
+    mutable boost::mutex m_mutex;    // guards what follows; never held while the queue may call back
     ArvStream* m_pStream = nullptr;  // one reference
     bool m_isStopping = false;
     std::vector<bool> m_isHandedOver;  // by index of the frame

@@ -68,8 +68,9 @@ TEST(GenicamTables, FrameIdsMayBeginAnewWithTheAcquisition) {
     FrameIds ids;
     EXPECT_EQ(ids.Next(50000).id, 50000U);
     ids.ExpectRestart();
+    EXPECT_EQ(ids.Next(50001).id, 50001U) << "sent before that";
     const FrameIds::Step step = ids.Next(1);
-    EXPECT_EQ(step.id, 50001U);
+    EXPECT_EQ(step.id, 50002U);
     EXPECT_EQ(step.missed, 0U);
     EXPECT_EQ(ids.Next(3).missed, 1U);
 }

@@ -12,6 +12,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr unsigned int kSize = 128;  // pixels, of a side
+constexpr unsigned int kPacketDelayAddress = 0x0D08;
 constexpr unsigned int kOn = 0x80000000U;
 constexpr unsigned int kQuietMs = 500;  // much longer than a frame's period
 
@@ -130,19 +131,24 @@ TEST_F(GigeStreamTest, NewestModeDropsTheOldestAndKeepsGoing) {
 TEST_F(GigeStreamTest, FramesThatFindNoBufferAreDriverDropped) {
     ZevrinConfig config;
     config.numBuffers = 3;
-    Begin(config);
+    config.packetSize = 600;
+    Begin(config, {"--frame-rate", "50"});
+    ASSERT_OK(SetImageSize(400, 400));  // so many packets that buffers become free in the midst of a frame
     ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
     Image held[3];
-    for (Image& image : held) {
-        ASSERT_OK(m_camera.RetrieveBuffer(&image));
-    }
-    const unsigned long long firstId = held[0].GetFrameId();
     Image image;
-    EXPECT_EQ(m_camera.WaitForBufferEvent(&image, kQuietMs).GetType(), ERR_TIMEOUT);
-    for (Image& heldImage : held) {
-        ASSERT_TRUE(HasTestPicture(heldImage))
-            << "it has been held, so nothing may have been written into it";
-        ASSERT_OK(heldImage.ReleaseBuffer());
+    unsigned long long firstId = 0;
+    for (unsigned int round = 0; round < 5; ++round) {
+        for (Image& heldImage : held) {
+            ASSERT_OK(m_camera.RetrieveBuffer(&heldImage));
+            firstId = firstId == 0 ? heldImage.GetFrameId() : firstId;
+        }
+        EXPECT_EQ(m_camera.WaitForBufferEvent(&image, kQuietMs).GetType(), ERR_TIMEOUT);
+        for (Image& heldImage : held) {
+            ASSERT_TRUE(HasTestPicture(heldImage))
+                << "it has been held, so nothing may have been written into it";
+            ASSERT_OK(heldImage.ReleaseBuffer());
+        }
     }
     ASSERT_OK(m_camera.RetrieveBuffer(&image));
     unsigned long long lastId = image.GetFrameId();
@@ -203,16 +209,20 @@ TEST_F(GigeStreamTest, ColourFormatsAreTold) {
         unsigned int code;  ///< GenICam pixel format
         PixelFormat format;
         BayerTileFormat bayerFormat;
+        unsigned int width;
         unsigned int stride;
     } cases[] = {
-        {0x01080009, PIXEL_FORMAT_RAW8, BAYER_RGGB, kSize},
-        {0x01080008, PIXEL_FORMAT_RAW8, BAYER_GRBG, kSize},
-        {0x01100007, PIXEL_FORMAT_MONO16, BAYER_NONE, 2 * kSize},
-        {0x02180014, PIXEL_FORMAT_RGB8, BAYER_NONE, 3 * kSize},
+        {0x01080009, PIXEL_FORMAT_RAW8, BAYER_RGGB, kSize, kSize},
+        {0x01080008, PIXEL_FORMAT_RAW8, BAYER_GRBG, kSize, kSize},
+        {0x01100007, PIXEL_FORMAT_MONO16, BAYER_NONE, kSize, 2 * kSize},
+        {0x02180014, PIXEL_FORMAT_RGB8, BAYER_NONE, kSize, 3 * kSize},
+        {0x010C0006, PIXEL_FORMAT_MONO12_PACKED, BAYER_NONE, kSize, 3 * kSize / 2},
+        {0x010C0006, PIXEL_FORMAT_MONO12_PACKED, BAYER_NONE, 125, 188},  // every other row begins in a byte
     };
     Begin(ZevrinConfig());
     for (const auto& one : cases) {
         ASSERT_OK(Write(0x128, one.code));
+        ASSERT_OK(SetImageSize(one.width, kSize));
         BayerTileFormat bayerFormat = BAYER_NONE;
         ASSERT_OK(m_camera.GetBayerFormat(&bayerFormat));
         EXPECT_EQ(bayerFormat, one.bayerFormat);
@@ -222,10 +232,11 @@ TEST_F(GigeStreamTest, ColourFormatsAreTold) {
         EXPECT_EQ(image.GetPixelFormat(), one.format);
         EXPECT_EQ(image.GetBayerTileFormat(), one.bayerFormat);
         EXPECT_EQ(image.GetStride(), one.stride);
+        EXPECT_EQ(image.GetHeight(), kSize);
+        EXPECT_TRUE(image.IsComplete());
         EXPECT_FALSE(image.IsBigEndian());
-        EXPECT_TRUE(HasTestPicture(image));
         ASSERT_OK(m_camera.StopCapture());
-        EXPECT_TRUE(HasTestPicture(image)) << "an image outlives its stream";
+        EXPECT_TRUE(one.width != kSize || HasTestPicture(image)) << "an image outlives its stream";
     }
 }
 
@@ -234,15 +245,23 @@ TEST_F(GigeStreamTest, PacketSettingsReachTheCameraOrAreRefused) {
     config.packetSize = 1600;
     config.packetDelay = 20000;  // ns; the fake camera's clock ticks each nanosecond
     Begin(config);
+    ASSERT_OK(Write(kPacketDelayAddress, 77));
     ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
     unsigned int value = 0;
     ASSERT_OK(Read(0x0D04, &value));
     EXPECT_EQ(value & 0xFFFF, 1600U);
-    ASSERT_OK(Read(0x0D08, &value));
+    ASSERT_OK(Read(kPacketDelayAddress, &value));
     EXPECT_EQ(value, 20000U);
     Image image;
     ASSERT_OK(m_camera.RetrieveBuffer(&image));
     EXPECT_TRUE(HasTestPicture(image));
+    ASSERT_OK(m_camera.StopCapture());
+
+    config.packetDelay = 0;
+    ASSERT_OK(m_camera.SetConfiguration(&config));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    ASSERT_OK(Read(kPacketDelayAddress, &value));
+    EXPECT_EQ(value, 77U) << "the camera's own";
     ASSERT_OK(m_camera.StopCapture());
 
     for (const unsigned int packetSize : {100U, 1601U, 65536U}) {
