@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -57,12 +58,22 @@ void RequireFreePort(const std::string& address) {
     throw std::runtime_error("UDP port 3956 of " + address + " cannot be used: " + std::strerror(reason));
 }
 
+/// Aravis itself would go on without one.
+void RequireDescription(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) {
+        throw std::runtime_error("the description '" + path + "' cannot be read: " + std::strerror(errno));
+    }
+    if (file.get() != '<') {  // nor can a directory be read
+        throw std::runtime_error("the description '" + path + "' is not XML: it does not begin with '<'");
+    }
+}
+
 using FakeCameraHandle = std::unique_ptr<ArvGvFakeCamera, Unref>;
 
 FakeCameraHandle StartCamera(const Options& options) {
-    if (!options.descriptionFile.empty() && access(options.descriptionFile.c_str(), R_OK) != 0) {
-        throw std::runtime_error("the description '" + options.descriptionFile +
-                                 "' cannot be read: " + std::strerror(errno));
+    if (!options.descriptionFile.empty()) {
+        RequireDescription(options.descriptionFile);
     }
     RequireFreePort(options.address);
     FakeCameraHandle pCamera(arv_gv_fake_camera_new_full(
@@ -101,7 +112,9 @@ bool IsClosed(const pollfd& input) {
 void WaitForEnd(int signalHandle, bool withInput) {
     std::array<pollfd, 2> events{{{signalHandle, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
     do {
-        poll(events.data(), withInput ? 2 : 1, -1);
+        if (poll(events.data(), withInput ? 2 : 1, -1) < 0) {  // interrupted: nothing was said of the events
+            events[0].revents = events[1].revents = 0;
+        }
     } while (events[0].revents == 0 && !IsClosed(events[1]));
 }
 

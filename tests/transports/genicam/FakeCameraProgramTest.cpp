@@ -18,6 +18,8 @@ TEST_F(GigeTest, ProgramSaysWhyItDoesNotServe) {
         {{"--address", "127.0.0.9"}, 1, "no network interface of this machine has the address 127.0.0.9"},
         {{"--genicam", "/no/such.xml"}, 1, "'/no/such.xml' cannot be read"},
         {{"--address", "localhost"}, 2, "--address is 'localhost'"},
+        {{"--genicam", "/"}, 1, "'/' is not XML"},
+        {{"--genicam", "/proc/self/cmdline"}, 1, "does not begin with '<'"},
         {{"--frame-rate", "0"}, 2, "--frame-rate is '0'; it must be a number from 1 to 1000"},
         {{"--serial", "1234567890123456"}, 2, "1 to 15 characters"},
         {{"--serial"}, 2, "lacks its value"},
