@@ -169,7 +169,9 @@ TEST(Tool, WritesJson) {
         Json expected;
     } cases[] = {
         {"list", Json::parse(R"({"cameras": [{"serialNumber": 1001}, {"serialNumber": 1002}]})")},
-        {"info 1002", Json::parse(R"({"serialNumber": 1002, "power": "on", "transmission": "off"})")},
+        {"info 1002",
+         Json::parse(R"({"serialNumber": 1002, "model": "Simulated Colour", "colorFilter": "RGGB",
+             "power": "on", "transmission": "off", "width": 640, "height": 480, "colorCoding": "Raw8"})")},
         {"reg read 0x610 1001", Json::parse(R"({"serialNumber": 1001, "space": "command",
              "registers": [{"address": 1552, "value": 2147483648}]})")},
         {"grab -n 2 1002 1001",
