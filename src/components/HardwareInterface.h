@@ -119,10 +119,14 @@ class HardwareInterface {
     /// Errors: ERR_ISOCH_ALREADY_STARTED (by this or another object), ERR_ISOCH_START_FAILED.
     virtual Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) = 0;
 
-    /// When it returns, no thread of the transport touches the queue or its buffers any more, and the queue
-    /// has no listener. Does nothing when no stream runs. May be called from within a callback that the
-    /// stream causes.
-    virtual void StopStream() = 0;
+    /// Whether it is this queue that the camera's stream fills, or filled until the camera was lost.
+    virtual bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const = 0;
+
+    /// When it returns, no thread of the transport touches this queue or its buffers any more, and the queue
+    /// has no listener. Leaves a stream that fills another queue alone: after a loss, another user of the
+    /// camera may have been quicker to start anew. May be called from within a callback that the stream
+    /// causes.
+    virtual void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) = 0;
 
     virtual StreamCounters GetStreamCounters() const = 0;
 

@@ -172,10 +172,8 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
     error = BeginStream(config, pHardware, pQueue, callback, pCallbackData, pTransition);
     if (error != ERR_OK) {
         // Also when switching on has failed: a write that went unanswered may have taken effect.
-        const Error ignored = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+        const Error ignored = EndStream(*pHardware, pQueue);
         static_cast<void>(ignored);
-        pHardware->StopStream();
-        pQueue->Close();
     }
     return error;
 }
@@ -208,6 +206,18 @@ Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<Hardw
     return error;
 }
 
+/// After a loss, the camera may have come back and be streaming for another camera object, which is not to be
+/// stopped.
+Error Iso::EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue) {
+    Error error;
+    if (hardware.IsStreaming(pQueue)) {
+        error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+    }
+    hardware.StopStream(pQueue);
+    pQueue->Close();
+    return error;
+}
+
 Error Iso::StopCapture() {
     Transition transition(*this);
     boost::shared_ptr<FrameQueue> pQueue;
@@ -220,9 +230,7 @@ Error Iso::StopCapture() {
         pQueue = m_pQueue;
         pHardware = m_pStreamHardware;
     }
-    const Error error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
-    pHardware->StopStream();
-    pQueue->Close();
+    const Error error = EndStream(*pHardware, pQueue);
     StopCallbackThread();
 
     boost::lock_guard<boost::mutex> lock(m_mutex);

@@ -115,6 +115,7 @@ class Iso : public IOBase {
     Error BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
                       const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
                       const void* pCallbackData, Transition* pTransition);
+    Error EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue);
     Error StartCallbackThread(ImageCallback callback, const void* pCallbackData);
     void StopCallbackThread();
     void ReapCallbackThreads();

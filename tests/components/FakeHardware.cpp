@@ -106,9 +106,16 @@ Error FakeHardware::StartStream(const ZevrinConfig&, const boost::shared_ptr<Fra
     return error;
 }
 
-void FakeHardware::StopStream() {
+bool FakeHardware::IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_pQueue.reset();
+    return m_pQueue != nullptr && m_pQueue == pQueue;
+}
+
+void FakeHardware::StopStream(const boost::shared_ptr<FrameQueue>& pQueue) {
+    if (IsStreaming(pQueue)) {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_pQueue.reset();
+    }
 }
 
 void FakeHardware::BreakStream(const Error& reason) {

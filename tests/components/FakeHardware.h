@@ -32,7 +32,8 @@ class FakeHardware : public HardwareInterface {
     Error GetPortErrors(unsigned int* pCount) override;
     Error GetStreamFormat(StreamFormat* pFormat) override;
     Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override;
-    void StopStream() override;
+    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override;
+    void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override;
     StreamCounters GetStreamCounters() const override { return m_counters; }
     Error GetEventNames(std::vector<std::string>* pNames) override;
     Error SetEventSink(EventSink* pSink) override;

@@ -162,6 +162,16 @@ TEST_F(IsoTest, StopsOnItsSideWhenTheCameraDoesNotAnswer) {
     EXPECT_FALSE(m_pHardware->IsStreaming());
 }
 
+TEST_F(IsoTest, LeavesTheStreamThatReplacedItsOwnAlone) {
+    ASSERT_EQ(Start(), ERR_OK);
+    Iso other;  // starts on the camera that was lost and came back
+    other.SetIO(m_pHardware, 0xF0000000U, 0xF0F00000U);
+    ASSERT_EQ(other.StartCapture(m_config, nullptr, nullptr), ERR_OK);
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    EXPECT_TRUE(m_pHardware->IsStreaming());
+    EXPECT_TRUE(IsTransmitting());
+}
+
 TEST_F(IsoTest, AccountsForFramesOfAStartThatFails) {
     m_pHardware->m_beforeWrite = [this] { m_pHardware->SendFrame(); };
     m_pHardware->FailNext("Write", Failure(ERR_TIMEOUT, "no answer"));

@@ -46,7 +46,8 @@ class QuietCamera : public HardwareInterface {
         pQueue = pStreamQueue;
         return Error();
     }
-    void StopStream() override {}
+    bool IsStreaming(const boost::shared_ptr<FrameQueue>&) const override { return true; }
+    void StopStream(const boost::shared_ptr<FrameQueue>&) override {}
     StreamCounters GetStreamCounters() const override { return StreamCounters(); }
 
     std::size_t payloadSize = 0;

@@ -4,7 +4,9 @@
 
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
 
+#include "FrameQueue.h"
 #include "Image.h"
 #include "Iso.h"
 
@@ -154,15 +156,21 @@ TEST_F(ConformanceTest, StreamsWholeFramesIntoTheBuffersItIsGivenAndAccountsForA
     m_pCamera->Close();
 }
 
-TEST_F(ConformanceTest, OneStreamAtATimeAndStoppingNothingDoesNothing) {
+TEST_F(ConformanceTest, OneStreamAtATimeAndStoppingAnotherDoesNothing) {
     ASSERT_EQ(m_pCamera->Open(), ERR_OK);
-    m_pCamera->StopStream();
+    const auto pOther = boost::make_shared<FrameQueue>(1, 1, GRAB_IN_ORDER, false, nullptr,
+                                                       boost::make_shared<FrameCounters>());
+    m_pCamera->StopStream(pOther);
     const auto pFirst = MakeStream();
     const auto pSecond = MakeStream();
     ASSERT_EQ(pFirst->StartCapture(ZevrinConfig(), nullptr, nullptr), ERR_OK);
     EXPECT_EQ(pSecond->StartCapture(ZevrinConfig(), nullptr, nullptr), ERR_ISOCH_ALREADY_STARTED);
+    EXPECT_FALSE(m_pCamera->IsStreaming(pOther));
+    m_pCamera->StopStream(pOther);
     Image image;
-    EXPECT_EQ(Await(*pFirst, &image), ERR_OK) << "the first one goes on";
+    for (int count = 0; count < 20; ++count) {  // more than were under way
+        EXPECT_EQ(Await(*pFirst, &image), ERR_OK) << "the first one goes on";
+    }
     EXPECT_EQ(pFirst->StopCapture(), ERR_OK);
     EXPECT_EQ(pSecond->StartCapture(ZevrinConfig(), nullptr, nullptr), ERR_OK);
     EXPECT_EQ(pSecond->StopCapture(), ERR_OK);

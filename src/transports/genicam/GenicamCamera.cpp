@@ -48,7 +48,7 @@ GenicamCamera::GenicamCamera(const DeviceListing& listing, boost::shared_ptr<Los
     : m_pReporter(std::move(pReporter)), m_listing(listing), m_identity(MakeIdentity(listing)) {}
 
 GenicamCamera::~GenicamCamera() {
-    StopStream();
+    EndStream();
 }
 
 void GenicamCamera::SetListing(const DeviceListing& listing) {
@@ -152,7 +152,10 @@ void GenicamCamera::Close() {
         }
         session = std::exchange(m_session, Session());
     }
-    StopStream();
+    {
+        boost::lock_guard<boost::mutex> streamLock(m_streamMutex);
+        EndStream();
+    }
     if (session.pDevice && session.pDevice->IsLost()) {
         End(std::move(session), nullptr);
     }
@@ -298,6 +301,7 @@ Error GenicamCamera::StartStream(const ZevrinConfig& config, const boost::shared
     if (pFormer && !pFormer->GetDevice()->IsLost()) {
         return Failure(ERR_ISOCH_ALREADY_STARTED, "A stream of this camera has already been started.");
     }
+    EndStream();
     boost::shared_ptr<GenicamStream> pStream;
     error = GenicamStream::Start(session.pDevice, config, pQueue, &pStream);
     if (error != ERR_OK) {
@@ -313,15 +317,30 @@ Error GenicamCamera::StartStream(const ZevrinConfig& config, const boost::shared
     return Error();
 }
 
-void GenicamCamera::StopStream() {
+bool GenicamCamera::IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const {
+    const boost::shared_ptr<GenicamStream> pStream = GetStream();
+    return pStream && pStream->Fills(pQueue);
+}
+
+/// A stream that was replaced has been ended by then, and its replacement waited for.
+void GenicamCamera::StopStream(const boost::shared_ptr<FrameQueue>& pQueue) {
     boost::lock_guard<boost::mutex> streamLock(m_streamMutex);
+    const boost::shared_ptr<GenicamStream> pStream = GetStream();
+    if (pStream && pStream->Fills(pQueue)) {
+        EndStream();
+    }
+}
+
+/// With the stream mutex held. Nothing touches the stream's queue when it returns.
+void GenicamCamera::EndStream() {
     const boost::shared_ptr<GenicamStream> pStream = GetStream();
     if (!pStream) {
         return;
     }
     pStream->Stop();
+    const StreamCounters counters = pStream->GetCounters();
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_endedStreams = Sum(m_endedStreams, pStream->GetCounters());
+    m_endedStreams = Sum(m_endedStreams, counters);
     m_pStream.reset();
 }
 

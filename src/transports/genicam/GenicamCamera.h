@@ -40,7 +40,8 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     Error GetPortErrors(unsigned int* pCount) override;
     Error GetStreamFormat(StreamFormat* pFormat) override;
     Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override;
-    void StopStream() override;
+    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override;
+    void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override;
     StreamCounters GetStreamCounters() const override;
 
   private:
@@ -53,6 +54,7 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     Error OpenSession();
     Error RequireSession(Session* pSession) const;
     boost::shared_ptr<GenicamStream> GetStream() const;
+    void EndStream();
     void HandleLoss();
     void End(Session session, boost::shared_ptr<GenicamStream> pStream);
 

@@ -47,6 +47,7 @@ class GenicamStream {
     /// The camera is about to begin anew, and may count its frames anew.
     void ExpectRestart();
 
+    bool Fills(const boost::shared_ptr<FrameQueue>& pQueue) const { return m_pQueue == pQueue; }
     GenicamDevice* GetDevice() const { return m_pDevice.get(); }
     StreamCounters GetCounters() const;
 

@@ -49,11 +49,17 @@ Error SimulatedDevice::StartStream(const boost::shared_ptr<FrameQueue>& pQueue) 
     return Error();
 }
 
-void SimulatedDevice::StopStream() {
-    boost::shared_ptr<FrameQueue> pQueue;
+bool SimulatedDevice::IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const {
+    const Lock lock(m_bus.GetMutex());
+    return m_stream.IsListening(pQueue);
+}
+
+void SimulatedDevice::StopStream(const boost::shared_ptr<FrameQueue>& pQueue) {
     {
         const Lock lock(m_bus.GetMutex());
-        pQueue = m_stream.Detach();
+        if (m_stream.IsListening(pQueue)) {
+            m_stream.Detach();
+        }
     }
     const Lock filling(m_stream.GetFillMutex());  // a frame that is being filled is waited for
 }

@@ -154,9 +154,14 @@ Error SimulatedCamera::SetEventSink(EventSink* pSink) {
     return error != ERR_OK ? error : m_pOutlet->SetSink(pSink);
 }
 
-void SimulatedCamera::StopStream() {
+bool SimulatedCamera::IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const {
+    const boost::shared_ptr<SimulatedDevice> pDevice = GetDevice();
+    return pDevice && pDevice->IsStreaming(pQueue);
+}
+
+void SimulatedCamera::StopStream(const boost::shared_ptr<FrameQueue>& pQueue) {
     if (const boost::shared_ptr<SimulatedDevice> pDevice = GetDevice()) {
-        pDevice->StopStream();
+        pDevice->StopStream(pQueue);
     }
 }
 

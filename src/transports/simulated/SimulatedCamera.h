@@ -45,7 +45,8 @@ class SimulatedCamera : public HardwareInterface {
     Error GetPortErrors(unsigned int* pCount) override;
     Error GetStreamFormat(StreamFormat* pFormat) override;
     Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override;
-    void StopStream() override;
+    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override;
+    void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override;
     StreamCounters GetStreamCounters() const override { return StreamCounters(); }
 
     /// Only cameras on interfaces that have events have them.

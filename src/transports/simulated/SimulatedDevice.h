@@ -41,7 +41,8 @@ class SimulatedDevice {
     Error GetPortErrors(unsigned int* pCount);
     Error GetStreamFormat(StreamFormat* pFormat);
     Error StartStream(const boost::shared_ptr<FrameQueue>& pQueue);
-    void StopStream();
+    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const;
+    void StopStream(const boost::shared_ptr<FrameQueue>& pQueue);
 
     bool IsPlugged() const;
 

@@ -43,6 +43,9 @@ class SimulatedStream {
     // With the bus's mutex held.
 
     bool IsListening() const { return m_pQueue != nullptr; }
+    bool IsListening(const boost::shared_ptr<FrameQueue>& pQueue) const {
+        return m_pQueue != nullptr && m_pQueue == pQueue;
+    }
     void Start(const boost::shared_ptr<FrameQueue>& pQueue);
 
     /// Frames that are still on their way never arrive. The result is no longer used once the fill mutex is

@@ -70,7 +70,7 @@ class Listening {
     Listening& operator=(const Listening&) = delete;
 
     void Stop() {
-        m_camera.StopStream();
+        m_camera.StopStream(m_pQueue);
         m_pQueue->Close();
     }
 

@@ -192,7 +192,7 @@ TEST(SimulatedTopology, StandsManyThreads) {
                 for (int count = 0; count < 5 && pQueue->Retrieve(&pFrame, 100) == ERR_OK; ++count) {
                     pQueue->Release(pFrame);
                 }
-                pCamera->StopStream();
+                pCamera->StopStream(pQueue);
                 pCamera->Close();
             }
         });
