@@ -57,6 +57,18 @@ class ZEVRIN_API Simulation {
     /// thread, in its order, before this returns.
     void AdvanceClock(unsigned long long microseconds);
 
+    /// Drives one of a camera's pins from outside: until further notice, or high for a while. Without an
+    /// effect on a pin that is an output.
+    /// @param pin  0 to 3; pin n is trigger source n and, as an output, strobe n
+    /// @param microseconds  1 to 2^50
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE.
+    Error SetInput(unsigned int serialNumber, unsigned int pin, bool isHigh);
+    Error PulseInput(unsigned int serialNumber, unsigned int pin, unsigned long long microseconds);
+
+    /// The present level of a pin, with its strobe when it is an output.
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER.
+    Error GetPin(unsigned int serialNumber, unsigned int pin, bool* pIsHigh) const;
+
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_PARAMETER.
     Error GetFrameCounts(unsigned int serialNumber, SimulatedFrameCounts* pCounts) const;
 
@@ -69,6 +81,7 @@ class ZEVRIN_API Simulation {
     explicit Simulation(boost::shared_ptr<World> pWorld);
     static Error FromDescription(const WorldDescription& description,
                                  boost::shared_ptr<Simulation>* ppSimulation);
+    Error DrivePin(unsigned int serialNumber, unsigned int pin, bool isHigh, unsigned long long microseconds);
 
     boost::shared_ptr<World> m_pWorld;
 };

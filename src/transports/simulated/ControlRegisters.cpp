@@ -1,6 +1,6 @@
 #include "DeviceLayout.h"
 #include "DeviceRegisters.h"
-#include "RegisterBits.h"
+#include "RegisterFields.h"
 #include "SimulatedDevice.h"
 #include "VideoFormats.h"
 
@@ -10,12 +10,8 @@ namespace {
 
 constexpr unsigned int kFormats = 8;
 constexpr unsigned int kModesPerFormat = 8;
-constexpr RegisterField kThreeBits{0, 2};
-constexpr unsigned int kAdvancedFeatureInquiry = 0x480;
-constexpr unsigned int kVideoModeErrorStatus = 0x628;
-constexpr RegisterField kIsoSettings{0, 31};
-
 constexpr unsigned int kRate15 = 3;
+constexpr RegisterField kSampleDepth{0, 7};
 
 void InitializeWritten(SimulatedDevice& device, unsigned int, unsigned int written, unsigned int) {
     if ((written & kSwitchBit) != 0) {
@@ -38,22 +34,51 @@ void TransmissionWritten(SimulatedDevice& device, unsigned int, unsigned int wri
 }
 
 unsigned int ReadVideoModeError(const SimulatedDevice& device, unsigned int, unsigned int) {
-    return device.GetImageSetup().isValid ? 0 : RegisterBit(0);
+    return device.GetImageSetup().isValid ? 0 : kSwitchBit;
+}
+
+unsigned int ReadDataDepth(const SimulatedDevice& device, unsigned int, unsigned int) {
+    return kSampleDepth.Make(GetSampleDepth(device.GetImageSetup().format));
+}
+
+void MemorySaveWritten(SimulatedDevice& device, unsigned int, unsigned int written, unsigned int) {
+    if ((written & kSwitchBit) != 0) {
+        device.SaveChannel(kMemoryChannelField.Get(device.GetRegisters().Get(Register::kMemorySaveChannel)));
+    }
+}
+
+/// The factory's channel 0 cannot be saved to.
+void SaveChannelWritten(SimulatedDevice& device, unsigned int offset, unsigned int written,
+                        unsigned int before) {
+    const unsigned int channel = kMemoryChannelField.Get(written);
+    if (channel == 0 || channel > kHighestMemoryChannel) {
+        device.GetRegisters().Set(offset, before);
+    }
+}
+
+void CurrentChannelWritten(SimulatedDevice& device, unsigned int offset, unsigned int written,
+                           unsigned int before) {
+    const unsigned int channel = kMemoryChannelField.Get(written);
+    if (channel > kHighestMemoryChannel) {
+        device.GetRegisters().Set(offset, before);
+    } else {
+        device.LoadChannel(channel);
+    }
 }
 
 /// Presence of the fixed formats' modes and rates, gathered from the table of modes.
 class Inquiry {
   public:
     explicit Inquiry(const CameraDescription& camera) {
-        m_formats = RegisterBit(kScalableFormat);
-        m_modes[kScalableFormat] = RegisterBit(0);
-        for (const VideoMode& mode : kVideoModes) {
+        m_formats = RegisterBit(kScalableImageFormat);
+        m_modes[kScalableImageFormat] = RegisterBit(0);
+        for (const StandardMode& mode : kStandardModes) {
             if (!IsModePresent(mode, camera.width, camera.height, camera.bayer != BAYER_NONE)) {
                 continue;
             }
             m_formats |= RegisterBit(mode.format);
             m_modes[mode.format] |= RegisterBit(mode.mode);
-            for (unsigned int rate = 0; rate < kFrameRateCount; ++rate) {
+            for (unsigned int rate = 0; rate < kStandardFrameRateCount; ++rate) {
                 m_rates[mode.format][mode.mode] |= IsRatePresent(mode, rate) ? RegisterBit(rate) : 0;
             }
         }
@@ -63,7 +88,7 @@ class Inquiry {
         pRows->push_back({Register::kFormatInquiry, 1, 0, m_formats, "V_FORMAT_INQ"});
         for (unsigned int format = 0; format < kFormats; ++format) {
             pRows->push_back({Register::kModeInquiry + 4 * format, 1, 0, m_modes[format], "V_MODE_INQ"});
-            for (unsigned int mode = 0; mode < kModesPerFormat && format != kScalableFormat; ++mode) {
+            for (unsigned int mode = 0; mode < kModesPerFormat && format != kScalableImageFormat; ++mode) {
                 pRows->push_back({Register::kFrameRateInquiry + 32 * format + 4 * mode, 1, 0,
                                   m_rates[format][mode], "V_RATE_INQ"});
             }
@@ -76,37 +101,42 @@ class Inquiry {
     unsigned int m_rates[kFormats][kModesPerFormat] = {};
 };
 
-constexpr unsigned int kBasicFunctions = RegisterBit(0) | RegisterBit(1) | RegisterBit(8) | RegisterBit(16);
+// Advanced features, error status of video modes, optional functions, 1394b, power, one shot, multi shot.
+constexpr unsigned int kBasicFunctions = RegisterBit(0) | RegisterBit(1) | RegisterBit(3) | RegisterBit(8) |
+                                         RegisterBit(16) | RegisterBit(19) | RegisterBit(20) |
+                                         BasicFunction::kHighestMemoryChannel.Make(kHighestMemoryChannel);
+constexpr unsigned int kOptionalPio = RegisterBit(1);
+constexpr unsigned int kOptionalFunctions = kOptionalPio | OptionalFunction::kStrobe | OptionalFunction::kLut;
 
 }  // namespace
 
 std::vector<RegisterRow> MakeControlRegisters(const CameraDescription& camera) {
-    const unsigned int format7 = kThreeBits.Make(kScalableFormat);
+    const unsigned int format7 = kVideoModeField.Make(kScalableImageFormat);
+    const unsigned int video = kVideoModeField.GetMask();
+    constexpr unsigned int kAll = 0xFFFFFFFFU;
+    const unsigned int channel = kMemoryChannelField.GetMask();
     std::vector<RegisterRow> rows = {
         {Register::kInitialize, 1, 0, 0, "INITIALIZE", nullptr, InitializeWritten},
-        {Register::kFormat7CsrInquiry, 8, 0, 0, "V_CSR_INQ_7"},
+        {Register::kFormat7CsrInquiry, kModesPerFormat, 0, 0, "V_CSR_INQ_7"},
         {Register::kFormat7CsrInquiry, 1, 0, QuadletOffset(Block::kFormat7), "V_CSR_INQ_7"},
         {Register::kBasicFunctionInquiry, 1, 0, kBasicFunctions, "BASIC_FUNC_INQ"},
-        {Register::kFeatureHighInquiry, 3, 0, 0, "feature and function inquiry"},
-        {kAdvancedFeatureInquiry, 1, 0, QuadletOffset(Block::kAdvanced), "ADV_FEATURE_INQ"},
-        {kAdvancedFeatureInquiry + 4, 4, 0, 0, "inquiry of blocks"},
-        {0x500, 0x40, 0, 0, "feature inquiry"},
-        {Register::kCurrentFrameRate, 1, kThreeBits.GetMask(), kThreeBits.Make(kRate15), "CUR_V_FRM_RATE",
-         nullptr, nullptr, true},
-        {Register::kCurrentMode, 1, kThreeBits.GetMask(), 0, "CUR_V_MODE", nullptr, nullptr, true},
-        {Register::kCurrentFormat, 1, kThreeBits.GetMask(), format7, "CUR_V_FORMAT", nullptr, nullptr, true},
-        {Register::kIsoChannel, 1, kIsoSettings.GetMask(), 0, "ISO_CHANNEL"},
-        {Register::kCameraPower, 1, kSwitchBit, kSwitchBit, "CAMERA_POWER", nullptr, PowerWritten},
-        {Register::kTransmission, 1, kSwitchBit, 0, "ISO_EN", nullptr, TransmissionWritten},
-        {0x618, 4, 0, 0, "memory and shots"},
-        {kVideoModeErrorStatus, 1, 0, 0, "VMODE_ERROR_STATUS", ReadVideoModeError},
-        {0x62C, 1, 0, 0, "SOFTWARE_TRIGGER"},
-        {Register::kDataDepth, 1, 0, 8U << 24, "DATA_DEPTH",
-         [](const SimulatedDevice& device, unsigned int, unsigned int) {
-             return RegisterField{0, 7}.Make(GetSampleDepth(device.GetImageSetup().format));
-         }},
-        {0x700, 0x40, 0, 0, "inquiry of absolute values"},
-        {0x800, 0x40, 0, 0, "features"},
+        {Register::kOptionalFunctionInquiry, 1, 0, kOptionalFunctions, "OPT_FUNCTION_INQ"},
+        {Register::kAdvancedFeatureInquiry, 5, 0, 0, "inquiry of an absent block"},
+        {Register::kCurrentFrameRate, 1, video, kVideoModeField.Make(kRate15), "CUR_V_FRM_RATE", nullptr,
+         nullptr, true},
+        {Register::kCurrentMode, 1, video, 0, "CUR_V_MODE", nullptr, nullptr, true},
+        {Register::kCurrentFormat, 1, video, format7, "CUR_V_FORMAT", nullptr, nullptr, true},
+        {Register::kIsoChannel, 1, kAll, 0, "ISO_CHANNEL", nullptr, nullptr, false, true},
+        {Register::kCameraPower, 1, kSwitchBit, kSwitchBit, "CAMERA_POWER", nullptr, PowerWritten, false,
+         true},
+        {Register::kTransmission, 1, kSwitchBit, 0, "ISO_EN", nullptr, TransmissionWritten, false, true},
+        {Register::kMemorySave, 1, 0, 0, "MEMORY_SAVE", nullptr, MemorySaveWritten, false, true},
+        {Register::kMemorySaveChannel, 1, channel, kMemoryChannelField.Make(1), "MEM_SAVE_CH", nullptr,
+         SaveChannelWritten, false, true},
+        {Register::kCurrentMemoryChannel, 1, channel, 0, "CUR_MEM_CH", nullptr, CurrentChannelWritten, true,
+         true},
+        {Register::kVideoModeErrorStatus, 1, 0, 0, "VMODE_ERROR_STATUS", ReadVideoModeError},
+        {Register::kDataDepth, 1, 0, 0, "DATA_DEPTH", ReadDataDepth},
     };
     Inquiry(camera).AppendTo(&rows);
     return rows;

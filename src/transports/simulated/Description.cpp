@@ -17,6 +17,7 @@ constexpr unsigned int kMaxUnsigned = std::numeric_limits<unsigned int>::max();
 constexpr unsigned int kMinSensorSize = 16;
 constexpr unsigned int kMaxSensorSize = 8192;
 constexpr unsigned int kMaxBuses = 16;
+constexpr unsigned int kAllEmbeddedItems = 0x3FF;
 constexpr unsigned int kMaxLatencyUs = 10000000;
 constexpr unsigned int kMaxDelayUs = 60000000;
 
@@ -78,6 +79,7 @@ void ReadCamera(JsonReader& reader, CameraDescription* pCamera, unsigned int* pC
     pCamera->bayer = static_cast<BayerTileFormat>(bayer);
     reader.ReadNumber("frameRate", kMinFrameRate, kMaxFrameRate, &pCamera->frameRate);
     reader.ReadBool("paint", &pCamera->paint);
+    reader.ReadUnsigned("embeddedItems", 0, kAllEmbeddedItems, &pCamera->embeddedItems);
     reader.ReadObject("faults", [&](JsonReader& faults) { ReadFaults(faults, &pCamera->faults); });
     FillNames(pCamera);
 }

@@ -44,6 +44,7 @@ struct CameraDescription {
     BayerTileFormat bayer = BAYER_NONE;
     double frameRate = 15;  ///< frames per second in format 7 after power-up
     bool paint = true;
+    unsigned int embeddedItems = 0x3FF;  ///< bit i, from the least significant: item i can be stamped
     FaultDescription faults;
 };
 
@@ -61,7 +62,7 @@ constexpr unsigned int kPixelUnitY = 2;
 constexpr unsigned int kMaxCamerasPerBus = 64;
 constexpr unsigned int kFirstSerialNumber = 1001;
 constexpr double kMaxFrameRate = 1000;
-constexpr double kMinFrameRate = 0.1;
+constexpr double kMinFrameRate = 0.25;
 
 /// Errors: ERR_INVALID_DESCRIPTION, which names the key, its value and what would be right. The result is
 /// left alone then.

@@ -4,16 +4,14 @@
 
 namespace Zevrin {
 
-void RegisterFile::Add(const RegisterRow& row) {
-    for (unsigned int index = 0; index < row.count; ++index) {
-        m_cells.push_back({row.offset + 4 * index, row.reset, m_rows.size()});
-    }
-    m_rows.push_back(row);
-}
-
 void RegisterFile::Add(const std::vector<RegisterRow>& rows) {
     for (const RegisterRow& row : rows) {
-        Add(row);
+        const auto number = static_cast<unsigned int>(m_rows.size());
+        for (unsigned int index = 0; index < row.count; ++index) {
+            const unsigned int reset = row.reset + index * static_cast<unsigned int>(row.resetStep);
+            m_cells.push_back({row.offset + 4 * index, reset, reset, number});
+        }
+        m_rows.push_back(row);
     }
 }
 
@@ -51,8 +49,34 @@ void RegisterFile::Set(unsigned int offset, unsigned int value) {
 
 void RegisterFile::Reset() {
     for (Cell& cell : m_cells) {
-        cell.value = m_rows[cell.row].reset;
+        cell.value = cell.reset;
     }
+}
+
+RegisterFile::Settings RegisterFile::Save() const {
+    Settings settings;
+    settings.reserve(m_cells.size());
+    for (const Cell& cell : m_cells) {
+        settings.push_back(cell.value);
+    }
+    return settings;
+}
+
+void RegisterFile::Restore(const Settings& settings) {
+    for (std::size_t index = 0; index < m_cells.size(); ++index) {
+        if (!m_rows[m_cells[index].row].isVolatile) {
+            m_cells[index].value = settings[index];
+        }
+    }
+}
+
+RegisterFile::Settings RegisterFile::GetFactorySettings() const {
+    Settings settings;
+    settings.reserve(m_cells.size());
+    for (const Cell& cell : m_cells) {
+        settings.push_back(cell.reset);
+    }
+    return settings;
 }
 
 }  // namespace Zevrin

@@ -24,13 +24,16 @@ struct RegisterRow {
                     unsigned int before) = nullptr;
 
     bool isLockedWhileSending = false;  ///< writes are without effect while transmission is on
+    bool isVolatile = false;            ///< no setting: memory channels leave it alone
+    int resetStep = 0;                  ///< from one quadlet's value after power-up to the next one's
 };
 
 /// The registers of one register space. A row that is added later replaces earlier ones at its addresses.
 /// Threads: one at a time.
 class RegisterFile {
   public:
-    void Add(const RegisterRow& row);
+    using Settings = std::vector<unsigned int>;
+
     void Add(const std::vector<RegisterRow>& rows);
 
     /// Sorts what was added; to be called before the registers are used.
@@ -45,13 +48,20 @@ class RegisterFile {
     /// Stores a whole word, whether its bits are writable or not.
     void Set(unsigned int offset, unsigned int value);
 
+    /// Everything as after power-up.
     void Reset();
+
+    /// All settings, to be put back later; what is volatile stays as it is then.
+    Settings Save() const;
+    void Restore(const Settings& settings);
+    Settings GetFactorySettings() const;
 
   private:
     struct Cell {
         unsigned int offset;
         unsigned int value;
-        std::size_t row;
+        unsigned int reset;
+        unsigned int row;
     };
     const Cell* Find(unsigned int offset) const;
 

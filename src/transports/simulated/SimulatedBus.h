@@ -19,13 +19,15 @@ struct Exposure;
 
 /// Something that is due on a bus.
 struct BusEvent {
-    enum class Kind { kExposureStart, kFrameSent, kDelayedFrame };
+    enum class Kind { kExposureDue, kExposureEnd, kDelayedFrame, kInputChange };
 
     unsigned long long time = 0;      ///< nanoseconds of the bus clock
     unsigned long long sequence = 0;  ///< order among events of one time
-    Kind kind = Kind::kExposureStart;
+    Kind kind = Kind::kExposureDue;
     SimulatedDevice* pDevice = nullptr;
-    unsigned int epoch = 0;  ///< void when the camera's epoch has moved on
+    unsigned int epoch = 0;  ///< void when the epoch of its kind has moved on
+    unsigned int input = 0;  ///< pin that changes
+    bool isHigh = false;     ///< to this level
     boost::shared_ptr<const Exposure> pExposure;
 };
 

@@ -1,5 +1,6 @@
 #include "SimulatedCamera.h"
 
+#include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <utility>
 
@@ -10,7 +11,8 @@ namespace Zevrin {
 
 using Lock = boost::lock_guard<boost::mutex>;
 
-SimulatedCamera::SimulatedCamera(boost::shared_ptr<SimulatedDevice> pDevice) {
+SimulatedCamera::SimulatedCamera(boost::shared_ptr<SimulatedDevice> pDevice)
+    : m_pOutlet(boost::make_shared<EventOutlet>()) {
     Attach(std::move(pDevice));
 }
 
@@ -24,10 +26,12 @@ void SimulatedCamera::Attach(boost::shared_ptr<SimulatedDevice> pDevice) {
     m_identity = pDevice->GetIdentity();
     m_interfaceType = m_identity.interfaceType;
     m_pDevice = std::move(pDevice);
+    m_pDevice->SetEventOutlet(m_pOutlet);
 }
 
 void SimulatedCamera::Detach() {
     const Lock lock(m_mutex);
+    m_pDevice->SetEventOutlet(nullptr);
     m_pDevice.reset();
     m_hasControl = false;
 }
@@ -127,6 +131,27 @@ Error SimulatedCamera::GetStreamFormat(StreamFormat* pFormat) {
 
 Error SimulatedCamera::StartStream(const ZevrinConfig&, const boost::shared_ptr<FrameQueue>& pQueue) {
     return Using([&](SimulatedDevice& device) { return device.StartStream(pQueue); });
+}
+
+Error SimulatedCamera::CheckEvents() const {
+    const int type = m_interfaceType;
+    return type == INTERFACE_U3V || type == INTERFACE_GIGE
+               ? Error()
+               : Failure(ERR_NOT_SUPPORTED, "Simulated cameras on the interface %s have no device events.",
+                         GetInterfaceTypeName(static_cast<InterfaceType>(type)));
+}
+
+Error SimulatedCamera::GetEventNames(std::vector<std::string>* pNames) {
+    const Error error = CheckEvents();
+    if (error == ERR_OK) {
+        *pNames = GetCameraEventNames();
+    }
+    return error;
+}
+
+Error SimulatedCamera::SetEventSink(EventSink* pSink) {
+    const Error error = CheckEvents();
+    return error != ERR_OK ? error : m_pOutlet->SetSink(pSink);
 }
 
 void SimulatedCamera::StopStream() {

@@ -3,7 +3,10 @@
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
+#include <string>
+#include <vector>
 
+#include "CameraEvents.h"
 #include "HardwareInterface.h"
 #include "SimulatedDevice.h"
 
@@ -45,11 +48,17 @@ class SimulatedCamera : public HardwareInterface {
     void StopStream() override;
     StreamCounters GetStreamCounters() const override { return StreamCounters(); }
 
+    /// Only cameras on interfaces that have events have them.
+    Error GetEventNames(std::vector<std::string>* pNames) override;
+    Error SetEventSink(EventSink* pSink) override;
+
   private:
+    Error CheckEvents() const;
     Error Use(boost::shared_ptr<SimulatedDevice>* ppDevice) const;
     template <typename Operation>
     Error Using(Operation operation) const;
 
+    const boost::shared_ptr<EventOutlet> m_pOutlet;
     std::atomic<int> m_interfaceType{INTERFACE_UNKNOWN};
 
     mutable boost::mutex m_mutex;  // guards what follows

@@ -1,6 +1,5 @@
 #include "SimulatedDevice.h"
 
-#include <algorithm>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -10,6 +9,7 @@
 #include "Failure.h"
 #include "FormatText.h"
 #include "FrameQueue.h"
+#include "VideoFormats.h"
 
 namespace Zevrin {
 
@@ -44,11 +44,16 @@ SimulatedDevice::SimulatedDevice(SimulatedBus& bus, const CameraDescription& des
     : m_bus(bus),
       m_description(description),
       m_identity(MakeIdentity(description, busNumber, node)),
-      m_faults(description.faults) {
+      m_stream(bus, description),
+      m_sequencer(*this, bus) {
     m_coreRegisters.Add(MakeCoreRegisters(description));
     m_coreRegisters.Seal();
     m_registers.Add(MakeControlRegisters(description));
     m_registers.Add(MakeFormat7Registers(description));
+    m_registers.Add(MakeFeatureRegisters(description));
+    m_registers.Add(MakeTriggerRegisters(description));
+    m_registers.Add(MakePinRegisters(description));
+    m_registers.Add(MakeLutRegisters(description));
     m_registers.Add(MakeAdvancedRegisters(description));
     m_registers.Seal();
 }
@@ -70,7 +75,7 @@ void SimulatedDevice::WaitLatency(bool isWrite) {
     unsigned int microseconds = 0;
     {
         const Lock lock(m_bus.GetMutex());
-        microseconds = m_faults.NextLatency(isWrite);
+        microseconds = m_stream.GetFaults().NextLatency(isWrite);
     }
     if (microseconds != 0 && !m_bus.IsClockManual()) {
         boost::this_thread::sleep_for(boost::chrono::microseconds(microseconds));
@@ -87,7 +92,7 @@ Error SimulatedDevice::BeginAccess(bool isWrite, unsigned short addressHigh, uns
                        "The simulated camera %u has registers at high address 0x%04X only, not at 0x%04X.",
                        m_description.serialNumber, kRegisterSpace, addressHigh);
     }
-    if (m_faults.FailsAccess()) {
+    if (m_stream.GetFaults().FailsAccess()) {
         ++m_portErrors;
         return Failure(AccessFailure(isWrite),
                        "A fault of the simulation: the %s at 0x%08X of camera %u fails.",
@@ -103,7 +108,7 @@ Error SimulatedDevice::CheckQuadlet(bool isWrite, unsigned int addressLow) {
         return Failure(AccessFailure(isWrite), "The simulated camera %u has no register at 0x%08X.",
                        m_description.serialNumber, addressLow);
     }
-    if (pFile == &m_registers && m_faults.FailsAddress(offset)) {
+    if (pFile == &m_registers && m_stream.GetFaults().FailsAddress(offset)) {
         ++m_portErrors;
         return Failure(AccessFailure(isWrite),
                        "A fault of the simulation: the register at 0x%08X (%s) of camera %u fails.",
@@ -129,19 +134,24 @@ Error SimulatedDevice::ReadQuadlets(unsigned short addressHigh, unsigned int add
 Error SimulatedDevice::WriteQuadlets(unsigned short addressHigh, unsigned int addressLow,
                                      const unsigned int* pValues, unsigned int count, bool broadcast) {
     WaitLatency(true);
-    const Lock lock(m_bus.GetMutex());
-    Error error = BeginAccess(true, addressHigh, addressLow);
-    for (unsigned int index = 0; index < count && error == ERR_OK; ++index) {
-        const unsigned int address = addressLow + 4 * index;
-        error = CheckQuadlet(true, address);
-        if (error != ERR_OK) {
-            break;
-        }
-        WriteQuadlet(address, pValues[index]);
-        for (const auto& pOther : m_bus.GetDevices()) {
-            if (broadcast && pOther.get() != this && pOther->m_isPlugged) {
-                pOther->WriteQuadlet(address, pValues[index]);  // nobody answers to a broadcast
+    const Error error = [&] {
+        const Lock lock(m_bus.GetMutex());
+        Error failure = BeginAccess(true, addressHigh, addressLow);
+        for (unsigned int index = 0; index < count && failure == ERR_OK; ++index) {
+            const unsigned int address = addressLow + 4 * index;
+            failure = CheckQuadlet(true, address);
+            for (const auto& pDevice : m_bus.GetDevices()) {
+                // Nobody answers to a broadcast.
+                if (failure == ERR_OK && (pDevice.get() == this || (broadcast && pDevice->m_isPlugged))) {
+                    pDevice->WriteQuadlet(address, pValues[index]);
+                }
             }
+        }
+        return failure;
+    }();
+    for (const auto& pDevice : m_bus.GetDevices()) {
+        if (pDevice.get() == this || broadcast) {
+            pDevice->FlushEvents();
         }
     }
     return error;
@@ -162,7 +172,7 @@ void SimulatedDevice::WriteQuadlet(unsigned int addressLow, unsigned int value) 
         return;
     }
     const RegisterRow* pRow = pFile->GetRow(offset);
-    if (pRow->isLockedWhileSending && m_isSending) {
+    if (pRow->isLockedWhileSending && m_sequencer.IsSending()) {
         return;
     }
     const unsigned int before = pFile->Get(offset);
@@ -196,15 +206,26 @@ bool SimulatedDevice::IsPlugged() const {
     return m_isPlugged;
 }
 
-void SimulatedDevice::PowerUp() {
-    m_registers.Reset();
-    m_frameNumber = 0;
-    m_portErrors = 0;
+double SimulatedDevice::GetUptime() const {
+    constexpr double kNanosecondsPerSecond = 1e9;
+    return static_cast<double>(m_bus.GetTime() - m_poweredUp) / kNanosecondsPerSecond;
 }
 
 void SimulatedDevice::ResetToFactory() {
     StopTransmission();
     m_registers.Reset();
+    TouchLut();
+}
+
+void SimulatedDevice::SaveChannel(unsigned int channel) {
+    m_channels[channel] = m_registers.Save();
+}
+
+/// A channel that nothing was saved to holds the factory's settings.
+void SimulatedDevice::LoadChannel(unsigned int channel) {
+    const auto found = m_channels.find(channel);
+    m_registers.Restore(found != m_channels.end() ? found->second : m_registers.GetFactorySettings());
+    TouchLut();
 }
 
 bool SimulatedDevice::Unplug() {
@@ -216,13 +237,15 @@ bool SimulatedDevice::Unplug() {
         }
         StopTransmission();
         m_isPlugged = false;
-        pQueue = DetachStream();
+        Emit(CameraEvent::kLinkChange, m_bus.GetTime(), 0);
+        pQueue = m_stream.Detach();
     }
     if (pQueue) {
-        const Lock filling(m_fillMutex);
+        const Lock filling(m_stream.GetFillMutex());
         pQueue->Fail(Failure(ERR_CAMERA_LOST, "The simulated camera %u was unplugged while it streamed.",
                              m_description.serialNumber));
     }
+    FlushEvents();
     return true;
 }
 
@@ -231,19 +254,31 @@ bool SimulatedDevice::Replug() {
     if (m_isPlugged) {
         return false;
     }
-    PowerUp();
+    m_registers.Reset();
+    TouchLut();
+    m_sequencer.PowerUp();
+    m_portErrors = 0;
+    m_poweredUp = m_bus.GetTime();
     m_isPlugged = true;
     return true;
 }
 
+void SimulatedDevice::ReportLink() {
+    {
+        const Lock lock(m_bus.GetMutex());
+        Emit(CameraEvent::kLinkChange, m_bus.GetTime(), m_isPlugged ? 1 : 0);
+    }
+    FlushEvents();
+}
+
 void SimulatedDevice::SetFaults(const FaultDescription& faults) {
     const Lock lock(m_bus.GetMutex());
-    m_faults = Faults(faults);
+    m_stream.SetFaults(faults);
 }
 
 SimulatedFrameCounts SimulatedDevice::GetFrameCounts() const {
     const Lock lock(m_bus.GetMutex());
-    return m_counts;
+    return m_stream.GetCounts();
 }
 
 }  // namespace Zevrin

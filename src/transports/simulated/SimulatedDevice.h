@@ -1,30 +1,23 @@
 #pragma once
 
 #include <boost/smart_ptr/shared_ptr.hpp>
-#include <boost/thread/mutex.hpp>
+#include <map>
 #include <vector>
 
+#include "CameraEvents.h"
+#include "CameraSettings.h"
 #include "Description.h"
-#include "Faults.h"
-#include "Format7Registers.h"
+#include "ExposureSequencer.h"
 #include "HardwareInterface.h"
+#include "Pins.h"
 #include "RegisterFile.h"
 #include "SimulatedBus.h"
-#include "TestPicture.h"
-#include "zevrin/Simulation.h"
+#include "SimulatedStream.h"
+#include "Tones.h"
 
 namespace Zevrin {
 
-/// A frame from the start of its exposure until it has been sent, with the settings that it was taken with.
-struct Exposure {
-    PictureSettings picture;
-    std::size_t size = 0;  ///< bytes
-    TimeStamp timeStamp;   ///< of the start of exposure, on the bus clock
-    std::vector<unsigned int> embedded;
-    bool isDelayed = false;
-};
-
-/// The camera itself: its registers, its exposures, the frames that it sends.
+/// The camera itself: its registers, its exposures, the frames and events that it sends.
 ///
 /// Lives as long as its bus, also while it is unplugged.
 class SimulatedDevice {
@@ -58,8 +51,18 @@ class SimulatedDevice {
     /// Power-up; false when the camera was there already.
     bool Replug();
 
+    /// Tells of a change of the bus.
+    void ReportLink();
+
+    /// A level from outside at one of the pins; for so many microseconds, or, with 0, until further notice.
+    void SetInput(unsigned int pin, bool isHigh, unsigned long long microseconds);
+    bool IsPinHigh(unsigned int pin) const;
+
     void SetFaults(const FaultDescription& faults);
     SimulatedFrameCounts GetFrameCounts() const;
+
+    /// Where events go from here on; null: nowhere.
+    void SetEventOutlet(boost::shared_ptr<EventOutlet> pOutlet);
 
     void OnEvent(const BusEvent& event);
 
@@ -67,10 +70,29 @@ class SimulatedDevice {
 
     const RegisterFile& GetRegisters() const { return m_registers; }
     RegisterFile& GetRegisters() { return m_registers; }
-    ImageSetup GetImageSetup() const;
+    ExposureSequencer& GetSequencer() { return m_sequencer; }
+    const ExposureSequencer& GetSequencer() const { return m_sequencer; }
+    Pins& GetPins() { return m_pins; }
+    const Pins& GetPins() const { return m_pins; }
+    ImageSetup GetImageSetup() const { return ReadImageSetup(m_registers, m_description); }
+    double GetUptime() const;       ///< seconds since power-up
+    double GetTemperature() const;  ///< kelvin
+
     void StartTransmission();
     void StopTransmission();
+
+    /// @param word  what the register reads until the shots are done
+    void StartShots(unsigned int count, unsigned int word);
+    void StopShots();
+
     void ResetToFactory();
+    void SaveChannel(unsigned int channel);
+    void LoadChannel(unsigned int channel);
+    void TouchLut() { ++m_lutRevision; }
+
+    void AdjustSettings();
+    boost::shared_ptr<const Exposure> MakeExposure(unsigned long long begin, unsigned long long duration);
+    void Emit(CameraEvent event, unsigned long long time, unsigned int number);
 
   private:
     Error CheckPlugged() const;
@@ -81,36 +103,33 @@ class SimulatedDevice {
     void WriteQuadlet(unsigned int addressLow, unsigned int value);
     void WaitLatency(bool isWrite);
 
-    void PowerUp();
-    void ScheduleExposure(unsigned long long now);
-    void BeginExposure(const BusEvent& event);
-    boost::shared_ptr<const Exposure> MakeExposure(unsigned long long time);
-    void OnFrameSent(const BusEvent& event);
-    boost::shared_ptr<FrameQueue> TakeFate(const BusEvent& event, FrameFate* pFate);
-    void Deliver(FrameQueue& queue, const Exposure& exposure, bool isComplete);
-    boost::shared_ptr<FrameQueue> DetachStream();
+    bool MayTransmit() const;
+    void ChangeInput(unsigned int pin, bool isHigh);
+    void OnExposureEnd(const BusEvent& event);
+    void OnDelayedFrame(const BusEvent& event);
+    PictureSettings MakePicture(TestPattern pattern) const;
+    boost::shared_ptr<const ToneTable> MakeTonesFor(TestPattern pattern, double exposure);
+    void FlushEvents();
 
     SimulatedBus& m_bus;
     const CameraDescription m_description;
     const CameraIdentity m_identity;
+    SimulatedStream m_stream;
 
     // Guarded by the bus's mutex.
     RegisterFile m_coreRegisters;
-    RegisterFile m_registers;  ///< the command registers
-    Faults m_faults;
+    RegisterFile m_registers;                                   ///< the command registers
+    std::map<unsigned int, RegisterFile::Settings> m_channels;  ///< saved ones; they survive power loss
+    ExposureSequencer m_sequencer;
+    Pins m_pins;
     bool m_isPlugged = true;
+    unsigned long long m_poweredUp = 0;  ///< nanoseconds of the bus clock
     unsigned int m_portErrors = 0;
-    SimulatedFrameCounts m_counts;
-    bool m_isSending = false;
-    unsigned int m_sendingEpoch = 0;  ///< moves on whenever what was due is void
-    unsigned long long m_gridOrigin = 0;
-    unsigned int m_frameNumber = 0;
-    boost::shared_ptr<FrameQueue> m_pQueue;
-    unsigned int m_streamEpoch = 0;
-    unsigned int m_delayedFrames = 0;  ///< sent to m_pQueue, not arrived yet
-
-    boost::mutex m_fillMutex;  // held while a queue is used; taken before the bus's mutex; guards m_picture
-    TestPicture m_picture;
+    unsigned int m_lutRevision = 0;
+    ToneSettings m_toneSettings;  ///< of m_pTones
+    boost::shared_ptr<const ToneTable> m_pTones;
+    boost::shared_ptr<EventOutlet> m_pOutlet;
+    std::vector<RawDeviceEvent> m_pendingEvents;
 };
 
 }  // namespace Zevrin

@@ -39,6 +39,11 @@ class EnvironmentSimulation {
     Error m_error;
 };
 
+const Error& GetEnvironmentError() {
+    static const EnvironmentSimulation environment;
+    return environment.GetError();
+}
+
 }  // namespace
 
 boost::shared_ptr<SimulatedCameras> SimulatedCameras::GetInstance() {
@@ -133,16 +138,18 @@ void SimulatedCameras::RemoveListener(TopologyListener* pListener) {
     m_listeners.erase(std::remove(m_listeners.begin(), m_listeners.end(), pListener), m_listeners.end());
 }
 
-SimulatedTransport::SimulatedTransport() : m_pCameras(SimulatedCameras::GetInstance()) {}
+SimulatedTransport::SimulatedTransport() : m_pCameras(SimulatedCameras::GetInstance()) {
+    static_cast<void>(
+        GetEnvironmentError());  // now, since nothing may be reported while cameras are discovered
+}
 
 SimulatedTransport::~SimulatedTransport() {
     SetTopologyListener(nullptr);
 }
 
 Error SimulatedTransport::Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) {
-    static const EnvironmentSimulation environment;
     *pCameras = m_pCameras->GetPresent();
-    return environment.GetError();
+    return GetEnvironmentError();
 }
 
 void SimulatedTransport::SetTopologyListener(TopologyListener* pListener) {

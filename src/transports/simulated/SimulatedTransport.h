@@ -56,12 +56,13 @@ class SimulatedCameras {
 /// The simulated cameras of this process.
 class SimulatedTransport : public Transport {
   public:
+    /// The first one lets the cameras of the environment variable ZEVRIN_SIMULATE come to be.
     SimulatedTransport();
     ~SimulatedTransport() override;
 
     const char* GetName() const override { return "simulated"; }
 
-    /// The first time, the cameras of the environment variable ZEVRIN_SIMULATE come to be.
+    /// Errors: ERR_TRANSPORT_FAILED (the environment's description is wrong; the others are found).
     Error Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) override;
     void SetTopologyListener(TopologyListener* pListener) override;
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Description.h"
+#include "DeviceLayout.h"
 #include "Failure.h"
 #include "FormatText.h"
 #include "SimulatedTransport.h"
@@ -140,6 +141,15 @@ class Simulation::World {
                        serialNumber);
     }
 
+    Error FindPin(unsigned int serialNumber, unsigned int pin,
+                  boost::shared_ptr<SimulatedDevice>* ppDevice) const {
+        if (pin >= kPinCount) {
+            return Failure(ERR_VALUE_OUT_OF_RANGE, "There is no pin %u; pins are 0 to %u.", pin,
+                           kPinCount - 1);
+        }
+        return Find(serialNumber, ppDevice);
+    }
+
   private:
     using Handle = SimulatedCameras::Handle;
 
@@ -174,6 +184,9 @@ class Simulation::World {
         std::vector<Handle> present;
         std::copy_if(bus.begin(), bus.end(), std::back_inserter(present),
                      [](const Handle& handle) { return handle->IsPresent(); });
+        for (const Handle& handle : present) {
+            handle->GetDevice()->ReportLink();
+        }
         m_pCameras->ReportBusReset(present);
     }
 
@@ -270,6 +283,41 @@ Error Simulation::ResetBus(unsigned int serialNumber) {
 
 void Simulation::AdvanceClock(unsigned long long microseconds) {
     m_pWorld->AdvanceClock(microseconds);
+}
+
+Error Simulation::SetInput(unsigned int serialNumber, unsigned int pin, bool isHigh) {
+    return DrivePin(serialNumber, pin, isHigh, 0);
+}
+
+Error Simulation::PulseInput(unsigned int serialNumber, unsigned int pin, unsigned long long microseconds) {
+    if (microseconds == 0 || microseconds > kMaxAdvanceUs) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "The pulse is to last %llu us; it must be 1 to %llu.",
+                       microseconds, kMaxAdvanceUs);
+    }
+    return DrivePin(serialNumber, pin, true, microseconds);
+}
+
+Error Simulation::DrivePin(unsigned int serialNumber, unsigned int pin, bool isHigh,
+                           unsigned long long microseconds) {
+    boost::shared_ptr<SimulatedDevice> pDevice;
+    Error error = m_pWorld->FindPin(serialNumber, pin, &pDevice);
+    if (error == ERR_OK) {
+        pDevice->SetInput(pin, isHigh, microseconds);
+    }
+    return error;
+}
+
+Error Simulation::GetPin(unsigned int serialNumber, unsigned int pin, bool* pIsHigh) const {
+    if (pIsHigh == nullptr) {
+        return Failure(ERR_INVALID_PARAMETER, "The level of a pin of camera %u needs a place to go to.",
+                       serialNumber);
+    }
+    boost::shared_ptr<SimulatedDevice> pDevice;
+    Error error = m_pWorld->FindPin(serialNumber, pin, &pDevice);
+    if (error == ERR_OK) {
+        *pIsHigh = pDevice->IsPinHigh(pin);
+    }
+    return error;
 }
 
 Error Simulation::GetFrameCounts(unsigned int serialNumber, SimulatedFrameCounts* pCounts) const {

@@ -1,8 +1,11 @@
 #include "TestPicture.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
+
+#include "VideoFormats.h"
 
 namespace Zevrin {
 
@@ -167,6 +170,43 @@ class DigitPainter {
 };
 static_assert(kDigitDotSize == kGroup, "a dot is one group wide");
 
+/// Turns and stretches colours around the grey of the same brightness.
+class ColorTurn {
+  public:
+    explicit ColorTurn(const PictureSettings& settings)
+        : m_isNeutral(settings.bayer == BAYER_NONE || (settings.hue == 0 && settings.saturation == 1)),
+          m_cosine(settings.saturation * std::cos(settings.hue * kRadiansPerDegree)),
+          m_sine(settings.saturation * std::sin(settings.hue * kRadiansPerDegree)) {}
+
+    void Apply(Pixel* pPixel) const {
+        if (m_isNeutral) {
+            return;
+        }
+        const double luma = Luma(*pPixel);
+        const double u = pPixel->blue - luma;
+        const double v = pPixel->red - luma;
+        const double blue = u * m_cosine - v * m_sine;
+        const double red = u * m_sine + v * m_cosine;
+        pPixel->blue = ToSample(luma + blue);
+        pPixel->red = ToSample(luma + red);
+        pPixel->green = ToSample(luma - (kRedShare * red + kBlueShare * blue) / kGreenShare);
+    }
+
+  private:
+    static constexpr double kRadiansPerDegree = 3.14159265358979324 / 180;
+    static constexpr double kRedShare = 0.299;  // of the brightness; as in Luma
+    static constexpr double kGreenShare = 0.587;
+    static constexpr double kBlueShare = 0.114;
+
+    static unsigned int ToSample(double value) {
+        return static_cast<unsigned int>(std::clamp(value, 0.0, static_cast<double>(kFullSample)));
+    }
+
+    const bool m_isNeutral;
+    const double m_cosine;
+    const double m_sine;
+};
+
 ToneTable MakeLinearTones() {
     ToneTable tones{};
     for (auto& channel : tones.channels) {
@@ -194,6 +234,7 @@ void TestPicture::PaintStrip(const PictureSettings& settings, const ToneTable& t
     std::vector<unsigned char>& strip = m_strips[row];
     strip.resize((settings.width + kWave) / kGroup * groupBytes);
     unsigned char* out = strip.data();
+    const ColorTurn turn(settings);
     for (unsigned int x = 0; x < settings.width + kWave; x += kGroup, out += groupBytes) {
         Pixel pixels[kGroup];
         for (unsigned int column = 0; column < kGroup; ++column) {
@@ -201,6 +242,9 @@ void TestPicture::PaintStrip(const PictureSettings& settings, const ToneTable& t
             pixels[column].red = tones.channels[0][SceneAt(phase)];
             pixels[column].green = tones.channels[1][SceneAt(phase + (isColor ? kGreenPhase : 0))];
             pixels[column].blue = tones.channels[2][SceneAt(phase + (isColor ? kBluePhase : 0))];
+            if (!IsRaw(settings.format)) {
+                turn.Apply(&pixels[column]);
+            }
         }
         Encode(settings, pixels, row, out);
     }
@@ -213,7 +257,8 @@ void TestPicture::Paint(const PictureSettings& settings, const ToneTable& tones,
     const std::size_t stride = settings.width / kGroup * groupBytes;
     for (unsigned int y = 0; y < settings.height; ++y) {
         const unsigned int row = settings.top + y;
-        const unsigned int phase = settings.left / kGroup + row / kGroup + settings.frameNumber;
+        const unsigned int phase =
+            settings.left / kGroup + row / kGroup + (settings.isStill ? 0 : settings.frameNumber);
         const std::vector<unsigned char>& strip = m_strips[row & 1];
         std::memcpy(data + y * stride, strip.data() + phase % (kWave / kGroup) * groupBytes, stride);
     }

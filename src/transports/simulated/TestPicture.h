@@ -31,6 +31,9 @@ struct PictureSettings {
     BayerTileFormat bayer = BAYER_NONE;  ///< of the sensor; none: a mono camera
     unsigned int serialNumber = 0;
     unsigned int frameNumber = 0;
+    bool isStill = false;   ///< the waves do not move
+    double hue = 0;         ///< degrees
+    double saturation = 1;  ///< neither has an effect on raw mosaics and mono cameras
 };
 
 /// Paints the moving test picture: diagonal waves, which on colour cameras differ in phase by a third of a

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "SimulatedFixture.h"
@@ -39,7 +40,7 @@ TEST(Description, WhatIsWrongIsNamed) {
         {"{\"cameras\": [{\"count\": 60}, {\"count\": 5}]}", {"\"cameras[1].count\"", "64 cameras"}},
         {"{\"cameras\": [{\"serial\": 4294967295, \"count\": 2}]}", {"\"cameras[0].serial\"", "4294967294"}},
         {"{\"cameras\": [{\"serial\": 4294967295}, {}]}", {"\"cameras[1].serial\""}},
-        {"{\"cameras\": [{\"frameRate\": 0}]}", {"\"cameras[0].frameRate\"", "0.1 to 1000"}},
+        {"{\"cameras\": [{\"frameRate\": 0}]}", {"\"cameras[0].frameRate\"", "0.25 to 1000"}},
         {"{\"cameras\": [{\"frameRate\": 1e999}]}", {"not JSON"}},
         {"{\"cameras\": [{\"paint\": 1}]}", {"\"cameras[0].paint\"", "true or false"}},
         {"{\"cameras\": [{\"bayer\": \"RGB\"}]}", {"\"cameras[0].bayer\"", "\"RGGB\""}},
@@ -86,7 +87,7 @@ TEST(Description, EveryKeyIsUnderstood) {
     ASSERT_TRUE(IsOk(ParseWorld(R"({"clock": "manual", "buses": [{"cameras": [{
         "serial": 7, "count": 3, "interface": "u3v", "vendor": "V", "model": "M", "firmware": "2.1",
         "sensor": "S", "iidcVersion": 131, "width": 800, "height": 600, "bayer": "GBRG", "frameRate": 99.5,
-        "paint": false, "faults": {"seed": 9, "registers": {"share": 0.5, "accesses": [3],
+        "paint": false, "embeddedItems": 3, "faults": {"seed": 9, "registers": {"share": 0.5, "accesses": [3],
         "addresses": [1540, "0x610"], "readLatencyUs": 1, "writeLatencyUs": 2, "jitterUs": 3},
         "drop": {"share": 0.1}, "corrupt": {"frames": [2]}, "duplicate": {}, "delay": {"frames": [1]},
         "delayUs": 5}}]}, {"cameras": [{}]}]})",
@@ -103,10 +104,22 @@ TEST(Description, EveryKeyIsUnderstood) {
     EXPECT_EQ(camera.bayer, BAYER_GBRG);
     EXPECT_EQ(camera.frameRate, 99.5);
     EXPECT_FALSE(camera.paint);
+    EXPECT_EQ(camera.embeddedItems, 3U);
     EXPECT_EQ(camera.faults.registerAddresses, (std::vector<unsigned int>{0x604, 0x610}));
     EXPECT_EQ(camera.faults.drop.share, 0.1);
     EXPECT_EQ(camera.faults.delayUs, 5U);
     EXPECT_EQ(world.buses[1].cameras[0].serialNumber, 10U) << "numbering goes on";
+}
+
+TEST(Description, ExampleOfTheDocumentIsOne) {
+    std::ifstream file(ZEVRIN_DOCS "/simulation.md");
+    const std::string document{std::istreambuf_iterator<char>(file), {}};
+    const std::size_t begin = document.find("```json\n");
+    ASSERT_NE(begin, std::string::npos);
+    const std::size_t end = document.find("```", begin + 8);
+    WorldDescription world;
+    ASSERT_TRUE(IsOk(ParseWorld(document.substr(begin + 8, end - begin - 8), &world)));
+    EXPECT_EQ(world.buses[0].cameras.size(), 4U);
 }
 
 TEST(Description, ComesFromACountOrAFile) {

@@ -108,4 +108,35 @@ constexpr unsigned int kTransmissionRegister = 0x614;
 constexpr unsigned int kOn = 0x80000000;
 constexpr unsigned long long kSecond = 1000000;  // microseconds
 
+/// A picture as it was sent.
+struct Picture {
+    FrameInfo info;
+    std::vector<unsigned char> data;
+
+    /// A byte of the row, where no digits are.
+    unsigned int At(std::size_t byte, unsigned int y = 200) const { return data[y * info.stride + byte]; }
+    unsigned int Quadlet(std::size_t index) const {
+        const unsigned char* byte = &data[4 * index];
+        return static_cast<unsigned int>(byte[0]) << 24 | static_cast<unsigned int>(byte[1]) << 16 |
+               static_cast<unsigned int>(byte[2]) << 8 | static_cast<unsigned int>(byte[3]);
+    }
+};
+
+/// The next frame of a camera that is not sending, on a manual clock.
+inline Picture TakePicture(Simulation& simulation, HardwareInterface& camera) {
+    Picture picture;
+    Listening stream(camera, 1);
+    WriteCommand(camera, kTransmissionRegister, kOn);
+    for (int step = 0; step < 1000 && picture.data.empty(); ++step) {
+        simulation.AdvanceClock(1000);
+        stream.Drain([&](const Frame& frame) {
+            picture.info = frame.info;
+            picture.data.assign(frame.data, frame.data + frame.info.receivedSize);
+        });
+    }
+    WriteCommand(camera, kTransmissionRegister, 0);
+    EXPECT_FALSE(picture.data.empty());
+    return picture;
+}
+
 }  // namespace Zevrin

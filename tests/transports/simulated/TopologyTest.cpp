@@ -180,9 +180,10 @@ TEST(SimulatedTopology, StandsManyThreads) {
         threads.create_thread([&isDone, pCamera] {
             while (!isDone) {
                 Error error = pCamera->Open();
-                const auto pCounters = boost::make_shared<FrameCounters>();
-                const auto pQueue =
-                    boost::make_shared<FrameQueue>(3, 64 * 48, GRAB_IN_ORDER, false, nullptr, pCounters);
+                // Gone as soon as the stream has stopped: nobody may write to it any more.
+                std::vector<unsigned char> memory(3 * 64 * 48);
+                const auto pQueue = boost::make_shared<FrameQueue>(
+                    3, 64 * 48, GRAB_IN_ORDER, false, memory.data(), boost::make_shared<FrameCounters>());
                 error = pCamera->StartStream(ZevrinConfig(), pQueue);
                 const unsigned int on = kOn;
                 error = pCamera->WriteQuadlets(kRegisterSpace, kCommandBase + kTransmissionRegister, &on, 1,
