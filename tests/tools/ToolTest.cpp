@@ -90,8 +90,8 @@ const Case kCases[] = {
     // Usage.
     {"Version", "--version", 0, {"zevrin " PROJECT_VERSION "\n"}, {}},
     {"Help", "--help", 0, {"Usage: zevrin [global options] <verb> [arguments]", "Examples:"}, {}},
-    {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab"}},
-    {"UnknownVerb", "nix", 2, {}, {"there is no verb \"nix\"; there are: list info reg grab"}},
+    {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab property trigger"}},
+    {"UnknownVerb", "nix", 2, {}, {"there is no verb \"nix\"; there are: list info reg grab property trigger"}},
     {"UnknownRegVerb", "reg nix", 2, {}, {"there is no verb \"nix\"; there are: read write"}},
     {"UnknownOption", "list --nix", 2, {}, {"--nix", "`zevrin list --help`"}},
     // Simulations.
@@ -169,7 +169,9 @@ TEST(Tool, WritesJson) {
         Json expected;
     } cases[] = {
         {"list", Json::parse(R"({"cameras": [{"serialNumber": 1001}, {"serialNumber": 1002}]})")},
-        {"info 1002", Json::parse(R"({"serialNumber": 1002, "power": "on", "transmission": "off"})")},
+        {"info 1002",
+         Json::parse(R"({"serialNumber": 1002, "model": "Simulated Colour", "colorFilter": "RGGB",
+             "power": "on", "transmission": "off", "width": 640, "height": 480, "colorCoding": "Raw8"})")},
         {"reg read 0x610 1001", Json::parse(R"({"serialNumber": 1001, "space": "command",
              "registers": [{"address": 1552, "value": 2147483648}]})")},
         {"grab -n 2 1002 1001",

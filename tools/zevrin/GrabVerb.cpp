@@ -1,8 +1,6 @@
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -15,6 +13,7 @@
 
 #include "CommandLine.h"
 #include "Grabber.h"
+#include "Interruption.h"
 #include "Numbers.h"
 #include "Output.h"
 #include "Session.h"
@@ -37,17 +36,6 @@ struct GrabOptions {
     std::vector<unsigned int> named;
     bool all = false;
 };
-
-std::atomic<bool> s_interrupted{false};
-
-/// The first signal ends the grabbing in good order, a second one the program.
-void CatchInterruptions() {
-    struct sigaction action = {};
-    action.sa_handler = [](int) { s_interrupted = true; };
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-}
 
 /// Before a camera is touched: a folder that cannot be written to is no reason to start a stream.
 void PrepareFolder(const std::string& folder) {
@@ -98,7 +86,7 @@ void WaitForAll(const Grabbers& grabbers, unsigned int count) {
     const bool onTerminal = isatty(STDERR_FILENO) == 1;
     const auto isDone = [](const auto& pGrabber) { return pGrabber->IsDone(); };
     while (!std::all_of(grabbers.begin(), grabbers.end(), isDone)) {
-        if (s_interrupted) {
+        if (IsInterrupted()) {
             std::for_each(grabbers.begin(), grabbers.end(), [](const auto& pGrabber) { pGrabber->Stop(); });
         }
         if (onTerminal) {

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <iomanip>
 #include <iostream>
 
@@ -94,35 +93,46 @@ void AddFormat7(Zevrin::IidcCamera& camera, unsigned int mode, std::vector<Line>
     }
 }
 
-Line ReadColorFilter(Zevrin::IidcCamera& camera) {
-    static const char* const kNames[] = {"none", "RGGB", "GRBG", "GBRG", "BGGR"};
-    Zevrin::BayerTileFormat format = Zevrin::BAYER_NONE;
-    Line line = {"Colour filter", "colorFilter", nullptr};
-    if (camera.GetBayerFormat(&format) == Zevrin::ERR_OK && format <= Zevrin::BAYER_BGGR) {
-        line.value = kNames[format];
-    }
-    return line;
+/// What the camera leaves open is not available.
+Json TextOrNull(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
 }
 
-std::vector<Line> Describe(const Zevrin::CameraListing& listing, Zevrin::IidcCamera& camera) {
-    std::vector<Line> lines = {
-        {"Serial number", "serialNumber", listing.serialNumber},
-        {"Interface", "interface", Zevrin::GetInterfaceTypeName(listing.interfaceType)},
-        {"Vendor", "vendor", listing.vendorName},
-        {"Model", "model", listing.modelName},
-        {"Address", "address", listing.address},
+Json NumberOrNull(unsigned int number) {
+    return number == 0 ? Json(nullptr) : Json(number);
+}
+
+std::vector<Line> DescribeIdentity(const Zevrin::CameraInfo& info) {
+    static const char* const kFilters[] = {"none", "RGGB", "GRBG", "GBRG", "BGGR"};
+    return {
+        {"Serial number", "serialNumber", info.serialNumber},
+        {"Interface", "interface", Zevrin::GetInterfaceTypeName(info.interfaceType)},
+        {"Vendor", "vendor", TextOrNull(info.vendorName)},
+        {"Model", "model", TextOrNull(info.modelName)},
+        {"Address", "address", TextOrNull(info.address)},
+        {"Firmware", "firmware", TextOrNull(info.firmwareVersion)},
+        {"IIDC version x 100", "iidcVersion", NumberOrNull(info.iidcVersion)},
+        {"Sensor", "sensor", TextOrNull(info.sensorInfo)},
+        {"Sensor width", "sensorWidth", NumberOrNull(info.sensorWidth)},
+        {"Sensor height", "sensorHeight", NumberOrNull(info.sensorHeight)},
+        {"Colour", "color", info.isColorCamera ? "yes" : "no"},
+        {"Colour filter", "colorFilter",
+         info.bayerTileFormat <= Zevrin::BAYER_BGGR ? Json(kFilters[info.bayerTileFormat]) : Json(nullptr)},
     };
+}
+
+std::vector<Line> DescribeSettings(Zevrin::IidcCamera& camera) {
+    std::vector<Line> lines;
     for (const RegisterFact* pFact : {&kPower, &kTransmission, &kFormat, &kMode, &kDataDepth}) {
         lines.push_back(ReadFact(camera, *pFact));
     }
-    const Line format = ReadFact(camera, kFormat);
-    const Line mode = ReadFact(camera, kMode);
-    if (format.value == kFormat7 && !mode.value.is_null()) {
-        AddFormat7(camera, mode.value, &lines);
+    const Json format = ReadFact(camera, kFormat).value;
+    const Json mode = ReadFact(camera, kMode).value;
+    if (format == kFormat7 && !mode.is_null()) {
+        AddFormat7(camera, mode, &lines);
     } else {
         lines.push_back(ReadFact(camera, kFrameRate));
     }
-    lines.push_back(ReadColorFilter(camera));
     return lines;
 }
 
@@ -148,14 +158,12 @@ void Info(const Tool& tool, const std::vector<unsigned int>& named) {
     Session session(tool);
     const unsigned int serialNumber = session.Choose(named).front();
     const boost::shared_ptr<Zevrin::IidcCamera> pCamera = session.Connect(serialNumber);
-    const std::vector<Zevrin::CameraListing> cameras = session.List();
-    const auto listing = std::find_if(cameras.begin(), cameras.end(), [&](const auto& camera) {
-        return camera.serialNumber == serialNumber;
-    });
-    if (listing == cameras.end()) {
-        throw ToolFailure(kExitFailed, NameOf(serialNumber) + " went away");
-    }
-    Show(tool, Describe(*listing, *pCamera));
+    Zevrin::CameraInfo info;
+    Check(pCamera->GetCameraInfo(&info), NameOf(serialNumber));
+    std::vector<Line> lines = DescribeIdentity(info);
+    const std::vector<Line> settings = DescribeSettings(*pCamera);
+    lines.insert(lines.end(), settings.begin(), settings.end());
+    Show(tool, lines);
 }
 
 constexpr char kFooter[] = R"(Examples:

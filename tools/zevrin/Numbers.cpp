@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <sstream>
 #include <system_error>
@@ -46,13 +47,46 @@ unsigned int ParseNumber(const std::string& argument, const std::string& text, c
     return value;
 }
 
-CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::string& placeholder,
-                       unsigned int* pValue, const NumberRule& rule, const std::string& help) {
+double ParseReal(const std::string& argument, const std::string& text) {
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, problem] = std::from_chars(text.data(), end, value);
+    if (problem != std::errc() || stop != end || !std::isfinite(value)) {
+        throw CLI::ValidationError(argument, "\"" + text + "\" is not a number, such as 12.5");
+    }
+    return value;
+}
+
+CLI::Option* AddText(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                     const TextSink& sink, const std::string& help) {
     const std::string argument = name.substr(name.rfind(',') + 1);
     return verb
         .add_option_function<std::string>(
-            name, [=](const std::string& text) { *pValue = ParseNumber(argument, text, rule); }, help)
+            name, [=](const std::string& text) { sink(argument, text); }, help)
         ->type_name(placeholder);
+}
+
+CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                       const NumberSink& sink, const NumberRule& rule, const std::string& help) {
+    return AddText(
+        verb, name, placeholder,
+        [=](const std::string& argument, const std::string& text) {
+            sink(ParseNumber(argument, text, rule));
+        },
+        help);
+}
+
+CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                       unsigned int* pValue, const NumberRule& rule, const std::string& help) {
+    return AddNumber(
+        verb, name, placeholder, [pValue](unsigned int value) { *pValue = value; }, rule, help);
+}
+
+CLI::Option* AddReal(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                     const RealSink& sink, const std::string& help) {
+    return AddText(
+        verb, name, placeholder,
+        [=](const std::string& argument, const std::string& text) { sink(ParseReal(argument, text)); }, help);
 }
 
 CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,

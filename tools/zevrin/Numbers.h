@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -22,10 +23,26 @@ struct NumberRule {
 /// Throws CLI::ValidationError, which names the argument, its text, and what would be right.
 unsigned int ParseNumber(const std::string& argument, const std::string& text, const NumberRule& rule);
 
-/// Adds an option or positional argument that is a number.
+/// The same for a number with a fraction, without a rule: what it may be is the camera's to say.
+double ParseReal(const std::string& argument, const std::string& text);
+
+using TextSink = std::function<void(const std::string& argument, const std::string& text)>;
+using NumberSink = std::function<void(unsigned int)>;
+using RealSink = std::function<void(double)>;
+
+/// Adds an option or positional argument whose text goes to `sink`, with the name of the argument for what
+/// it throws.
 /// @param placeholder  shown in the help, such as "<ms>"
+CLI::Option* AddText(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                     const TextSink& sink, const std::string& help);
+
+/// The same for one that is a number.
+CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                       const NumberSink& sink, const NumberRule& rule, const std::string& help);
 CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::string& placeholder,
                        unsigned int* pValue, const NumberRule& rule, const std::string& help);
+CLI::Option* AddReal(CLI::App& verb, const std::string& name, const std::string& placeholder,
+                     const RealSink& sink, const std::string& help);
 
 /// The same for several numbers: arguments of their own, or one argument with commas between them.
 CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,

@@ -44,7 +44,7 @@ int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
 
 int Run(int argc, char** argv) {
     Tool tool;
-    CLI::App app("Lists register-mapped cameras, reads and writes their registers, and grabs images.",
+    CLI::App app("Lists register-mapped cameras, shows and changes how they are set, and grabs images.",
                  "zevrin");
     app.formatter(std::make_shared<HelpFormatter>());
     app.footer(kFooter);
@@ -52,10 +52,10 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     AddGlobalOptions(app, tool);
-    AddListVerb(app, tool);
-    AddInfoVerb(app, tool);
-    AddRegVerb(app, tool);
-    AddGrabVerb(app, tool);
+    for (const auto pAdd : {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb,
+                            AddTriggerVerb, AddStrobeVerb}) {
+        pAdd(app, tool);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

@@ -123,6 +123,7 @@ class CameraList {
                                        "\"duplicateSerials\" is true)",
                                        serialNumber));
         }
+        used.first->second = bus;
     }
 
     const bool m_mayRepeat;

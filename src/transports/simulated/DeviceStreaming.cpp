@@ -71,7 +71,7 @@ bool SimulatedDevice::MayTransmit() const {
 void SimulatedDevice::StartTransmission() {
     if (MayTransmit()) {
         m_registers.Set(Register::kShots, 0);
-        m_sequencer.Start(0);
+        m_sequencer.Start(0, m_writeTime);
     } else {
         m_registers.Set(Register::kTransmission, kTransmissionOff);
     }
@@ -87,7 +87,7 @@ void SimulatedDevice::StartShots(unsigned int count, unsigned int word) {
     const bool isTransmitting = m_registers.Get(Register::kTransmission) != kTransmissionOff;
     if (!isTransmitting && MayTransmit()) {
         m_registers.Set(Register::kShots, word);
-        m_sequencer.Start(count);
+        m_sequencer.Start(count, m_writeTime);
     }
 }
 
@@ -99,7 +99,8 @@ void SimulatedDevice::StopShots() {
 }
 
 void SimulatedDevice::ChangeInput(unsigned int pin, bool isHigh) {
-    if (!m_isPlugged || !m_pins.SetInput(m_registers, pin, isHigh)) {
+    const bool isNoticed = m_pins.SetInput(m_registers, pin, isHigh);  // the outside goes on without a camera
+    if (!m_isPlugged || !isNoticed) {
         return;
     }
     const TriggerSettings trigger = ReadTrigger(m_registers);
@@ -113,11 +114,13 @@ void SimulatedDevice::SetInput(unsigned int pin, bool isHigh, unsigned long long
     {
         const Lock lock(m_bus.GetMutex());
         ChangeInput(pin, isHigh);
+        const unsigned int epoch = m_pins.NextInputEpoch(pin);
         if (microseconds != 0) {
             BusEvent back;
             back.kind = BusEvent::Kind::kInputChange;
             back.time = m_bus.GetTime() + microseconds * kNanosecondsPerMicrosecond;
             back.pDevice = this;
+            back.epoch = epoch;
             back.input = pin;
             back.isHigh = !isHigh;
             m_bus.Schedule(std::move(back));
@@ -140,7 +143,9 @@ void SimulatedDevice::OnEvent(const BusEvent& event) {
         }
         case BusEvent::Kind::kInputChange: {
             const Lock lock(m_bus.GetMutex());
-            ChangeInput(event.input, event.isHigh);
+            if (event.epoch == m_pins.GetInputEpoch(event.input)) {
+                ChangeInput(event.input, event.isHigh);
+            }
             break;
         }
         case BusEvent::Kind::kExposureEnd:

@@ -33,11 +33,12 @@ void ExposureSequencer::PowerUp() {
     m_overrunCount = 0;
 }
 
-void ExposureSequencer::Start(unsigned int frames) {
+void ExposureSequencer::Start(unsigned int frames, unsigned long long time) {
+    const bool begins = !m_isSending || (frames == 0 && m_framesLeft != 0);
     m_framesLeft = frames;
-    if (!m_isSending) {
+    if (begins) {
         m_isSending = true;
-        m_gridOrigin = m_bus.BeginSending();
+        m_origin = time;
         Arm();
     }
 }
@@ -48,12 +49,12 @@ void ExposureSequencer::Stop() {
         ++m_epoch;
         ++m_dueEpoch;
         m_device.GetPins().EndExposure(m_bus.GetTime());
-        m_bus.EndSending();
     }
 }
 
-/// From here on exposures begin anew.
+/// From here on exposures begin anew; one under way is not sent.
 void ExposureSequencer::Arm() {
+    m_device.GetPins().EndExposure(m_bus.GetTime());
     ++m_epoch;
     ++m_dueEpoch;
     m_isDelayed = false;
@@ -67,7 +68,6 @@ void ExposureSequencer::Arm() {
 
 void ExposureSequencer::FollowTrigger() {
     if (m_isSending) {
-        m_device.GetPins().EndExposure(m_bus.GetTime());
         Arm();
     }
 }
@@ -90,13 +90,13 @@ void ExposureSequencer::Schedule(BusEvent::Kind kind, unsigned long long time, u
     m_bus.Schedule(std::move(event));
 }
 
-/// The first time after `after` at which a frame is due: a multiple of the period, in the bus's step.
+/// Schedules the first frame that is due after `after`.
 void ExposureSequencer::ScheduleByRate(unsigned long long after) {
     const double period = m_device.GetImageSetup().period * kNanosecondsPerSecond;
     const auto timeOf = [&](unsigned long long count) {
-        return m_gridOrigin + static_cast<unsigned long long>(static_cast<double>(count) * period);
+        return m_origin + static_cast<unsigned long long>(static_cast<double>(count) * period);
     };
-    auto count = static_cast<unsigned long long>(static_cast<double>(after - m_gridOrigin) / period);
+    auto count = static_cast<unsigned long long>(static_cast<double>(after - m_origin) / period);
     while (timeOf(count) <= after) {
         ++count;
     }

@@ -24,8 +24,9 @@ class ExposureSequencer {
     unsigned int GetExposureCount() const { return m_exposureCount; }
     unsigned int GetTriggerCount() const { return m_triggerCount; }
 
-    /// @param frames  how many; 0: until it is stopped
-    void Start(unsigned int frames);
+    /// @param frames  how many; 0: until it is stopped, which takes over from frames that are counted
+    /// @param time    from when the frames count, nanoseconds of the bus clock
+    void Start(unsigned int frames, unsigned long long time);
 
     /// An exposure under way is not sent.
     void Stop();
@@ -58,10 +59,10 @@ class ExposureSequencer {
     SimulatedBus& m_bus;
 
     bool m_isSending = false;
-    unsigned int m_framesLeft = 0;  ///< 0: until it is stopped
-    unsigned int m_epoch = 0;       ///< moves on when exposures are void
-    unsigned int m_dueEpoch = 0;    ///< moves on when only those that have not begun are
-    unsigned long long m_gridOrigin = 0;
+    unsigned int m_framesLeft = 0;    ///< 0: until it is stopped
+    unsigned int m_epoch = 0;         ///< moves on when exposures are void
+    unsigned int m_dueEpoch = 0;      ///< moves on when only those that have not begun are
+    unsigned long long m_origin = 0;  ///< frames are due at multiples of their period from here on
     unsigned int m_exposureCount = 0;
     unsigned int m_triggerCount = 0;
     unsigned int m_overrunCount = 0;

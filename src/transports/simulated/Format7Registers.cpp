@@ -56,6 +56,15 @@ unsigned int ReadValueSetting(const SimulatedDevice& device, unsigned int, unsig
            (IsFormat7PacketValid(registers) ? 0 : ValueSetting::kError2);
 }
 
+/// The region may move while frames are sent, but only to where it can be: an odd row would turn the mosaic
+/// round under a format that promises another one.
+void ImagePositionWritten(SimulatedDevice& device, unsigned int offset, unsigned int, unsigned int before) {
+    RegisterFile& registers = device.GetRegisters();
+    if (device.GetSequencer().IsSending() && !IsFormat7RegionValid(registers, device.GetDescription())) {
+        registers.Set(offset, before);
+    }
+}
+
 /// COLOR_FILTER_ID: the standard's order differs from that of the enumeration.
 unsigned int GetColorFilter(BayerTileFormat bayer) {
     switch (bayer) {
@@ -92,7 +101,7 @@ std::vector<RegisterRow> MakeFormat7Registers(const CameraDescription& camera) {
     std::vector<RegisterRow> rows = {
         {Format7Block::kMaxImageSize, 1, 0, whole, "MAX_IMAGE_SIZE_INQ"},
         {Format7Block::kUnitSize, 1, 0, units, "UNIT_SIZE_INQ"},
-        {Format7Block::kImagePosition, 1, kAll, 0, "IMAGE_POSITION"},
+        {Format7Block::kImagePosition, 1, kAll, 0, "IMAGE_POSITION", nullptr, ImagePositionWritten},
         {Format7Block::kImageSize, 1, kAll, whole, "IMAGE_SIZE", nullptr, nullptr, true},
         {Format7Block::kColorCoding, 1, kColorCodingField.GetMask(), coding, "COLOR_CODING_ID", nullptr,
          nullptr, true},

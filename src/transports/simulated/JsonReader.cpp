@@ -1,6 +1,9 @@
 #include "JsonReader.h"
 
 #include <algorithm>
+#include <array>
+#include <set>
+#include <stdexcept>
 #include <utility>
 
 #include "Failure.h"
@@ -13,8 +16,43 @@ using nlohmann::json;
 namespace {
 
 constexpr std::size_t kMaxShownValue = 60;
+constexpr int kMaxDepth = 16;
 
+/// Ends the parser at once.
+struct Refusal : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Looks at a text while it is parsed: what the parser itself would take, at the cost of the stack or of all
+/// but the last value of a key.
+class Watch {
+  public:
+    bool operator()(int depth, json::parse_event_t event, const json& value) {
+        if (depth > kMaxDepth) {
+            throw Refusal(FormatText("nests lists and objects more than %d deep.", kMaxDepth));
+        }
+        std::set<std::string>& keys = m_keys[static_cast<std::size_t>(depth)];  // of the object at this depth
+        if (event == json::parse_event_t::object_end) {
+            m_keys[static_cast<std::size_t>(depth) + 1].clear();
+        } else if (event == json::parse_event_t::key && !keys.insert(value.get<std::string>()).second) {
+            throw Refusal(FormatText("has the key \"%s\" twice in one object.",
+                                     Printable(value.get_ref<const std::string&>()).c_str()));
+        }
+        return true;
+    }
+
+  private:
+    std::array<std::set<std::string>, kMaxDepth + 2> m_keys;
+};
+
+/// Only what stands alone is shown in full.
 std::string Shown(const json& value) {
+    if (value.is_array()) {
+        return FormatText("a list of length %zu", value.size());
+    }
+    if (value.is_object()) {
+        return "an object";
+    }
     return Printable(value.dump(-1, ' ', false, json::error_handler_t::replace), kMaxShownValue);
 }
 
@@ -42,7 +80,9 @@ bool ParseUnsigned(const std::string& text, unsigned long long* pValue) {
 
 Error ParseJson(const std::string& text, json* pValue) {
     try {
-        *pValue = json::parse(text);
+        *pValue = json::parse(text, Watch());
+    } catch (const Refusal& refusal) {
+        return Failure(ERR_INVALID_DESCRIPTION, "The description %s", refusal.what());
     } catch (const json::exception& exception) {
         return Failure(ERR_INVALID_DESCRIPTION, "The description is not JSON: %s",
                        Printable(exception.what(), 200).c_str());

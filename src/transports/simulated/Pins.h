@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <limits>
 
+#include "DeviceLayout.h"
 #include "RegisterFile.h"
 
 namespace Zevrin {
@@ -13,6 +15,10 @@ class Pins {
   public:
     /// Whether that is a change that the camera notices.
     bool SetInput(const RegisterFile& registers, unsigned int pin, bool isHigh);
+
+    /// Moves on whenever the outside drives a pin anew: the end of an earlier pulse is void then.
+    unsigned int NextInputEpoch(unsigned int pin) { return ++m_inputEpochs[pin]; }
+    unsigned int GetInputEpoch(unsigned int pin) const { return m_inputEpochs[pin]; }
 
     /// The present levels.
     unsigned int GetLevels(const RegisterFile& registers, unsigned long long now) const;
@@ -33,6 +39,7 @@ class Pins {
     bool IsStrobeActive(unsigned int control, unsigned long long now) const;
 
     unsigned int m_inputs = 0;
+    std::array<unsigned int, kPinCount> m_inputEpochs{};
     bool m_hasExposed = false;
     unsigned long long m_exposureStart = 0;
     unsigned long long m_exposureEnd = 0;

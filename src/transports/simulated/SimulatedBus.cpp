@@ -54,13 +54,6 @@ void SimulatedBus::Schedule(BusEvent event) {
     }
 }
 
-unsigned long long SimulatedBus::BeginSending() {
-    if (m_sendingCount++ == 0) {
-        m_gridOrigin = GetTime();
-    }
-    return m_gridOrigin;
-}
-
 BusEvent SimulatedBus::TakeFirst() {
     BusEvent event = m_events.top();
     m_events.pop();

@@ -70,11 +70,6 @@ class SimulatedBus {
 
     void Schedule(BusEvent event);
 
-    /// A camera begins to send. The cameras of a bus run in step: their frames are due at multiples of
-    /// their periods since the first of them began, which is the result.
-    unsigned long long BeginSending();
-    void EndSending() { --m_sendingCount; }
-
   private:
     struct Later {
         bool operator()(const BusEvent& left, const BusEvent& right) const {
@@ -94,8 +89,6 @@ class SimulatedBus {
     boost::condition_variable m_changed;
     std::priority_queue<BusEvent, std::vector<BusEvent>, Later> m_events;
     unsigned long long m_nextSequence = 0;
-    unsigned int m_sendingCount = 0;
-    unsigned long long m_gridOrigin = 0;
     bool m_isStopping = false;
     boost::thread m_thread;
 };

@@ -137,12 +137,14 @@ Error SimulatedDevice::WriteQuadlets(unsigned short addressHigh, unsigned int ad
     const Error error = [&] {
         const Lock lock(m_bus.GetMutex());
         Error failure = BeginAccess(true, addressHigh, addressLow);
+        const unsigned long long now = m_bus.GetTime();  // one moment for all cameras of a broadcast
         for (unsigned int index = 0; index < count && failure == ERR_OK; ++index) {
             const unsigned int address = addressLow + 4 * index;
             failure = CheckQuadlet(true, address);
             for (const auto& pDevice : m_bus.GetDevices()) {
                 // Nobody answers to a broadcast.
                 if (failure == ERR_OK && (pDevice.get() == this || (broadcast && pDevice->m_isPlugged))) {
+                    pDevice->m_writeTime = now;
                     pDevice->WriteQuadlet(address, pValues[index]);
                 }
             }
@@ -229,21 +231,24 @@ void SimulatedDevice::LoadChannel(unsigned int channel) {
 }
 
 bool SimulatedDevice::Unplug() {
-    boost::shared_ptr<FrameQueue> pQueue;
     {
-        const Lock lock(m_bus.GetMutex());
-        if (!m_isPlugged) {
-            return false;
-        }
-        StopTransmission();
-        m_isPlugged = false;
-        Emit(CameraEvent::kLinkChange, m_bus.GetTime(), 0);
-        pQueue = m_stream.Detach();
-    }
-    if (pQueue) {
+        // From before the queue is detached until it is done with: StopStream waits for that.
         const Lock filling(m_stream.GetFillMutex());
-        pQueue->Fail(Failure(ERR_CAMERA_LOST, "The simulated camera %u was unplugged while it streamed.",
-                             m_description.serialNumber));
+        boost::shared_ptr<FrameQueue> pQueue;
+        {
+            const Lock lock(m_bus.GetMutex());
+            if (!m_isPlugged) {
+                return false;
+            }
+            StopTransmission();
+            m_isPlugged = false;
+            Emit(CameraEvent::kLinkChange, m_bus.GetTime(), 0);
+            pQueue = m_stream.Detach();
+        }
+        if (pQueue) {
+            pQueue->Fail(Failure(ERR_CAMERA_LOST, "The simulated camera %u was unplugged while it streamed.",
+                                 m_description.serialNumber));
+        }
     }
     FlushEvents();
     return true;

@@ -126,6 +126,7 @@ class SimulatedDevice {
     bool m_isPlugged = true;
     unsigned long long m_poweredUp = 0;  ///< nanoseconds of the bus clock
     unsigned int m_portErrors = 0;
+    unsigned long long m_writeTime = 0;  ///< when the write that is under way takes effect
     unsigned int m_lutRevision = 0;
     ToneSettings m_toneSettings;  ///< of m_pTones
     boost::shared_ptr<const ToneTable> m_pTones;

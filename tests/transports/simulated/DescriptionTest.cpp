@@ -18,7 +18,11 @@ struct BadDescription {
 };
 
 TEST(Description, WhatIsWrongIsNamed) {
+    const std::string deep(200000, '[');
     const BadDescription table[] = {
+        {deep.c_str(), {"more than 16 deep"}},
+        {"{\"cameras\": [{\"serial\": 1, \"serial\": 2}]}", {"\"serial\" twice"}},
+        {"{\"cameras\": [[[1]]]}", {"\"cameras[0]\"", "a list of length 1", "object"}},
         {"", {"not JSON"}},
         {"{\"cameras\": [", {"not JSON", "line 1"}},
         {"[]", {"an object in braces"}},
@@ -59,6 +63,9 @@ TEST(Description, WhatIsWrongIsNamed) {
          {"\"buses[1].cameras[0].serial\"", "5 is taken", "duplicateSerials"}},
         {"{\"duplicateSerials\": true, \"cameras\": [{\"serial\": 5}, {\"serial\": 5}]}",
          {"\"cameras[1].serial\"", "5 is taken"}},
+        {"{\"duplicateSerials\": true, \"buses\": [{\"cameras\": [{\"serial\": 5}]},"
+         "{\"cameras\": [{\"serial\": 5}, {\"serial\": 5}]}]}",
+         {"\"buses[1].cameras[1].serial\"", "5 is taken"}},
         {"{\"buses\": [{}]}", {"\"buses[0].cameras\"", "list of cameras"}},
     };
     for (const BadDescription& bad : table) {

@@ -38,6 +38,14 @@ long ReadNumber(const Frame& frame, unsigned int line) {
     }
 }
 
+/// The time stamp in a picture, in ticks of 1/24576000 s.
+unsigned int ReadStamp(const Frame& frame) {
+    const unsigned char* byte = frame.data;
+    const unsigned int word =
+        static_cast<unsigned int>(byte[0]) << 24 | byte[1] << 16U | byte[2] << 8U | byte[3];
+    return ((word >> 25) * 8000 + (word >> 12 & 0x1FFF)) * 3072 + (word & 0xFFF);
+}
+
 constexpr unsigned long long kExposure = 5000;  // microseconds
 
 TEST(SimulatedFrames, FlowAtTheirRateWhileTransmissionIsOnAndSomebodyListens) {
@@ -97,17 +105,14 @@ TEST(SimulatedFrames, CarryNumberPictureAndStamp) {
     WriteCommand(*pCamera, kTransmissionRegister, kOn);
     pSimulation->AdvanceClock(250000);
     unsigned int expectedId = 1;
-    const unsigned int expectedStamps[] = {400U << 12, 1200U << 12};
+    const unsigned int expectedStamps[] = {400U * 3072, 1200U * 3072};
     stream.Drain([&](const Frame& frame) {
         EXPECT_EQ(frame.info.frameId, expectedId);
         EXPECT_EQ(frame.info.width * 10000 + frame.info.height, 6400480U);
         EXPECT_EQ(frame.info.receivedSize, 307200U);
         EXPECT_EQ(ReadNumber(frame, 0), 9073);
         EXPECT_EQ(ReadNumber(frame, 1), static_cast<long>(expectedId));
-        const unsigned char* stamp = frame.data;
-        const unsigned int word =
-            static_cast<unsigned int>(stamp[0]) << 24 | stamp[1] << 16U | stamp[2] << 8U | stamp[3];
-        EXPECT_EQ(word, expectedStamps[expectedId - 1]) << "start of exposure, across the wrap";
+        EXPECT_EQ(ReadStamp(frame), expectedStamps[expectedId - 1]) << "start of exposure, across the wrap";
         for (const unsigned int y : {100U, 101U, 479U}) {
             for (const unsigned int x : {0U, 101U, 639U}) {
                 EXPECT_EQ(frame.data[y * 640 + x], SceneAt(x + (y & ~3U) + 4 * expectedId)) << x << ", " << y;
@@ -160,25 +165,28 @@ TEST(SimulatedFrames, ShowTheRegionOfFormat7) {
     EXPECT_EQ(count, 1U);
 }
 
-TEST(SimulatedFrames, OfOneBusAreInStep) {
-    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}, {"frameRate": 30}]})");
-    const auto pFirst = OpenCamera(1001);
-    const auto pSecond = OpenCamera(1002);
-    WriteCommand(*pFirst, 0x12F8, 1);
-    WriteCommand(*pSecond, 0x12F8, 1);
-    Listening first(*pFirst);
-    Listening second(*pSecond);
-    WriteCommand(*pFirst, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(20000);  // as far apart as switching on may be
-    WriteCommand(*pSecond, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(2 * kSecond);
-    std::vector<std::string> stamps[2];
-    first.Drain([&](const Frame& frame) { stamps[0].emplace_back(frame.data, frame.data + 4); });
-    second.Drain([&](const Frame& frame) { stamps[1].emplace_back(frame.data, frame.data + 4); });
-    ASSERT_GE(stamps[0].size(), 29U);
-    ASSERT_GE(stamps[1].size(), 58U);
-    for (std::size_t index = 0; index < 29; ++index) {
-        EXPECT_EQ(stamps[0][index], stamps[1][2 * index + 1]) << index;
+TEST(SimulatedFrames, CountFromTheSwitchingOnOfTheirCamera) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}, {}]})");
+    const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
+    for (const unsigned int distance : {20000U, 5000U}) {
+        std::vector<unsigned int> stamps[2];
+        Listening first(*cameras[0]);
+        Listening second(*cameras[1]);
+        for (const auto& pCamera : cameras) {
+            WriteCommand(*pCamera, 0x12F8, 1);
+            WriteCommand(*pCamera, kTransmissionRegister, kOn);
+            pSimulation->AdvanceClock(pCamera == cameras[0] ? distance : kSecond);
+        }
+        first.Drain([&](const Frame& frame) { stamps[0].push_back(ReadStamp(frame)); });
+        second.Drain([&](const Frame& frame) { stamps[1].push_back(ReadStamp(frame)); });
+        ASSERT_GE(stamps[1].size(), 14U);
+        for (std::size_t index = 0; index < 14; ++index) {
+            EXPECT_EQ(stamps[1][index] - stamps[0][index], distance / 125 * 3072) << index;
+        }
+        for (const auto& pCamera : cameras) {
+            WriteCommand(*pCamera, kTransmissionRegister, 0);
+            pSimulation->AdvanceClock(3000);
+        }
     }
 }
 

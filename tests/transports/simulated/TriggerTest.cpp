@@ -185,6 +185,31 @@ TEST_F(SimulatedTrigger, ShotsNeedNoTransmission) {
     Write(0x61C, 0);
     Advance(kSecond);
     EXPECT_EQ(m_stream.Drain(), 2U) << "stopped";
+    Write(0x61C, 0x40000007);
+    Advance(100000);
+    m_recorder.Take();
+    Write(kTransmissionRegister, kOn);
+    Advance(66667);
+    EXPECT_EQ(m_recorder.Take(), (Events{"ExposureStart 14@5366666"})) << "transmission begins anew";
+}
+
+TEST_F(SimulatedTrigger, PinsFollowTheOutsideAtAllTimes) {
+    const auto isHigh = [&] {
+        bool level = false;
+        EXPECT_TRUE(IsOk(m_pSimulation->GetPin(1001, 2, &level)));
+        return level;
+    };
+    Pulse(2, 100);
+    Advance(50);
+    Pulse(2, 100);
+    Advance(60);
+    EXPECT_TRUE(isHigh()) << "the second pulse lasts";
+    Advance(40);
+    EXPECT_FALSE(isHigh());
+    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(1001)));
+    EXPECT_TRUE(IsOk(m_pSimulation->SetInput(1001, 2, true)));
+    ASSERT_TRUE(IsOk(m_pSimulation->Replug(1001)));
+    EXPECT_TRUE(isHigh()) << "changed while the camera was away";
 }
 
 TEST_F(SimulatedTrigger, StrobesFollowTheExposure) {

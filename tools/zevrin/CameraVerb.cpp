@@ -1,0 +1,59 @@
+#include "CameraVerb.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "Numbers.h"
+#include "Session.h"
+
+namespace ZevrinTool {
+
+void Target::Check(const Zevrin::Error& error) const {
+    ZevrinTool::Check(error, NameOf(serialNumber));
+}
+
+void Target::Show(const Facts& facts, const std::string& key, const std::vector<Facts>& rows) const {
+    if (!tool.json) {
+        PrintLines(facts);
+        PrintRows(rows);
+        return;
+    }
+    Json document = {{"serialNumber", serialNumber}};
+    document.update(ToJson(facts));
+    if (!key.empty()) {
+        Json& list = document[key] = Json::array();
+        for (const Facts& row : rows) {
+            list.push_back(ToJson(row));
+        }
+    }
+    Print(document);
+}
+
+void WorkOnCamera(CLI::App& verb, Tool& tool, const CameraWork& work) {
+    auto pNamed = std::make_shared<std::vector<unsigned int>>();
+    AddNumbers(verb, "SERIAL", pNamed.get(), NumberRule(), "Serial number of the camera")->expected(0, 1);
+    verb.callback([&tool, pNamed, work] {
+        tool.run = [&tool, pNamed, work] {
+            Session session(tool);
+            const unsigned int serialNumber = session.Choose(*pNamed).front();
+            const auto pCamera = session.Connect(serialNumber);
+            work({tool, serialNumber, *pCamera});
+        };
+    });
+}
+
+void RequireAny(bool isAnything) {
+    if (!isAnything) {
+        throw ToolFailure(kExitUsage, "nothing is to be set; the verb's --help shows what can be");
+    }
+}
+
+void AddSwitch(CLI::App& verb, const std::string& what, const std::function<void(bool)>& sink) {
+    CLI::Option* const pOn = verb.add_flag_callback(
+        "--on", [sink] { sink(true); }, "Switches " + what + " on");
+    verb.add_flag_callback(
+            "--off", [sink] { sink(false); }, "Switches " + what + " off")
+        ->excludes(pOn);
+}
+
+}  // namespace ZevrinTool

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <chrono>
+
+namespace ZevrinTool {
+
+/// From now on the first SIGINT or SIGTERM ends the work in good order, and a second one the program.
+void CatchInterruptions();
+
+bool IsInterrupted();
+
+/// Returns early when it is interrupted.
+void WaitFor(std::chrono::milliseconds duration);
+
+}  // namespace ZevrinTool
