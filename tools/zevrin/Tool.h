@@ -53,5 +53,13 @@ void AddGrabVerb(CLI::App& app, Tool& tool);
 void AddPropertyVerb(CLI::App& app, Tool& tool);
 void AddTriggerVerb(CLI::App& app, Tool& tool);
 void AddStrobeVerb(CLI::App& app, Tool& tool);
+void AddLutVerb(CLI::App& app, Tool& tool);
+void AddMemoryVerb(CLI::App& app, Tool& tool);
+void AddGpioVerb(CLI::App& app, Tool& tool);
+void AddEmbeddedVerb(CLI::App& app, Tool& tool);
+void AddStatsVerb(CLI::App& app, Tool& tool);
+void AddTimeVerb(CLI::App& app, Tool& tool);
+void AddEventsVerb(CLI::App& app, Tool& tool);
+void AddFormatVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

@@ -53,7 +53,8 @@ int Run(int argc, char** argv) {
     app.fallthrough();
     AddGlobalOptions(app, tool);
     for (const auto pAdd : {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb,
-                            AddTriggerVerb, AddStrobeVerb}) {
+                            AddTriggerVerb, AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb,
+                            AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb, AddFormatVerb}) {
         pAdd(app, tool);
     }
     try {

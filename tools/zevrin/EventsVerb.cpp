@@ -1,0 +1,213 @@
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <iostream>
+#include <memory>
+#include <mutex>
+
+#include "CameraVerb.h"
+#include "CommandLine.h"
+#include "Interruption.h"
+#include "Numbers.h"
+#include "Tool.h"
+
+namespace ZevrinTool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr unsigned int kMaxCount = 1000000;
+constexpr unsigned int kMaxDurationMs = 86400000;
+constexpr std::chrono::milliseconds kLookInterval(50);
+
+struct EventsOptions {
+    std::vector<std::string> names;  ///< empty: all
+    unsigned int count = 0;          ///< 0: no limit
+    unsigned int durationMs = 0;     ///< 0: no limit
+    bool idle = false;
+};
+
+/// An event that outlives its callback.
+struct Event {
+    std::string name;
+    unsigned int id;
+    unsigned long long timeStamp;
+    std::vector<unsigned char> data;
+};
+
+/// Takes events from the library's thread to the program's.
+class EventQueue {
+  public:
+    static void OnEvent(const Zevrin::DeviceEvent* pEvent) {
+        auto* const pSelf = const_cast<EventQueue*>(static_cast<const EventQueue*>(pEvent->userData));
+        const std::lock_guard<std::mutex> lock(pSelf->m_mutex);
+        pSelf->m_events.push_back(
+            {pEvent->name, pEvent->id, pEvent->timeStamp, {pEvent->data, pEvent->data + pEvent->dataSize}});
+        pSelf->m_changed.notify_one();
+    }
+
+    /// False when none came until `deadline`.
+    bool Take(Clock::time_point deadline, Event* pEvent) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (!m_changed.wait_until(lock, deadline, [this] { return !m_events.empty(); })) {
+            return false;
+        }
+        *pEvent = std::move(m_events.front());
+        m_events.pop_front();
+        return true;
+    }
+
+  private:
+    std::mutex m_mutex;  // guards the events
+    std::condition_variable m_changed;
+    std::deque<Event> m_events;
+};
+
+/// No event comes any more when it is gone.
+class Registration {
+  public:
+    Registration(const Target& target, EventQueue* pQueue, const std::vector<std::string>& names)
+        : m_camera(target.camera) {
+        if (!m_camera.InterfaceSupportsEvents()) {
+            throw ToolFailure(kExitFailed, NameOf(target.serialNumber) +
+                                               " has no device events: its interface must be GigE Vision or "
+                                               "USB3 Vision; `zevrin list` shows it");
+        }
+        Zevrin::EventOptions options;
+        options.callback = EventQueue::OnEvent;
+        options.userData = pQueue;
+        if (names.empty()) {
+            target.Check(m_camera.RegisterAllEvents(&options));
+        }
+        for (const std::string& name : names) {
+            options.eventName = name.c_str();
+            const Zevrin::Error error = m_camera.RegisterEvent(&options);
+            if (error != Zevrin::ERR_OK) {
+                Withdraw();
+                ZevrinTool::Check(error, NameOf(target.serialNumber) + ", event \"" + name + "\"");
+            }
+        }
+    }
+    ~Registration() { Withdraw(); }
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+
+  private:
+    void Withdraw() {
+        const Zevrin::Error ignored = m_camera.DeregisterAllEvents();
+        static_cast<void>(ignored);  // none may have been registered
+    }
+
+    Zevrin::IidcCamera& m_camera;
+};
+
+/// Lets the camera expose: without a stream there is little to tell.
+class Exposing {
+  public:
+    explicit Exposing(const Target& target) : m_camera(target.camera) {
+        target.Check(m_camera.StartCapture([](Zevrin::Image*, const void*) {}, nullptr));
+    }
+    ~Exposing() {
+        const Zevrin::Error ignored = m_camera.StopCapture();
+        static_cast<void>(ignored);  // the camera may have gone
+    }
+    Exposing(const Exposing&) = delete;
+    Exposing& operator=(const Exposing&) = delete;
+
+  private:
+    Zevrin::IidcCamera& m_camera;
+};
+
+std::string HexText(const std::vector<unsigned char>& data) {
+    std::string text;
+    for (const unsigned char byte : data) {
+        char digits[4];
+        std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned int>(byte));
+        text += digits;
+    }
+    return text;
+}
+
+void ShowEvent(const Target& target, const Event& event) {
+    if (target.tool.json) {
+        PrintLine({{"serialNumber", target.serialNumber},
+                   {"event", event.name},
+                   {"id", event.id},
+                   {"timeStampNs", event.timeStamp},
+                   {"data", HexText(event.data)}});
+        return;
+    }
+    char line[96];
+    std::snprintf(line, sizeof line, "%16.6f s  0x%04X  ", static_cast<double>(event.timeStamp) * 1e-9,
+                  event.id);
+    std::cout << line << Printable(event.name) << "  " << HexText(event.data) << std::endl;
+}
+
+void ShowAll(const Target& target, const EventsOptions& options, EventQueue* pQueue) {
+    const auto end = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    unsigned int count = 0;
+    while (!IsInterrupted() && (options.count == 0 || count < options.count)) {
+        const auto now = Clock::now();
+        if (options.durationMs != 0 && now >= end) {
+            break;
+        }
+        const auto slice = now + kLookInterval;
+        Event event;
+        if (pQueue->Take(options.durationMs != 0 ? std::min(end, slice) : slice, &event)) {
+            ShowEvent(target, event);
+            ++count;
+        }
+    }
+    if (count < options.count) {
+        const std::string tally =
+            std::to_string(count) + " of " + std::to_string(options.count) + " events came";
+        throw IsInterrupted()
+            ? ToolFailure(kExitFailed, "stopped: " + tally)
+            : ToolFailure(kExitTimeout, tally + " within " + std::to_string(options.durationMs) + " ms");
+    }
+}
+
+void Run(const Target& target, const EventsOptions& options) {
+    CatchInterruptions();
+    EventQueue queue;
+    const Registration registration(target, &queue, options.names);
+    std::unique_ptr<Exposing> pExposing;
+    if (!options.idle) {
+        pExposing = std::make_unique<Exposing>(target);
+    }
+    ShowAll(target, options, &queue);
+}
+
+constexpr char kFooter[] =
+    R"(A line tells the time by the camera's own clock, the number of the event, its name, and its data. With --json,
+each line is a document. Cameras with GigE Vision and USB3 Vision have events. Without limits it ends when it is
+interrupted.
+
+Examples:
+  echo '{"cameras": [{"interface": "gige"}]}' > gige.json; zevrin --simulate gige.json events -n 10
+  echo '{"cameras": [{"interface": "u3v"}]}' > u3v.json; zevrin --simulate u3v.json --json events --duration 500
+  zevrin --simulate gige.json events --event ExposureEnd -n 3
+)";
+
+}  // namespace
+
+void AddEventsVerb(CLI::App& app, Tool& tool) {
+    CLI::App* const pVerb = AddVerb(app, "events", "Shows device events as they come", kFooter);
+    auto pOptions = std::make_shared<EventsOptions>();
+    AddNumber(*pVerb, "-n,--count", "<events>", &pOptions->count, {1, kMaxCount, 1},
+              "Ends after so many events, 1 to 1000000 (default: no limit)");
+    AddNumber(*pVerb, "--duration", "<ms>", &pOptions->durationMs, {1, kMaxDurationMs, 1},
+              "Ends after this time in milliseconds, 1 to 86400000 (default: no limit)");
+    AddText(
+        *pVerb, "--event", "<name>",
+        [pOptions](const std::string&, const std::string& text) { pOptions->names.push_back(text); },
+        "Shows this event only, such as ExposureEnd (default: all events)");
+    pVerb->add_flag("--idle", pOptions->idle,
+                    "Does not start a stream, which otherwise lets the camera expose");
+    WorkOnCamera(*pVerb, tool, [pOptions](const Target& target) { Run(target, *pOptions); });
+}
+
+}  // namespace ZevrinTool

@@ -1,0 +1,72 @@
+#include <memory>
+
+#include "CameraVerb.h"
+#include "CommandLine.h"
+#include "Numbers.h"
+#include "Tool.h"
+
+namespace ZevrinTool {
+
+namespace {
+
+constexpr unsigned int kMaxChannel = 15;
+
+void Show(const Target& target) {
+    unsigned int current = 0;
+    target.Check(target.camera.GetMemoryChannel(&current));
+    unsigned int highest = 0;
+    target.Check(target.camera.GetMemoryChannelInfo(&highest));
+    target.Show({
+        {"Loaded last", "current", current, std::to_string(current) + (current == 0 ? " (factory)" : "")},
+        {"Highest channel", "highest", highest, ""},
+    });
+}
+
+using Operation = Zevrin::Error (Zevrin::CameraInternal::*)(unsigned int channel);
+
+void AddOperation(CLI::App& verb, Tool& tool, unsigned int min, const char* help, Operation operation) {
+    auto pChannel = std::make_shared<unsigned int>(0);
+    AddNumber(verb, "CHANNEL", "<channel>", pChannel.get(), {min, kMaxChannel, 1}, help)->required();
+    WorkOnCamera(verb, tool, [=](const Target& target) {
+        target.Check((target.camera.*operation)(*pChannel));
+        Show(target);
+    });
+}
+
+constexpr char kFooter[] = R"(Examples:
+  zevrin memory show 1001
+  zevrin memory save 1 1001
+  zevrin memory restore 0 1001
+)";
+
+constexpr char kShowFooter[] = R"(Examples:
+  zevrin memory show 1001
+  zevrin --json memory show 1001
+)";
+
+constexpr char kSaveFooter[] = R"(Examples:
+  zevrin memory save 1 1001
+  zevrin --json memory save 2 1001
+)";
+
+constexpr char kRestoreFooter[] = R"(Examples:
+  zevrin memory restore 0 1001
+  zevrin --json memory restore 1 1001
+)";
+
+}  // namespace
+
+void AddMemoryVerb(CLI::App& app, Tool& tool) {
+    CLI::App* const pVerb =
+        AddVerb(app, "memory", "Saves settings in the camera, and restores them", kFooter);
+    pVerb->require_subcommand(1);
+    WorkOnCamera(*AddVerb(*pVerb, "show", "Shows the memory channels", kShowFooter), tool, Show);
+    AddOperation(*AddVerb(*pVerb, "save", "Saves the present settings in a channel", kSaveFooter), tool, 1,
+                 "The channel, from 1; `zevrin memory show` shows the highest",
+                 &Zevrin::CameraInternal::SaveToMemoryChannel);
+    AddOperation(*AddVerb(*pVerb, "restore", "Restores the settings of a channel", kRestoreFooter), tool, 0,
+                 "The channel, from 0, which holds the factory's settings",
+                 &Zevrin::CameraInternal::RestoreFromMemoryChannel);
+}
+
+}  // namespace ZevrinTool
