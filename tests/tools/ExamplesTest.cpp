@@ -210,7 +210,7 @@ add_executable(sample main.cpp)
 target_compile_features(sample PRIVATE cxx_std_17)
 target_link_libraries(sample PRIVATE Zevrin::zevrin)
 )";
-    ExpectToWork("'" CMAKE_PROGRAM "' -S . -B build -DCMAKE_PREFIX_PATH='" + Prefix() +
+    ExpectToWork("'" CMAKE_PROGRAM "' -G Ninja -S . -B build -DCMAKE_PREFIX_PATH='" + Prefix() +
                  "' -DCMAKE_CXX_COMPILER='" CXX_PROGRAM "' -DCMAKE_CXX_FLAGS='" + SanitizerFlag() +
                  "' && '" CMAKE_PROGRAM "' --build build && build/sample");
     EXPECT_TRUE(Zevrin::IsWholePng(s_pFolder->Path("first.png")));
