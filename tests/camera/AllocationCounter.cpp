@@ -1,5 +1,3 @@
-#include "AllocationCounter.h"
-
 #include <cstdlib>
 #include <new>
 
@@ -26,6 +24,13 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
+
+/// As the test declares it.
+class AllocationCounter {
+  public:
+    AllocationCounter();
+    int Stop();
+};
 
 AllocationCounter::AllocationCounter() {
     t_count = 0;

@@ -6,20 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "BusMaster.h"
 #include "CameraInternal.h"
-#include "DcamFormat.h"
-#include "EventList.h"
-#include "Format7.h"
-#include "Info.h"
-#include "Iso.h"
-#include "Lut.h"
-#include "MemoryChannel.h"
-#include "PropertyManager.h"
-#include "Script.h"
+#include "Components.h"
 #include "Singleton.h"
-#include "Strobe.h"
-#include "Trigger.h"
 
 namespace Zevrin {
 
@@ -41,10 +30,6 @@ class TestCamera : public CameraInternal {
     }
     Error StartCapture(ImageCallback, const void*) override { return Error(); }
 
-    using CameraInternal::m_pDcamFormat;
-    using CameraInternal::m_pEventList;
-    using CameraInternal::m_pFormat7;
-    using CameraInternal::m_pInfo;
     using CameraInternal::m_pIOBase;
     using CameraInternal::m_pIso;
     using CameraInternal::m_pLut;
@@ -54,52 +39,43 @@ class TestCamera : public CameraInternal {
     using CameraInternal::m_pTrigger;
 };
 
-/// A camera that passes the guard, and an empty record of calls.
-class CameraTest : public testing::Test {
-  protected:
-    CameraTest() {
-        EXPECT_EQ(m_camera.Connect(kSerialNumber), ERR_OK);
-        Script::Get().generations = {kGeneration};
-        Script::Get().calls.clear();
-    }
-    ~CameraTest() override { Script::Reset(); }
-
-    static std::vector<std::string>& Calls() { return Script::Get().calls; }
-    /// Which of the camera object's files noticed it is its own affair; all say that it was this one.
-    static void ExpectOwnSource(const Error& error) {
-        EXPECT_STREQ(error.GetSourceFile(), "CameraInternal.cpp");
-        EXPECT_GT(error.GetSourceLine(), 0);
-        EXPECT_EQ(std::string(error.GetBuildDate()).size(), std::string("Oct 15 2018").size());
-        EXPECT_EQ(std::string(error.GetBuildTime()).size(), std::string("22:23:22").size());
-    }
-    static int BusMasterHolds() { return Singleton<BusMaster>::m_iRefCount; }
-
-    TestCamera m_camera;
-};
+using CallList = std::vector<std::string>;
 
 /// How often an error was wrapped.
 inline int CauseLevels(const Error& error) {
     return error.GetCause() == ERR_OK ? 0 : 1 + CauseLevels(error.GetCause());
 }
 
+/// Whether an error has this type and text, and was wrapped so often. A success has no text that matters.
+inline testing::AssertionResult Says(const Error& error, ErrorType type, const std::string& text,
+                                     int causeLevels = 0) {
+    const bool hasText = type == ERR_OK || error.GetDescription() == text;
+    if (error == type && hasText && CauseLevels(error) == causeLevels) {
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "not '" << text << "' but " << error.GetTrace();
+}
+
 /// A component's failure with a type and text that nothing else produces.
-Error ComponentFailure();
+inline Error ComponentFailure() {
+    return InternalError(17, "Component.cpp", "", "", ERR_TRIGGER_FAILED, "component %s %d", "said", 99);
+}
 
-/// How an operation of the camera object treats the guard and the component's result.
-enum class Shape { kUnguardedPassThrough, kGuardedPassThrough, kWrapping, kDelegating, kOwnMessage };
+/// A camera that passes the guard, and an empty record of calls.
+class CameraTest : public testing::Test {
+  protected:
+    CameraTest() {
+        EXPECT_EQ(m_camera.Connect(kSerialNumber), ERR_OK);
+        m_script.generations = {kGeneration};
+        Calls().clear();
+    }
+    ~CameraTest() override { m_script = Script::State(); }
 
-struct Operation {
-    std::string name;
-    Shape shape;
-    std::function<Error(CameraInternal&)> invoke;
-    std::string expectedCall;                      ///< what the component is to see; empty: it varies
-    std::string componentOperation;                ///< "Class::Operation"
-    std::function<void(TestCamera&)> emptyHandle;  ///< takes the component away
-    ErrorType failureType = ERR_OK;                ///< of kOwnMessage
-    const char* failureText = nullptr;             ///< of kOwnMessage
+    static CallList& Calls() { return Script::Get().calls; }
+    static int BusMasterHolds() { return Singleton<BusMaster>::m_iRefCount; }
+
+    Script::State& m_script = Script::Get();
+    TestCamera m_camera;
 };
-
-/// Every operation that hands its arguments to one component.
-const std::vector<Operation>& Operations();
 
 }  // namespace Zevrin

@@ -1,8 +1,9 @@
+#include <algorithm>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <cstring>
+#include <iterator>
 
 #include "Fixture.h"
-#include "HardwareInterface.h"
 
 namespace Zevrin {
 
@@ -14,105 +15,87 @@ const char* const kComponents[] = {"IOBase", "PropertyManager", "Format7",  "Tri
 
 class LifecycleTest : public testing::Test {
   protected:
-    LifecycleTest() { Script::Reset(); }
-    ~LifecycleTest() override { Script::Reset(); }
+    ~LifecycleTest() override { m_script = Script::State(); }
     static int Holds() { return Singleton<BusMaster>::m_iRefCount; }
+    /// What is made of the name of each component, in order.
+    template <typename Make>
+    static CallList OfEach(const Make& make) {
+        CallList list;
+        std::transform(std::begin(kComponents), std::end(kComponents), std::back_inserter(list), make);
+        return list;
+    }
+
+    Script::State& m_script = Script::Get();
 };
 
-std::vector<std::string> Marked(char mark, std::size_t count) {
-    std::vector<std::string> marked;
-    for (std::size_t index = 0; index < count; ++index) {
-        marked.push_back(mark + std::string(kComponents[index]));
-    }
-    return marked;
-}
-
 TEST_F(LifecycleTest, CreatesAndDestroysInOrderWithTheBusManagerLast) {
-    std::vector<std::string> expected = Marked('+', 11);
-    expected.push_back("+BusMaster");
-    {
-        const TestCamera camera;
-        EXPECT_EQ(Script::Get().calls, expected);
-        EXPECT_EQ(Holds(), 1);
-        EXPECT_FALSE(camera.IsConnected());
-        EXPECT_EQ(camera.GetGeneration(), 0xFFFFFFFFU);
-        Script::Get().calls.clear();
-    }
-    expected = Marked('-', 11);
-    expected.push_back("-BusMaster");
-    EXPECT_EQ(Script::Get().calls, expected);
-    EXPECT_EQ(Holds(), 0);
-    EXPECT_EQ(Singleton<BusMaster>::m_pInstance, nullptr);
-
-    Script::Get().calls.clear();
-    const TestCamera again;
-    EXPECT_EQ(Script::Get().calls.back(), "+BusMaster") << "a fresh bus manager";
-}
-
-TEST_F(LifecycleTest, ReleasesWhatItHasWhenACreationThrows) {
-    std::vector<std::string> all(std::begin(kComponents), std::end(kComponents));
-    all.push_back("BusMaster");
-    for (std::size_t failing = 0; failing < all.size(); ++failing) {
-        SCOPED_TRACE(all[failing]);
-        Script::Reset();
-        Script::Get().throwingConstructor = all[failing];
-        EXPECT_THROW(TestCamera(), Script::ConstructorFailed);
-        EXPECT_EQ(Script::Get().calls.size(), 2 * failing) << "created and destroyed alike";
+    const auto marked = [](char mark) {
+        CallList list = OfEach([mark](const char* name) { return mark + std::string(name); });
+        list.push_back(mark + std::string("BusMaster"));
+        return list;
+    };
+    for (int round = 0; round < 2; ++round) {
+        m_script.calls.clear();
+        {
+            const TestCamera camera;
+            EXPECT_EQ(m_script.calls, marked('+')) << "with a fresh bus manager";
+            EXPECT_EQ(Holds(), 1);
+            EXPECT_FALSE(camera.IsConnected());
+            EXPECT_EQ(camera.GetGeneration(), 0xFFFFFFFFU);
+            m_script.calls.clear();
+        }
+        EXPECT_EQ(m_script.calls, marked('-'));
         EXPECT_EQ(Holds(), 0);
         EXPECT_EQ(Singleton<BusMaster>::m_pInstance, nullptr);
     }
 }
 
-TEST_F(LifecycleTest, LeavesAComponentToItsOtherHolders) {
-    boost::shared_ptr<Iso> pIso;
-    {
-        const TestCamera camera;
-        pIso = camera.m_pIso;
-        Script::Get().calls.clear();
+TEST_F(LifecycleTest, ReleasesWhatItHasWhenACreationThrows) {
+    CallList all = OfEach([](const char* name) { return name; });
+    all.push_back("BusMaster");
+    for (std::size_t failing = 0; failing < all.size(); ++failing) {
+        SCOPED_TRACE(all[failing]);
+        m_script.calls.clear();
+        m_script.throwingConstructor = all[failing];
+        EXPECT_THROW(TestCamera(), Script::ConstructorFailed);
+        EXPECT_EQ(m_script.calls.size(), 2 * failing) << "created and destroyed alike";
+        EXPECT_EQ(Holds(), 0);
     }
-    EXPECT_EQ(Script::Get().calls.size(), 11U) << "ten components and the bus manager";
-    pIso.reset();
-    EXPECT_EQ(Script::Get().calls.back(), "-Iso");
 }
 
 TEST_F(LifecycleTest, HandsTheHandleToAllElevenEvenWhenOneFails) {
     TestCamera camera;
     EXPECT_EQ(camera.Connect(kSerialNumber), ERR_OK);
-    Script::Get().generations = {kGeneration};
+    m_script.generations = {kGeneration};
     const auto pHardware = boost::make_shared<HardwareInterface>();
-    Script::Get().failures["IOBase::SetIO"] = ComponentFailure();
-    Script::Get().failures["IOBase::ReleaseIO"] = ComponentFailure();
-    Script::Get().calls.clear();
+    m_script.failures["IOBase::SetIO"] = ComponentFailure();
+    m_script.failures["IOBase::ReleaseIO"] = ComponentFailure();
+    m_script.calls.clear();
     EXPECT_EQ(camera.SetAllIO(pHardware, 0xF0000000U, 0xF0F00000U), ERR_OK);
-    std::vector<std::string> expected;
-    for (const char* name : kComponents) {
-        const bool isEventList = std::strcmp(name, "EventList") == 0;
-        expected.push_back(Script::CallText(isEventList ? "EventList::SetIO" : "IOBase::SetIO", name,
-                                            pHardware.get(), 0xF0000000U, 0xF0F00000U));
-    }
-    EXPECT_EQ(Script::Get().calls, expected);
+    CallList expected = OfEach([&](const char* name) {
+        return Script::CallText("IOBase::SetIO", name, pHardware.get(), 0xF0000000U, 0xF0F00000U);
+    });
+    expected.back() = Script::CallText("EventList::SetIO", pHardware.get(), 0xF0000000U, 0xF0F00000U);
+    EXPECT_EQ(m_script.calls, expected);
 
-    Script::Get().calls.clear();
+    m_script.calls.clear();
     EXPECT_EQ(camera.ReleaseAllIO(), ERR_OK);
-    expected.clear();
-    for (const char* name : kComponents) {
-        expected.push_back(Script::CallText("IOBase::ReleaseIO", name));
-    }
-    EXPECT_EQ(Script::Get().calls, expected);
+    EXPECT_EQ(m_script.calls,
+              OfEach([](const char* name) { return Script::CallText("IOBase::ReleaseIO", name); }));
     EXPECT_EQ(camera.CheckValidity(), ERR_OK) << "connection, serial number and generation are untouched";
     EXPECT_EQ(pHardware.use_count(), 1);
 }
 
 TEST_F(LifecycleTest, GuardAsksForTheGenerationOfItsOwnSerialNumber) {
     TestCamera camera;
-    Script::Get().generations = {0};
+    m_script.generations = {0};
     EXPECT_EQ(camera.CheckValidity(), ERR_INVALID_GENERATION) << "never connected";
     EXPECT_EQ(Singleton<BusMaster>::m_pInstance->m_lastSerialNumber, 0U);
-    Script::Get().generations = {0xFFFFFFFFU};
+    m_script.generations = {0xFFFFFFFFU};
     EXPECT_EQ(camera.CheckValidity(), ERR_NOT_CONNECTED);
 
     EXPECT_EQ(camera.Connect(kSerialNumber), ERR_OK);
-    Script::Get().generations = {kGeneration};
+    m_script.generations = {kGeneration};
     EXPECT_EQ(camera.CheckValidity(), ERR_OK);
     EXPECT_EQ(Singleton<BusMaster>::m_pInstance->m_lastSerialNumber, kSerialNumber);
     camera.SetGeneration(kGeneration + 1);

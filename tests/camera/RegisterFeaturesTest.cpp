@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -16,62 +17,48 @@ class RegisterFeaturesTest : public CameraTest {
   protected:
     static unsigned int& Register(unsigned int address) { return Script::Get().registers[address]; }
 
-    /// Reads ('R') and writes ('W' with the value) that the register component saw.
-    static std::vector<std::string> Accesses() {
-        std::vector<std::string> accesses;
-        for (const std::string& call : Calls()) {
-            std::istringstream words(call);
-            std::string operation;
-            unsigned int address = 0;
-            std::string rest;
-            words >> operation >> address >> rest;
-            if (operation == "IOBase::ReadRegister") {
-                accesses.push_back("R");
-            } else if (operation == "IOBase::WriteRegister") {
-                accesses.push_back("W" + rest);
-            }
+    /// Runs an operation with each of its register accesses failing in turn, at which it stops and says so,
+    /// wrapped by the register operation and `causeLevels - 1` times more; then once without a failure.
+    void SweepAccesses(int accesses, int causeLevels, const std::function<Error()>& operation,
+                       const std::function<void(int failing)>& check) {
+        const auto registers = m_script.registers;
+        for (int failing = 0; failing <= accesses; ++failing) {
+            SCOPED_TRACE(failing);
+            Calls().clear();
+            m_script.registers = registers;
+            m_script.registerAccessesUntilFailure = failing;
+            const Error error = operation();
+            EXPECT_TRUE(failing == accesses ? Says(error, ERR_OK, "")
+                                            : Says(error, ERR_TIMEOUT, "access refused", causeLevels));
+            EXPECT_EQ(CountAccesses(), std::min(failing + 1, accesses)) << "it stops at once";
+            check(failing);
         }
-        return accesses;
+        m_script.registerAccessesUntilFailure = -1;
     }
-    /// What an operation must say when one of its own register accesses is refused.
-    static void ExpectWrapped(const Error& error) {
-        EXPECT_EQ(error.GetType(), ERR_TIMEOUT);
-        EXPECT_STREQ(error.GetDescription(), "access refused");
-        EXPECT_EQ(CauseLevels(error), 2) << "the register operation wraps it, and so does the feature";
+    static int CountAccesses() {
+        return static_cast<int>(std::count_if(Calls().begin(), Calls().end(), [](const std::string& call) {
+            return call.rfind("IOBase::ReadRegister", 0) == 0 || call.rfind("IOBase::WriteRegister", 0) == 0;
+        }));
     }
 };
 
+// The third failure leaves the register as the probe wrote it.
 TEST_F(RegisterFeaturesTest, EmbeddedInfoIsProbedAndRestored) {
     Register(kEmbedded) = 0x80000403U;
+    const unsigned int left[] = {0x80000403U, 0x80000403U, 0x800003FFU, 0x800003FFU, 0x80000403U};
     EmbeddedImageInfo info;
-    std::memset(static_cast<void*>(&info), 0x55, sizeof info);
-    EXPECT_EQ(m_camera.GetEmbeddedImageInfo(&info), ERR_OK);
     const auto* bytes = reinterpret_cast<const unsigned char*>(&info);
-    for (unsigned int item = 0; item < 10; ++item) {
-        EXPECT_EQ(bytes[2 * item], 1) << item;
-        EXPECT_EQ(bytes[2 * item + 1], item < 2 ? 1 : 0) << item;
-    }
-    EXPECT_EQ(Accesses(), (std::vector<std::string>{"R", "W2147484671", "R", "W2147484675"}));
-    EXPECT_EQ(Register(kEmbedded), 0x80000403U);
-}
-
-// Each access failing in turn; the third leaves the register as the probe wrote it.
-TEST_F(RegisterFeaturesTest, EmbeddedInfoQueryFailsAsItMustAtEachAccess) {
-    const unsigned int left[] = {0x3U, 0x3U, 0x800003FFU, 0x800003FFU};
-    for (int failing = 0; failing < 4; ++failing) {
-        SCOPED_TRACE(failing);
-        Calls().clear();
-        Register(kEmbedded) = 0x3;
-        Script::Get().registerAccessesUntilFailure = failing;
-        EmbeddedImageInfo info;
+    const auto query = [&] {
         std::memset(static_cast<void*>(&info), 0x55, sizeof info);
-        ExpectWrapped(m_camera.GetEmbeddedImageInfo(&info));
-        EXPECT_EQ(Accesses().size(), static_cast<std::size_t>(failing) + 1) << "it stops at once";
+        return m_camera.GetEmbeddedImageInfo(&info);
+    };
+    SweepAccesses(4, 2, query, [&](int failing) {
         EXPECT_EQ(Register(kEmbedded), left[failing]);
-        const auto* bytes = reinterpret_cast<const unsigned char*>(&info);
-        EXPECT_EQ(bytes[0], 0x55) << "available is as the caller left it";
-        EXPECT_EQ(bytes[1], failing == 0 ? 0x55 : 1);
-    }
+        for (unsigned int item = 0; item < 10; ++item) {
+            EXPECT_EQ(bytes[2 * item], failing < 4 ? 0x55 : 1) << item;
+            EXPECT_EQ(bytes[2 * item + 1], failing == 0 ? 0x55 : item < 2 ? 1 : 0) << item;
+        }
+    });
 }
 
 TEST_F(RegisterFeaturesTest, EmbeddedInfoIsSetWithoutTouchingOtherBits) {
@@ -84,36 +71,24 @@ TEST_F(RegisterFeaturesTest, EmbeddedInfoIsSetWithoutTouchingOtherBits) {
         {0, {1}, 1},
         {0xFFFFFFFFU, {0, 2, 0, 0, 0, 0, 0, 0, 0, 0x80}, 0xFFFFFE02U},  // any byte but 0 counts as on
     };
+    EmbeddedImageInfo info;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.before);
-        Calls().clear();
         Register(kEmbedded) = c.before;
-        EmbeddedImageInfo info;
         auto* bytes = reinterpret_cast<unsigned char*>(&info);
         for (unsigned int item = 0; item < 10; ++item) {
             bytes[2 * item + 1] = c.onOff[item];
         }
-        EXPECT_EQ(m_camera.SetEmbeddedImageInfo(&info), ERR_OK);
-        EXPECT_EQ(Register(kEmbedded), c.after);
+        SweepAccesses(
+            2, 2, [&] { return m_camera.SetEmbeddedImageInfo(&info); },
+            [&](int failing) { EXPECT_EQ(Register(kEmbedded), failing < 2 ? c.before : c.after); });
         EXPECT_EQ(Calls().back(), Script::CallText("Iso::CacheEmbeddedImageInfo", c.after));
     }
-}
-
-TEST_F(RegisterFeaturesTest, EmbeddedInfoSettingFailsAtEachStep) {
-    EmbeddedImageInfo info;
-    info.timestamp.onOff = true;
-    for (int failing = 0; failing < 2; ++failing) {
-        Script::Get().registerAccessesUntilFailure = failing;
-        ExpectWrapped(m_camera.SetEmbeddedImageInfo(&info));
-        EXPECT_EQ(Register(kEmbedded), 0U);
-    }
-    Script::Get().registerAccessesUntilFailure = -1;
-    Script::Get().failures["Iso::CacheEmbeddedImageInfo"] = ComponentFailure();
-    const Error error = m_camera.SetEmbeddedImageInfo(&info);
-    EXPECT_EQ(error.GetType(), ERR_FAILED);
-    EXPECT_STREQ(error.GetDescription(), "Failed to cache the embedded image info.");
-    EXPECT_EQ(CauseLevels(error), 1);
-    EXPECT_EQ(Register(kEmbedded), 1U) << "written, and not put back";
+    m_script.failures["Iso::CacheEmbeddedImageInfo"] = ComponentFailure();
+    Register(kEmbedded) = 0;
+    EXPECT_TRUE(Says(m_camera.SetEmbeddedImageInfo(&info), ERR_FAILED,
+                     "Failed to cache the embedded image info.", 1));
+    EXPECT_EQ(Register(kEmbedded), 0x202U) << "written, and not put back";
 }
 
 TEST_F(RegisterFeaturesTest, GpioPinsCountFromTheMostSignificantBit) {
@@ -131,41 +106,29 @@ TEST_F(RegisterFeaturesTest, GpioPinsCountFromTheMostSignificantBit) {
     EXPECT_EQ(Register(kDirection), 0xFFFFFFFEU);
     Calls().clear();
     EXPECT_EQ(m_camera.SetGPIOPinDirection(31, 0, false), ERR_OK);
-    EXPECT_EQ(Accesses().size(), 2U) << "written although it is so already";
+    EXPECT_EQ(CountAccesses(), 2) << "written although it is so already";
 }
 
 TEST_F(RegisterFeaturesTest, ReadsTablesOfNumbers) {
-    Register(0x100) = 0x80003000U;
-    Register(0x104) = 0xC0001234U;
-    Register(0x48D0) = 0x3F800000U;
-    Register(0x48D4) = 0xC0000000U;
-    Register(0x48D8) = 0x7F800000U;
+    m_script.registers = {{0x100, 0x80003000U},
+                          {0x104, 0xC0001234U},
+                          {0x48D0, 0x3F800000U},
+                          {0x48D4, 0xC0000000U},
+                          {0x48D8, 0x7F800000U}};
     float values[4095] = {};
     unsigned int count = 9;
-    EXPECT_EQ(m_camera.ReadRegValues(0x100, 0x104, values, &count), ERR_OK);
-    EXPECT_EQ(count, 3U);
+    const auto read = [&] { return m_camera.ReadRegValues(0x100, 0x104, values, &count); };
+    SweepAccesses(5, 1, read, [&](int failing) { EXPECT_EQ(count, std::max(failing, 2) - 2U); });
     EXPECT_EQ(values[0], 1.0F);
     EXPECT_EQ(values[1], -2.0F);
     EXPECT_EQ(values[2], 99999.0F);
 
     Register(0x100) = 0x80FFF000U;
-    EXPECT_EQ(m_camera.ReadRegValues(0x100, 0x104, values, &count), ERR_OK);
+    EXPECT_EQ(read(), ERR_OK);
     EXPECT_EQ(count, 4095U) << "no bound of its own";
-
     for (const unsigned int nothing : {0x00003000U, 0x80000000U, 0x80000FFFU}) {
-        Calls().clear();
         Register(0x100) = nothing;
-        EXPECT_EQ(m_camera.ReadRegValues(0x100, 0x104, values, &count), ERR_OK);
-        EXPECT_EQ(count, 0U);
-        EXPECT_EQ(Accesses().size(), 1U);
-    }
-    Register(0x100) = 0x80003000U;
-    for (int failing = 0; failing < 5; ++failing) {
-        Script::Get().registerAccessesUntilFailure = failing;
-        const Error error = m_camera.ReadRegValues(0x100, 0x104, values, &count);
-        EXPECT_EQ(error.GetType(), ERR_TIMEOUT);
-        EXPECT_EQ(CauseLevels(error), 1) << "as the register operation returned it";
-        EXPECT_EQ(count, failing < 2 ? 0U : static_cast<unsigned int>(failing - 2));
+        SweepAccesses(1, 1, read, [&](int) { EXPECT_EQ(count, 0U); });
     }
 }
 
@@ -210,35 +173,30 @@ TEST_F(RegisterFeaturesTest, RefusesAndReportsInItsOwnWords) {
         int failingAccess;
         ErrorType type;
         const char* text;
-        int causeLevels;
     } const cases[] = {
         {[&] { return m_camera.GetEmbeddedImageInfo(nullptr); }, -1, ERR_INVALID_PARAMETER,
-         "Invalid embedded image information parameter.", 0},
+         "Invalid embedded image information parameter."},
         {[&] { return m_camera.SetEmbeddedImageInfo(nullptr); }, -1, ERR_INVALID_PARAMETER,
-         "Invalid embedded image information parameter.", 0},
+         "Invalid embedded image information parameter."},
         {[&] { return m_camera.GetGPIOPinDirection(32, &direction); }, -1, ERR_INVALID_PARAMETER,
-         "Invalid GPIO pin value.", 0},
+         "Invalid GPIO pin value."},
         {[&] { return m_camera.SetGPIOPinDirection(32, 5, false); }, -1, ERR_INVALID_PARAMETER,
-         "Invalid GPIO pin value.", 0},
+         "Invalid GPIO pin value."},
         {[&] { return m_camera.SetGPIOPinDirection(31, 2, false); }, -1, ERR_INVALID_PARAMETER,
-         "Invalid direction value for GPIO pin.", 0},
+         "Invalid direction value for GPIO pin."},
         {[&] { return m_camera.GetGPIOPinDirection(31, &direction); }, 0, ERR_READ_REGISTER_FAILED,
-         "Failed to read PIO direction register.", 2},
+         "Failed to read PIO direction register."},
         {[&] { return m_camera.SetGPIOPinDirection(31, 1, false); }, 0, ERR_READ_REGISTER_FAILED,
-         "Failed to read PIO direction register.", 2},
+         "Failed to read PIO direction register."},
         {[&] { return m_camera.SetGPIOPinDirection(31, 1, false); }, 1, ERR_WRITE_REGISTER_FAILED,
-         "Failed to write PIO direction register.", 2},
+         "Failed to write PIO direction register."},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         Calls().clear();
-        Script::Get().registerAccessesUntilFailure = c.failingAccess;
-        const Error error = c.operation();
-        EXPECT_EQ(error.GetType(), c.type);
-        EXPECT_STREQ(error.GetDescription(), c.text);
-        EXPECT_EQ(CauseLevels(error), c.causeLevels);
-        EXPECT_EQ(Accesses().size(), static_cast<std::size_t>(c.failingAccess + 1));
-
+        m_script.registerAccessesUntilFailure = c.failingAccess;
+        EXPECT_TRUE(Says(c.operation(), c.type, c.text, c.failingAccess < 0 ? 0 : 2));
+        EXPECT_EQ(CountAccesses(), c.failingAccess + 1);
         EXPECT_EQ(m_camera.Disconnect(), ERR_OK);
         EXPECT_EQ(c.operation(), ERR_NOT_CONNECTED) << "the guard comes first";
         EXPECT_EQ(m_camera.Connect(kSerialNumber), ERR_OK);

@@ -4,18 +4,18 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "InternalError.h"
 #include "zevrin/CameraInfo.h"
 #include "zevrin/Error.h"
 #include "zevrin/PixelFormat.h"
 #include "zevrin/Property.h"
 #include "zevrin/TimeStamp.h"
 
-namespace Zevrin {
-
 /// What the scripted collaborators saw, and what they are to answer.
-namespace Script {
+namespace Zevrin::Script {
 
 struct State {
     std::vector<std::string> calls;         ///< in order, as `CallText` writes them
@@ -36,34 +36,49 @@ struct State {
     BayerTileFormat bayerFormat = BAYER_NONE;
     CameraInfo cameraInfo;
     Property property;      ///< what the property component has
-    Property lastProperty;  ///< what the property component was given to set
+    Property lastProperty;  ///< what the property component was given
     bool isQuiet = false;   ///< nothing is recorded, nothing fails: for counting allocations
 };
-State& Get();
-void Reset();
+
+inline State& Get() {
+    static State state;
+    return state;
+}
 
 struct ConstructorFailed {};
 
-inline void AppendArguments(std::ostringstream&) {}
+inline void RecordConstruction(const char* className) {
+    if (Get().throwingConstructor == className) {
+        throw ConstructorFailed();
+    }
+    Get().calls.push_back(std::string("+") + className);
+}
 
-template <typename First, typename... Rest>
-void AppendArguments(std::ostringstream& text, const First& first, const Rest&... rest) {
-    text << ' ' << first;
-    AppendArguments(text, rest...);
+/// As a call records it: a pointer by its address, but a class by its name.
+template <typename Argument>
+void Append(std::ostringstream& text, const Argument& argument) {
+    using Pointee = std::remove_pointer_t<Argument>;
+    if constexpr (std::is_function_v<Pointee>) {
+        text << ' ' << reinterpret_cast<const void*>(argument);
+    } else if constexpr (std::is_pointer_v<Argument> && !std::is_same_v<Pointee, const char>) {
+        text << ' ' << static_cast<const void*>(argument);
+    } else {
+        text << ' ' << argument;
+    }
 }
 
 /// A call as it stands in the record: the operation and its arguments.
 template <typename... Arguments>
-std::string CallText(const char* operation, const Arguments&... arguments) {
+std::string CallText(const std::string& operation, Arguments... arguments) {
     std::ostringstream text;
     text << operation;
-    AppendArguments(text, arguments...);
+    (Append(text, arguments), ...);
     return text.str();
 }
 
 /// Records a call and gives the answer that the script has for it.
 template <typename... Arguments>
-Error Answer(const char* operation, const Arguments&... arguments) {
+Error Answer(const char* operation, Arguments... arguments) {
     if (Get().isQuiet) {
         return Error();
     }
@@ -76,11 +91,12 @@ Error Answer(const char* operation, const Arguments&... arguments) {
 }
 
 /// The same for a register access, which fails when the script has come to that one.
-Error AnswerAccess(const Error& answer);
+inline Error AnswerAccess(const Error& answer) {
+    int& until = Get().registerAccessesUntilFailure;
+    if (until < 0 || until-- > 0) {
+        return answer;
+    }
+    return InternalError(1, "Component.cpp", "", "", ERR_TIMEOUT, "access refused");
+}
 
-void RecordConstruction(const char* className);
-void RecordDestruction(const char* className);
-
-}  // namespace Script
-
-}  // namespace Zevrin
+}  // namespace Zevrin::Script

@@ -1,3 +1,0 @@
-#pragma once
-
-#include "../../../src/components/InternalError.h"
