@@ -169,7 +169,7 @@ TEST_F(ConformanceTest, OneStreamAtATimeAndStoppingAnotherDoesNothing) {
     m_pCamera->StopStream(pOther);
     Image image;
     for (int count = 0; count < 20; ++count) {  // more than were under way
-        EXPECT_EQ(Await(*pFirst, &image), ERR_OK) << "the first one goes on";
+        ASSERT_EQ(Await(*pFirst, &image), ERR_OK) << "the first one goes on";
     }
     EXPECT_EQ(pFirst->StopCapture(), ERR_OK);
     EXPECT_EQ(pSecond->StartCapture(ZevrinConfig(), nullptr, nullptr), ERR_OK);

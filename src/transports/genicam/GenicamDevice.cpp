@@ -9,6 +9,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstring>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -114,11 +115,19 @@ Error GenicamDevice::Open(const DeviceListing& listing, std::function<void()> on
 }
 
 GenicamDevice::GenicamDevice(GObjectHandle<ArvDevice> pDevice)
-    : m_pDevice(std::move(pDevice)), m_isGigE(ARV_IS_GV_DEVICE(m_pDevice.get())) {}
+    : m_pDevice(std::move(pDevice)),
+      m_isGigE(ARV_IS_GV_DEVICE(m_pDevice.get())),
+      m_pWatch(boost::make_shared<Watch>()) {}
 
 GenicamDevice::~GenicamDevice() {
-    g_signal_handlers_disconnect_by_data(m_pDevice.get(), this);
+    if (m_signalHandler != 0) {
+        g_signal_handler_disconnect(m_pDevice.get(), m_signalHandler);
+    }
     WaitForSoleReference();
+    {
+        boost::lock_guard<boost::mutex> lock(m_lossMutex);
+        m_pWatch->hasDeviceEnded = true;
+    }
     m_pDevice.reset();
 }
 
@@ -133,23 +142,34 @@ void GenicamDevice::WaitForSoleReference() const {
 }
 
 void GenicamDevice::WatchControl(std::function<void()> onLost) {
+    WatchHandle* pHandle = nullptr;
     {
         boost::lock_guard<boost::mutex> lock(m_lossMutex);
-        m_onLost = std::move(onLost);
+        m_pWatch->onLost = std::move(onLost);
+        pHandle =
+            std::make_unique<WatchHandle>(m_pWatch).release();  // the connection's own, which it deletes
     }
-    g_signal_connect(m_pDevice.get(), "control-lost", G_CALLBACK(&GenicamDevice::OnControlLost), this);
+    m_signalHandler = g_signal_connect_data(
+        m_pDevice.get(), "control-lost", G_CALLBACK(&GenicamDevice::OnControlLost), pHandle,
+        [](gpointer pData, GClosure*) { delete static_cast<WatchHandle*>(pData); }, GConnectFlags{});
     if (ARV_IS_GV_DEVICE(m_pDevice.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(m_pDevice.get()))) {
-        OnControlLost(m_pDevice.get(), this);  // before anyone listened
+        OnControlLost(m_pDevice.get(), pHandle);  // before anyone listened
     }
 }
 
-void GenicamDevice::OnControlLost(ArvDevice* /*pDevice*/, gpointer pData) {
-    auto* const pThis = static_cast<GenicamDevice*>(pData);
+void GenicamDevice::OnControlLost(ArvDevice* pDevice, gpointer pData) {
     std::function<void()> onLost;
     {
         boost::lock_guard<boost::mutex> lock(m_lossMutex);
-        pThis->m_isLost = true;
-        onLost.swap(pThis->m_onLost);
+        const WatchHandle pWatch = *static_cast<WatchHandle*>(pData);
+        if (pWatch->hasDeviceEnded) {
+            // GLib took its reference too late to keep the device, whose end waits for this thread; giving it
+            // back must not end the device once more.
+            g_object_ref(pDevice);
+            return;
+        }
+        pWatch->isLost = true;
+        onLost.swap(pWatch->onLost);
     }
     if (onLost) {
         onLost();
@@ -162,11 +182,11 @@ Error GenicamDevice::MakeLostError() {
 
 Error GenicamDevice::Access(ErrorType otherwise, const char* what,
                             const std::function<void(ArvDevice*, GError**)>& call) {
-    if (m_isLost) {
+    if (IsLost()) {
         return MakeLostError();  // without waiting for an access that will time out
     }
     boost::lock_guard<boost::recursive_mutex> lock(m_accessMutex);
-    if (m_isLost) {
+    if (IsLost()) {
         return MakeLostError();
     }
     AravisError report;
@@ -174,7 +194,7 @@ Error GenicamDevice::Access(ErrorType otherwise, const char* what,
     if (!report.IsSet()) {
         return Error();
     }
-    if (m_isLost) {
+    if (IsLost()) {
         return MakeLostError();
     }
     return Failure(report.GetType(otherwise), "%s failed: %s.", what, report.GetText().c_str());

@@ -36,7 +36,7 @@ class GenicamDevice {
     GenicamDevice& operator=(const GenicamDevice&) = delete;
 
     /// Whether control was lost; every access fails from then on, without being tried.
-    bool IsLost() const { return m_isLost; }
+    bool IsLost() const { return m_pWatch->isLost; }
     static Error MakeLostError();
 
     bool IsGigE() const { return m_isGigE; }
@@ -77,6 +77,14 @@ class GenicamDevice {
     boost::recursive_mutex& GetAccessMutex() { return m_accessMutex; }
 
   private:
+    /// What the thread that notices a loss works with. It may be at it when the device has ended.
+    struct Watch {
+        std::function<void()> onLost;
+        std::atomic<bool> isLost{false};
+        bool hasDeviceEnded = false;
+    };
+    using WatchHandle = boost::shared_ptr<Watch>;
+
     static void OnControlLost(ArvDevice* pDevice, gpointer pData);
     Error AccessFeature(const char* feature, const std::function<void(ArvDevice*, GError**)>& call);
     Error AccessMemory(bool write, unsigned int address, unsigned int* pValues, unsigned int count);
@@ -87,12 +95,12 @@ class GenicamDevice {
     const bool m_isGigE;                 // else USB3 Vision
     std::atomic<bool> m_isPacketSizeNegotiated{false};
     std::optional<long long> m_ownPacketDelay;  // used by one start of a stream at a time
-    std::atomic<bool> m_isLost{false};
 
-    // Guards m_onLost of all devices. It is there before any thread of Aravis, as a device's own would not
-    // be.
+    // Guards what was made for all watches. It is there before any thread of Aravis, as a watch's own would
+    // not be.
     static boost::mutex m_lossMutex;
-    std::function<void()> m_onLost;
+    const WatchHandle m_pWatch;
+    gulong m_signalHandler = 0;
 
     // One access at a time: Aravis' features are not made for threads, and a device answers one request at
     // a time anyway.
