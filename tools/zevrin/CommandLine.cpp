@@ -44,7 +44,7 @@ std::string HelpFormatter::make_usage(const CLI::App* pApp, std::string) const {
         path = " " + pVerb->get_name() + path;
     }
     std::string usage = "\nUsage: zevrin [global options]" + path;
-    if (!pApp->get_subcommands({}).empty()) {
+    if (pApp->get_require_subcommand_min() > 0) {
         return usage + " <verb> [arguments]\n";
     }
     usage += " [options]";
@@ -88,7 +88,7 @@ std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem) {
     }
     std::string text = problem.what();
     const std::vector<const CLI::App*> verbs = pApp->get_subcommands({});
-    if (!verbs.empty()) {
+    if (pApp->get_require_subcommand_min() > 0) {
         text = unknown.empty() ? "a verb is needed" : "there is no verb \"" + unknown.front() + "\"";
         text += "; there are:";
         for (const CLI::App* pVerb : verbs) {
