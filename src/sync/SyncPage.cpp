@@ -242,7 +242,7 @@ std::string Verdict(const SyncReport& report) {
     if (report.hasWorstPair) {
         const SyncWorstPair& pair = report.worstPair;
         text += ".<br>Furthest apart: " + NumberText(Microseconds(pair.ticks), 1) + " µs (" +
-                std::to_string(pair.cycles) + " cycles), camera " +
+                std::to_string(pair.cycles) + (pair.cycles == 1 ? " cycle)" : " cycles)") + ", camera " +
                 std::to_string(report.cameras[pair.laterCamera].serialNumber) + " after camera " +
                 std::to_string(report.cameras[pair.earlierCamera].serialNumber) + " in set " +
                 std::to_string(pair.set) + ". The limit is " + std::to_string(kSyncLimitCycles) +

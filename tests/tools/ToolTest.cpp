@@ -67,6 +67,10 @@ class ToolAnswers : public testing::TestWithParam<Case> {
                  std::make_pair("twins.json",
                                 R"({"duplicateSerials": true, "buses": [{"cameras": [{"serial": 5}]},)"
                                 R"( {"cameras": [{"serial": 5}]}]})"),
+                 std::make_pair("gige.json",
+                                R"({"cameras": [{"interface": "gige"}, {"interface": "gige"}]})"),
+                 std::make_pair("apart.json",
+                                R"({"cameras": [{}, {"faults": {"registers": {"writeLatencyUs": 2000}}}]})"),
                  std::make_pair("file", "not a folder"),
              }) {
             std::ofstream(m_folder.Path(file.first)) << file.second;
@@ -91,7 +95,11 @@ const Case kCases[] = {
     {"Version", "--version", 0, {"zevrin " PROJECT_VERSION "\n"}, {}},
     {"Help", "--help", 0, {"Usage: zevrin [global options] <verb> [arguments]", "Examples:"}, {}},
     {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab property trigger"}},
-    {"UnknownVerb", "nix", 2, {}, {"there is no verb \"nix\"; there are: list info reg grab property trigger"}},
+    {"UnknownVerb",
+     "nix",
+     2,
+     {},
+     {"there is no verb \"nix\"; there are: list info reg grab property trigger"}},
     {"UnknownRegVerb", "reg nix", 2, {}, {"there is no verb \"nix\"; there are: read write"}},
     {"UnknownOption", "list --nix", 2, {}, {"--nix", "`zevrin list --help`"}},
     // Simulations.
@@ -156,6 +164,25 @@ const Case kCases[] = {
      4,
      {"1001"},
      {"camera 1001", "no frame came within 150 ms", "0 of 10"}},
+    // Starting in step.
+    {"SyncTwice", "--simulate 2 sync 1001 1001", 2, {}, {"given twice"}},
+    {"SyncFormat",
+     "--simulate 2 sync --format gif",
+     2,
+     {},
+     {"gif", "png, raw, none", "`zevrin sync --help`"}},
+    {"SyncGige",
+     "--simulate gige.json sync",
+     1,
+     {},
+     {"GigE Vision cameras share no bus clock", "with GigE Cameras is not supported"}},
+    {"SyncApart",
+     "--simulate apart.json sync --retries 1",
+     1,
+     {},
+     {"start 1 of at most 2 failed: Failed to synchronize cameras. Starting again.", "start 2 of at most 2"}},
+    {"VerifyNothing", "sync verify none", 1, {}, {"no file \"none/index.jsonl\""}},
+    {"VerifyWithoutFolder", "sync verify", 2, {}, {"DIR", "`zevrin sync verify --help`"}},
     {"FullOutput", "--simulate 1 list >/dev/full", 1, {}, {"standard output cannot be written"}},
 };
 

@@ -82,8 +82,8 @@ void PrintVerdict(const Zevrin::SyncReport& report) {
         const Zevrin::SyncWorstPair& pair = report.worstPair;
         std::cout << "; furthest apart: " << report.cameras[pair.earlierCamera].serialNumber << " and "
                   << report.cameras[pair.laterCamera].serialNumber
-                  << Format(", %.1f us (%lld cycles), in set %zu",
-                            Microseconds(static_cast<double>(pair.ticks)), pair.cycles, pair.set);
+                  << Format(", %.1f us (%lld %s), in set %zu", Microseconds(static_cast<double>(pair.ticks)),
+                            pair.cycles, pair.cycles == 1 ? "cycle" : "cycles", pair.set);
     }
     std::cout << "\n"
               << (report.isInStep ? "in step" : "NOT in step") << ": the limit is "
