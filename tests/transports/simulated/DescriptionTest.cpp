@@ -52,6 +52,8 @@ TEST(Description, WhatIsWrongIsNamed) {
          {"\"cameras[0].faults.silent.starts[0]\"", "from 1"}},
         {"{\"cameras\": [{\"paint\": 1}]}", {"\"cameras[0].paint\"", "true or false"}},
         {"{\"cameras\": [{\"bayer\": \"RGB\"}]}", {"\"cameras[0].bayer\"", "\"RGGB\""}},
+        {"{\"cameras\": [{\"model\": \"a\\u0000b\"}]}", {"\"cameras[0].model\"", "control characters"}},
+        {"{\"cameras\": [{\"sensor\": \"\\u007f\"}]}", {"\"cameras[0].sensor\"", "control characters"}},
         {"{\"cameras\": [{\"model\": null}]}", {"\"cameras[0].model\"", "null", "text"}},
         {"{\"cameras\": [{\"faults\": {\"drop\": {\"share\": 1.01}}}]}",
          {"\"cameras[0].faults.drop.share\"", "1.01", "0 to 1"}},
@@ -142,6 +144,7 @@ TEST(Description, ComesFromACountOrAFile) {
     boost::shared_ptr<Simulation> pSimulation;
     EXPECT_EQ(Simulation::FromCount(0, &pSimulation).GetType(), ERR_VALUE_OUT_OF_RANGE);
     EXPECT_EQ(Simulation::FromText("65", &pSimulation).GetType(), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_EQ(Simulation::FromText("18446744073709551617", &pSimulation).GetType(), ERR_VALUE_OUT_OF_RANGE);
     EXPECT_EQ(Simulation::FromCount(1, nullptr).GetType(), ERR_INVALID_PARAMETER);
     EXPECT_EQ(Simulation::FromText("/nowhere/at%all", &pSimulation).GetType(), ERR_FILE_FAILED);
     EXPECT_EQ(Simulation::FromFile("/", &pSimulation).GetType(), ERR_FILE_FAILED);

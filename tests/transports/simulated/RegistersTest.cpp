@@ -36,6 +36,8 @@ const Step kSteps[] = {
     {'w', 0x604, 0xA0000000, "mode 5 again"},
     {'w', 0x614, 0xFFFFFFFF, "transmission on; one bit sticks"},
     {'r', 0x614, 0x80000000, "transmission on; one bit sticks"},
+    {'w', 0x60C, 0xFFFFFFFF, "channels and speeds"},
+    {'r', 0x60C, 0xF300BF07, "channels and speeds"},
     {'w', 0x604, 0xC0000000, "the mode is locked while transmission is on"},
     {'r', 0x604, 0xA0000000, "the mode is locked while transmission is on"},
     {'w', 0x610, 0x00000000, "power off ends transmission"},
