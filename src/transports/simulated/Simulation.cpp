@@ -243,10 +243,15 @@ Error Simulation::FromFile(const std::string& path, boost::shared_ptr<Simulation
 
 Error Simulation::FromText(const std::string& countOrPath, boost::shared_ptr<Simulation>* ppSimulation) {
     constexpr std::size_t kMaxDigits = 9;
-    const bool isNumber = !countOrPath.empty() && countOrPath.size() <= kMaxDigits &&
-                          countOrPath.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? FromCount(static_cast<unsigned int>(std::stoul(countOrPath)), ppSimulation)
-                    : FromFile(countOrPath, ppSimulation);
+    constexpr std::size_t kMaxShownDigits = 30;
+    if (countOrPath.empty() || countOrPath.find_first_not_of("0123456789") != std::string::npos) {
+        return FromFile(countOrPath, ppSimulation);
+    }
+    if (countOrPath.size() > kMaxDigits) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "%s cameras cannot be simulated; it must be 1 to %u.",
+                       Printable(countOrPath, kMaxShownDigits).c_str(), kMaxCamerasPerBus);
+    }
+    return FromCount(static_cast<unsigned int>(std::stoul(countOrPath)), ppSimulation);
 }
 
 Error Simulation::Unplug(unsigned int serialNumber) {
