@@ -10,6 +10,7 @@
 #include "BusMaster.h"
 #include "Singleton.h"
 #include "SweepRows.h"
+#include "TestPicture.h"
 
 namespace Zevrin {
 
@@ -207,6 +208,55 @@ TEST_F(Sweep, EachAccessOfEachOperationIsLost) {
         accesses += m_whole.accesses.size();
     }
     std::cout << kRows.size() << " operations, " << accesses << " accesses, " << m_runs << " outcomes\n";
+}
+
+TEST_F(Sweep, FormatsAreNotChangedUnderAStream) {
+    Start(m_camera);
+    const RegisterFile::Settings before = GetRegisters();
+    EXPECT_EQ(m_camera.SetVideoMode(&g_inputs.videoMode), ERR_ISOCH_ALREADY_STARTED);
+    EXPECT_EQ(m_camera.SetFormat7(&g_inputs.format7), ERR_ISOCH_ALREADY_STARTED);
+    EXPECT_EQ(m_camera.GetFormat7(&m_records.format7), ERR_OK);
+    EXPECT_EQ(GetRegisters(), before);
+}
+
+TEST_F(Sweep, SettingsChangeThePictureAsTheyShould) {
+    const auto set = [&](PropertyType type, float value) {
+        Property property = g_inputs.gain;
+        property.type = type;
+        property.absValue = value;
+        Prepared(m_camera.SetProperty(&property));
+    };
+    std::vector<unsigned int> inverse(kEntries);
+    std::generate(inverse.begin(), inverse.end(), [entry = kEntries]() mutable { return --entry; });
+    const struct {
+        const char* what;
+        std::function<void()> change;
+        std::function<double(double)> expected;  // of the scene, 0 to 1
+    } rows[] = {
+        {"nothing", [] {}, [](double scene) { return scene; }},
+        {"half the exposure", [&] { set(SHUTTER, 0.0025F); }, [](double scene) { return scene / 2; }},
+        {"20 dB of gain", [&] { set(GAIN, 20); }, [](double scene) { return std::min(1.0, scene * 10); }},
+        {"an inverse look-up table",
+         [&] {
+             Prepared(m_camera.SetLUTChannel(0, 0, kEntries, inverse.data()));
+             Prepared(m_camera.EnableLUT(true));
+         },
+         [](double scene) { return 1 - scene; }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        GoHome();
+        row.change();
+        Start(m_camera);
+        g_pSimulation->AdvanceClock(50000);
+        Image image;
+        Prepared(m_camera.RetrieveBuffer(&image));
+        for (const unsigned int x : {200U, 260U, 300U, 340U, 400U}) {
+            const auto phase = static_cast<unsigned int>(x + 200 + 4 * image.GetFrameId());
+            const unsigned int pixel = image.GetData()[200 * image.GetStride() + x];
+            EXPECT_NEAR(pixel, 255 * row.expected(SceneAt(phase) / 255.0), 1.01) << x;
+        }
+    }
 }
 
 /// The synchronized start has a test of its own, which loses accesses of several cameras.
