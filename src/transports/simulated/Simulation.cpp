@@ -237,8 +237,16 @@ Error Simulation::FromJson(const std::string& text, boost::shared_ptr<Simulation
 
 Error Simulation::FromFile(const std::string& path, boost::shared_ptr<Simulation>* ppSimulation) {
     std::string text;
-    const Error error = ReadFile(path, &text);
-    return error != ERR_OK ? error : FromJson(text, ppSimulation);
+    Error error = ReadFile(path, &text);
+    if (error != ERR_OK) {
+        return error;
+    }
+    error = FromJson(text, ppSimulation);
+    if (error == ERR_INVALID_DESCRIPTION) {
+        return FailureBecause(ERR_INVALID_DESCRIPTION, error, "%s: %s", Printable(path).c_str(),
+                              error.GetDescription());
+    }
+    return error;
 }
 
 Error Simulation::FromText(const std::string& countOrPath, boost::shared_ptr<Simulation>* ppSimulation) {
