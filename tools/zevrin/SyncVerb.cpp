@@ -90,7 +90,7 @@ unsigned int StartInStep(const Cameras& cameras, unsigned int retries) {
 class SyncRun {
   public:
     SyncRun(const SyncOptions& options, const std::vector<unsigned int>& serialNumbers)
-        : m_options(options), m_pool(options.queueMiB * kMiB), m_sheet(serialNumbers.size()) {
+        : m_options(options), m_sheet(serialNumbers.size()), m_pool(options.queueMiB * kMiB) {
         m_index.cameras = serialNumbers;
     }
     /// Nothing is handed over any more when the pool ends.
@@ -173,8 +173,8 @@ class SyncRun {
     const SyncOptions& m_options;
     SyncIndex m_index;
     std::vector<std::unique_ptr<SyncGrabber>> m_grabbers;
-    WriterPool m_pool;
     ContactSheet m_sheet;
+    WriterPool m_pool;  // ends before what its work is for
 };
 
 void Save(const std::string& text, const std::string& path) {
