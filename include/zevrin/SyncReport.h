@@ -9,8 +9,8 @@
 
 namespace Zevrin {
 
-/// How far a camera may be from the first one to be in step with it, in cycles of 125 µs: the measure of the
-/// synchronized start.
+/// How far a camera may be from the first one to be in step with it, in cycles of 125 µs: what the
+/// synchronized start accepts.
 constexpr unsigned int kSyncLimitCycles = 5;
 
 /// Bus time is counted in ticks of 24.576 MHz, of which a cycle has 3072.
@@ -85,9 +85,10 @@ struct SyncReport {
 /// Sorts the images of a run into sets by their time stamps and measures how far apart the cameras are.
 ///
 /// Each camera's stamps are continued across the 128 seconds after which the bus clock begins anew; a camera
-/// may be without an image for up to 112 seconds. Sets gather around the images of the first camera, at most
-/// half a frame period away from them; images from between two of those are sets of their own. The cameras
-/// are in step when each can be compared with the first and is never more than `kSyncLimitCycles` from it.
+/// may be without an image for up to 112 seconds, and the first images lie within 64 seconds. Sets gather
+/// around the images of the first camera, at most half a frame period away from them; images from between two
+/// of those are sets of their own. The cameras are in step when each can be compared with the first and is
+/// never more than `kSyncLimitCycles` from it.
 /// @param serialNumbers  the cameras, 1 to 64, each once
 /// @param records        all images, those of one camera in the order of their arrival
 /// Errors: ERR_INVALID_PARAMETER (no camera, no record, a camera twice, a record of another camera),

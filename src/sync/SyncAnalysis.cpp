@@ -233,9 +233,9 @@ Error CheckSyncStamp(const SyncRecord& record, const std::string& what) {
         const char* name;
         unsigned int value;
         unsigned int max;
-    } fields[] = {{"seconds", record.cycleSeconds, 127},
-                  {"cycles", record.cycleCount, 7999},
-                  {"offset", record.cycleOffset, kSyncTicksPerCycle - 1}};
+    } fields[] = {{"seconds", record.cycleSeconds, kCycleSecondsWrap - 1},
+                  {"cycles", record.cycleCount, kCyclesPerSecond - 1},
+                  {"offset", record.cycleOffset, kOffsetTicksPerCycle - 1}};
     for (const auto& field : fields) {
         if (field.value > field.max) {
             return Failure(

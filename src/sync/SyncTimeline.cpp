@@ -6,7 +6,7 @@ namespace Zevrin {
 
 namespace {
 
-constexpr long long kWrap = 128 * kSyncTicksPerSecond;
+constexpr long long kWrap = kCycleSecondsWrap * kSyncTicksPerSecond;
 
 /// An image that arrives late was taken at most so long before the one that arrived last. What remains of the
 /// wrap is the longest gap that can be told.

@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "CycleTime.h"
 #include "zevrin/SyncReport.h"
 
 namespace Zevrin {
 
-constexpr long long kSyncTicksPerCycle = 3072;
-constexpr long long kSyncTicksPerSecond = 8000 * kSyncTicksPerCycle;
+constexpr long long kSyncTicksPerCycle = kOffsetTicksPerCycle;
+constexpr long long kSyncTicksPerSecond = kCyclesPerSecond * kSyncTicksPerCycle;
 
 /// An image on the time axis of a run, which goes on where the bus clock begins anew.
 struct SyncShot {
