@@ -77,7 +77,8 @@ CameraIdentity GenicamCamera::GetIdentity() const {
 }
 
 RegisterBases GenicamCamera::GetRegisterBases() const {
-    return RegisterView::GetBases();
+    Session session;
+    return RequireSession(&session) == ERR_OK ? session.pView->GetBases() : RegisterBases();
 }
 
 /// A camera that does not answer is reported as lost, so that it is looked for before the next try.
