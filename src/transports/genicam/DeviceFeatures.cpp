@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <limits>
 
 #include "Failure.h"
 #include "FormatText.h"
@@ -29,28 +29,55 @@ bool IsIntegerNode(ArvGcNode* pNode) {
     return ARV_IS_GC_INTEGER(pNode) && !ARV_IS_GC_ENUMERATION(pNode) && !ARV_IS_GC_BOOLEAN(pNode);
 }
 
+bool IsNumberNode(ArvGcNode* pNode) {
+    return ARV_IS_GC_FEATURE_NODE(pNode) && (IsIntegerNode(pNode) || ARV_IS_GC_FLOAT(pNode));
+}
+
+double ReadNumber(ArvGcNode* pNode, GError** ppReport) {
+    return IsIntegerNode(pNode)
+               ? static_cast<double>(arv_gc_integer_get_value(ARV_GC_INTEGER(pNode), ppReport))
+               : arv_gc_float_get_value(ARV_GC_FLOAT(pNode), ppReport);
+}
+
 /// Failures that say nothing of the feature.
 bool IsOfDevice(const Error& error) {
     const ErrorType type = error.GetType();
     return type == ERR_TIMEOUT || type == ERR_CAMERA_LOST || type == ERR_ACCESS_DENIED;
 }
 
-FeatureLimits ReadLimits(ArvGcNode* pNode, GError** ppReport) {
-    FeatureLimits limits;
-    if (IsIntegerNode(pNode)) {
-        auto* const pInteger = ARV_GC_INTEGER(pNode);
-        limits.min = static_cast<double>(arv_gc_integer_get_min(pInteger, ppReport));
-        limits.max =
-            *ppReport == nullptr ? static_cast<double>(arv_gc_integer_get_max(pInteger, ppReport)) : 0;
-        limits.step =
-            *ppReport == nullptr ? static_cast<double>(arv_gc_integer_get_inc(pInteger, ppReport)) : 0;
-        limits.step = std::max(limits.step, 1.0);
-    } else if (ARV_IS_GC_FLOAT(pNode)) {
-        auto* const pFloat = ARV_GC_FLOAT(pNode);
-        limits.min = arv_gc_float_get_min(pFloat, ppReport);
-        limits.max = *ppReport == nullptr ? arv_gc_float_get_max(pFloat, ppReport) : 0;
-        limits.step = *ppReport == nullptr ? arv_gc_float_get_inc(pFloat, ppReport) : 0;
+/// False, with the report cleared, when the failure says something of the feature's description only.
+bool IsDevicesFailure(GError** ppReport) {
+    if (g_error_matches(*ppReport, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TIMEOUT)) {
+        return true;
     }
+    g_clear_error(ppReport);
+    return false;
+}
+
+/// What is not told, or not by a working description, is no limit. Aravis takes a missing one for a failure
+/// here and there.
+FeatureLimits ReadLimits(ArvGcNode* pNode, GError** ppReport) {
+    const bool isInteger = IsIntegerNode(pNode);
+    const auto read = [&](gint64 (*readInteger)(ArvGcInteger*, GError**),
+                          double (*readFloat)(ArvGcFloat*, GError**), double otherwise) {
+        if (*ppReport != nullptr) {
+            return otherwise;
+        }
+        const double value = isInteger ? static_cast<double>(readInteger(ARV_GC_INTEGER(pNode), ppReport))
+                                       : readFloat(ARV_GC_FLOAT(pNode), ppReport);
+        const bool isTold = *ppReport == nullptr;
+        return isTold || IsDevicesFailure(ppReport) ? value : otherwise;
+    };
+    constexpr double kNoLimit = std::numeric_limits<double>::infinity();
+    FeatureLimits limits;
+    limits.min = read(arv_gc_integer_get_min, arv_gc_float_get_min, -kNoLimit);
+    limits.max = read(arv_gc_integer_get_max, arv_gc_float_get_max, kNoLimit);
+    limits.step = read(arv_gc_integer_get_inc, arv_gc_float_get_inc, 0);
+    if (isInteger) {
+        limits.step = std::max(limits.step, 1.0);
+    }
+    // Written so that not-a-number is no limit.
+    limits.isValid = limits.min <= limits.max;
     return limits;
 }
 
@@ -105,12 +132,15 @@ bool DeviceFeatures::Has(const char* feature) {
     return isOffered && !HasFailed();
 }
 
-bool DeviceFeatures::IsNumber(const char* feature) {
-    bool isNumber = false;
-    Ask(feature, [&](ArvGcNode* pNode, GError**) {
-        isNumber = ARV_IS_GC_FEATURE_NODE(pNode) && (IsIntegerNode(pNode) || ARV_IS_GC_FLOAT(pNode));
+bool DeviceFeatures::TryNumber(const char* feature, double* pValue) {
+    bool isKnown = false;
+    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
+        if (IsNumberNode(pNode) && IsOffered(pNode, ppReport)) {
+            *pValue = ReadNumber(pNode, ppReport);
+            isKnown = *ppReport == nullptr && std::isfinite(*pValue);
+        }
     });
-    return isNumber;
+    return isKnown && !HasFailed();
 }
 
 bool DeviceFeatures::IsInteger(const char* feature) {
@@ -135,9 +165,9 @@ bool DeviceFeatures::CanWrite(const char* feature) {
 FeatureLimits DeviceFeatures::GetLimits(const char* feature, const FeatureLimits& widest) {
     FeatureLimits limits;
     Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        limits = ReadLimits(pNode, ppReport);
-        // Written so that not-a-number is no limit.
-        limits.isValid = *ppReport == nullptr && limits.min <= limits.max;
+        if (IsNumberNode(pNode)) {
+            limits = ReadLimits(pNode, ppReport);
+        }
     });
     limits.min = std::max(limits.min, widest.min);
     limits.max = std::min(limits.max, widest.max);
@@ -151,15 +181,9 @@ FeatureLimits DeviceFeatures::GetLimits(const char* feature, const FeatureLimits
 
 double DeviceFeatures::GetNumber(const char* feature) {
     double value = 0;
-    Change(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        if (IsIntegerNode(pNode)) {
-            value = static_cast<double>(arv_gc_integer_get_value(ARV_GC_INTEGER(pNode), ppReport));
-        } else if (ARV_IS_GC_FLOAT(pNode)) {
-            value = arv_gc_float_get_value(ARV_GC_FLOAT(pNode), ppReport);
-        }
-    });
-    if (!HasFailed() && !std::isfinite(value)) {
-        Fail(Failure(ERR_VALUE_OUT_OF_RANGE, "The camera's %s is not a finite number.", feature));
+    if (!HasFailed() && !TryNumber(feature, &value)) {
+        Fail(Failure(ERR_FEATURE_ABSENT, "The camera's %s has no value that can be read at present.",
+                     feature));
     }
     return HasFailed() ? 0 : value;
 }
@@ -213,8 +237,8 @@ void DeviceFeatures::SetEntry(const char* feature, const std::string& entry) {
     if (GetEntry(feature) == entry) {
         return;
     }
-    if (!HasFailed() && !CanWrite(feature)) {
-        Fail(Failure(ERR_FEATURE_READ_ONLY, "The camera's %s cannot become %s at present.", feature,
+    if (!HasFailed() && (!CanWrite(feature) || !HasEntry(feature, entry.c_str()))) {
+        Fail(Failure(ERR_NOT_SUPPORTED, "The camera's %s cannot become %s at present.", feature,
                      Printable(entry).c_str()));
     }
     Change(feature, [&](ArvGcNode* pNode, GError** ppReport) {
@@ -245,13 +269,15 @@ std::vector<FeatureEntry> DeviceFeatures::GetEntries(const char* feature) {
                 entries.push_back({BoundedText(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(pEntry))),
                                    arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(pEntry), ppReport)});
             }
-            if (g_error_matches(*ppReport, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TIMEOUT)) {
+            if (IsDevicesFailure(ppReport)) {  // else an entry that is described wrongly is not there
                 return;
             }
-            g_clear_error(ppReport);  // an entry that is described wrongly is not there
             pItem = pItem->next;
         }
     });
+    // Aravis has them in an order of its own.
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const FeatureEntry& a, const FeatureEntry& b) { return a.value < b.value; });
     return entries;
 }
 

@@ -49,7 +49,9 @@ class DeviceFeatures {
     /// The first of the names that the device offers at present; null when it offers none.
     const char* Find(const FeatureNames& names);
     bool Has(const char* feature);
-    bool IsNumber(const char* feature);
+
+    /// Whether it is a number that can be read at present, and what it is.
+    bool TryNumber(const char* feature, double* pValue);
     bool IsInteger(const char* feature);
     bool CanWrite(const char* feature);
 
@@ -64,7 +66,7 @@ class DeviceFeatures {
     void SetEntry(const char* feature, const std::string& entry);
     void Execute(const char* feature);
 
-    /// The entries that are available, of the first 1024, in the device's order.
+    /// The entries that are available, of the first 1024, in the order of their values.
     std::vector<FeatureEntry> GetEntries(const char* feature);
     bool HasEntry(const char* feature, const char* entry);
 

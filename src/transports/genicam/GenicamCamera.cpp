@@ -7,11 +7,13 @@
 #include <utility>
 
 #include "CycleTime.h"
+#include "DescriptionCheck.h"
 #include "DeviceFacts.h"
 #include "Failure.h"
 #include "FrameQueue.h"
 #include "GenicamDevice.h"
 #include "GenicamStream.h"
+#include "IidcBlock.h"
 #include "LossReporter.h"
 #include "RegisterView.h"
 
@@ -138,12 +140,18 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         }
         return error;
     }
-    session.pView = boost::make_shared<RegisterView>(session.pDevice, [pWeak] {
-        const auto pThis = pWeak.lock();
-        if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
-            pStream->ExpectRestart();
-        }
-    });
+    error = FindRegisters(
+        identity.serialNumber,
+        [pWeak] {
+            const auto pThis = pWeak.lock();
+            if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
+                pStream->ExpectRestart();
+            }
+        },
+        &session);
+    if (error != ERR_OK) {
+        return error;
+    }
     ReadIdentity(*session.pDevice, &identity);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
@@ -156,6 +164,23 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         report();  // it was lost before it could be found here
     }
     return Error();
+}
+
+/// A device's description is checked before anything that is in it is used.
+Error GenicamCamera::FindRegisters(unsigned int serialNumber, std::function<void()> onAcquisitionStart,
+                                   Session* pSession) {
+    std::optional<unsigned int> block;
+    Error error = CheckDescription(*pSession->pDevice);
+    if (error == ERR_OK) {
+        error = IidcBlock::Find(*pSession->pDevice, serialNumber, &block);
+    }
+    if (error == ERR_OK && block) {
+        pSession->pView =
+            boost::make_shared<IidcBlock>(pSession->pDevice, *block, std::move(onAcquisitionStart));
+    } else if (error == ERR_OK) {
+        pSession->pView = boost::make_shared<RegisterView>(pSession->pDevice, std::move(onAcquisitionStart));
+    }
+    return error;
 }
 
 void GenicamCamera::Close() {

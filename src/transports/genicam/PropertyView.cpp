@@ -38,6 +38,7 @@ struct PropertyView::Feature {
     const PropertyMapping* pMapping = nullptr;
     const ValueFeature* pValue = nullptr;  ///< null: the feature is absent
     FeatureLimits limits;
+    double present = 0;
     bool isInteger = false;
     const char* autoFeature = nullptr;
     const char* switchFeature = nullptr;
@@ -101,7 +102,7 @@ PropertyView::Feature PropertyView::Find(DeviceFeatures& features, unsigned int 
         return feature;
     }
     for (const ValueFeature& value : pMapping->values) {
-        if (value.feature == nullptr || !features.Has(value.feature) || !features.IsNumber(value.feature)) {
+        if (value.feature == nullptr || !features.TryNumber(value.feature, &feature.present)) {
             continue;
         }
         feature.limits = features.GetLimits(value.feature, value.widest);
@@ -170,7 +171,7 @@ unsigned int PropertyView::ReadControl(DeviceFeatures& features, unsigned int bi
         word |= mode == kAutoContinuous ? FeatureControl::kAuto : 0;
         word |= mode == kAutoOnce ? FeatureControl::kOnePush : 0;
     }
-    word = FeatureControl::kValue.Put(word, feature.ToRaw(features.GetNumber(feature.pValue->feature)));
+    word = FeatureControl::kValue.Put(word, feature.ToRaw(feature.present));
     if (const char* const second = feature.pMapping->secondEntry) {
         const bool isSelected = features.Select({feature.pMapping->selector.feature, {second}});
         const unsigned int raw = isSelected ? feature.ToRaw(features.GetNumber(feature.pValue->feature)) : 0;
@@ -246,8 +247,7 @@ unsigned int PropertyView::ReadAbsolute(DeviceFeatures& features, unsigned int b
         case AbsoluteBlock::kMaximum:
             return ToWord(feature.ToAbsolute(feature.limits.max));
         default:
-            return ToWord(feature.ToAbsolute(
-                m_states[bit].waiting.value_or(features.GetNumber(feature.pValue->feature))));
+            return ToWord(feature.ToAbsolute(m_states[bit].waiting.value_or(feature.present)));
     }
 }
 
