@@ -73,8 +73,7 @@ class Check {
         if (depth > kMaxHeight) {
             SetFault(pNode, "comes from too many others");
         }
-        const unsigned int factor =
-            ARV_IS_GC_CONVERTER(pNode) || ARV_IS_GC_CONVERTER_NODE(pNode) ? kConverterCost : 1;
+        const unsigned int factor = ARV_IS_GC_CONVERTER(pNode) ? kConverterCost : 1;
         for (ArvDomNode* pChild = arv_dom_node_get_first_child(pNode); pChild != nullptr && m_fault.empty();
              pChild = arv_dom_node_get_next_sibling(pChild)) {
             ArvDomNode* const pTarget = FindTarget(pChild);

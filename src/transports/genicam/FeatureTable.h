@@ -30,6 +30,7 @@ struct PropertyMapping {
     const char* secondEntry;  ///< of the selector, for the second value; null: there is none
 };
 
+// docs/gige-vision.md shows these tables to users; a test holds it to them.
 constexpr unsigned int kPropertyMappingCount = 10;
 extern const PropertyMapping kPropertyMappings[kPropertyMappingCount];
 

@@ -7,15 +7,13 @@
 #include <utility>
 
 #include "CycleTime.h"
-#include "DescriptionCheck.h"
 #include "DeviceFacts.h"
 #include "Failure.h"
 #include "FrameQueue.h"
 #include "GenicamDevice.h"
 #include "GenicamStream.h"
-#include "IidcBlock.h"
 #include "LossReporter.h"
-#include "RegisterView.h"
+#include "RegisterAccess.h"
 
 namespace Zevrin {
 
@@ -79,8 +77,7 @@ CameraIdentity GenicamCamera::GetIdentity() const {
 }
 
 RegisterBases GenicamCamera::GetRegisterBases() const {
-    Session session;
-    return RequireSession(&session) == ERR_OK ? session.pView->GetBases() : RegisterBases();
+    return RegisterAccess::GetBases();
 }
 
 /// A camera that does not answer is reported as lost, so that it is looked for before the next try.
@@ -140,15 +137,15 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         }
         return error;
     }
-    error = FindRegisters(
-        identity.serialNumber,
+    error = OpenRegisters(
+        session.pDevice, identity.serialNumber,
         [pWeak] {
             const auto pThis = pWeak.lock();
             if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
                 pStream->ExpectRestart();
             }
         },
-        &session);
+        &session.pView);
     if (error != ERR_OK) {
         return error;
     }
@@ -164,23 +161,6 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         report();  // it was lost before it could be found here
     }
     return Error();
-}
-
-/// A device's description is checked before anything that is in it is used.
-Error GenicamCamera::FindRegisters(unsigned int serialNumber, std::function<void()> onAcquisitionStart,
-                                   Session* pSession) {
-    std::optional<unsigned int> block;
-    Error error = CheckDescription(*pSession->pDevice);
-    if (error == ERR_OK) {
-        error = IidcBlock::Find(*pSession->pDevice, serialNumber, &block);
-    }
-    if (error == ERR_OK && block) {
-        pSession->pView =
-            boost::make_shared<IidcBlock>(pSession->pDevice, *block, std::move(onAcquisitionStart));
-    } else if (error == ERR_OK) {
-        pSession->pView = boost::make_shared<RegisterView>(pSession->pDevice, std::move(onAcquisitionStart));
-    }
-    return error;
 }
 
 void GenicamCamera::Close() {

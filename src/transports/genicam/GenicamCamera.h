@@ -4,7 +4,6 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <functional>
 
 #include "DeviceListing.h"
 #include "HardwareInterface.h"
@@ -54,8 +53,6 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     };
 
     Error OpenSession(bool* pIsToBeReported);
-    static Error FindRegisters(unsigned int serialNumber, std::function<void()> onAcquisitionStart,
-                               Session* pSession);
     void ReportLoss();
     Error RequireSession(Session* pSession) const;
     boost::shared_ptr<GenicamStream> GetStream() const;

@@ -101,10 +101,6 @@ IidcBlock::IidcBlock(boost::shared_ptr<GenicamDevice> pDevice, unsigned int addr
       m_address(address),
       m_onAcquisitionStart(std::move(onAcquisitionStart)) {}
 
-RegisterBases IidcBlock::GetBases() const {
-    return {kUsualInitialRegisterSpace, kUsualCommandRegisters};
-}
-
 /// The address in the device's memory; none when the run leaves the register space or the 32 bits.
 std::optional<unsigned int> IidcBlock::Locate(unsigned int addressLow, unsigned int count) const {
     const unsigned long long size = static_cast<unsigned long long>(count) * kRegisterSize;

@@ -26,7 +26,6 @@ class IidcBlock : public RegisterAccess {
     IidcBlock(boost::shared_ptr<GenicamDevice> pDevice, unsigned int address,
               std::function<void()> onAcquisitionStart);
 
-    RegisterBases GetBases() const override;
     Error Read(unsigned int addressLow, unsigned int* pValues, unsigned int count) override;
     Error Write(unsigned int addressLow, const unsigned int* pValues, unsigned int count) override;
 

@@ -287,10 +287,6 @@ const RegisterView::Row
 RegisterView::RegisterView(boost::shared_ptr<GenicamDevice> pDevice, std::function<void()> onAcquisitionStart)
     : m_pDevice(std::move(pDevice)), m_onAcquisitionStart(std::move(onAcquisitionStart)) {}
 
-RegisterBases RegisterView::GetBases() const {
-    return {kUsualInitialRegisterSpace, kUsualCommandRegisters};
-}
-
 /// The first row that has it: registers of their own stand before the arrays that they lie in.
 const RegisterView::Row* RegisterView::FindRow(unsigned int addressLow, unsigned int* pIndex) {
     for (const Row& row : kRows) {

@@ -25,7 +25,6 @@ class RegisterView : public RegisterAccess {
     /// @param onAcquisitionStart  called just before the camera is told to send
     RegisterView(boost::shared_ptr<GenicamDevice> pDevice, std::function<void()> onAcquisitionStart);
 
-    RegisterBases GetBases() const override;
     Error Read(unsigned int addressLow, unsigned int* pValues, unsigned int count) override;
     Error Write(unsigned int addressLow, const unsigned int* pValues, unsigned int count) override;
 
