@@ -36,8 +36,8 @@ constexpr ValueFeature Celsius(const char* feature) {
 
 }  // namespace
 
-// In the units of the names standard: times in microseconds, gain in decibel, rates in frames a second,
-// temperatures in degrees Celsius. Names that end in Raw, and the integers among the others, have none.
+// In the units of the naming standard: times in microseconds, gain in decibel, rates in frames a second,
+// temperatures in degrees Celsius. Of names that end in Raw nobody says what their unit is.
 const PropertyMapping kPropertyMappings[kPropertyMappingCount] = {
     {0,  // brightness
      {Share("BlackLevel"), Share("BlackLevelAbs"), Raw("BlackLevelRaw")},

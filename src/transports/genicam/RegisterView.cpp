@@ -78,6 +78,12 @@ ErrorType TypeOf(const Error& cause, ErrorType otherwise) {
     }
 }
 
+Error Explain(const Error& cause, ErrorType otherwise, unsigned int addressLow, const char* name) {
+    return FailureBecause(TypeOf(cause, otherwise), cause, "Register 0xFFFF %08X (%s) could not be %s: %s",
+                          addressLow, name, otherwise == ERR_READ_REGISTER_FAILED ? "read" : "written",
+                          cause.GetDescription());
+}
+
 /// Transmission in the IIDC sense goes on until it is switched off, so acquisition has to be continuous.
 void MakeContinuous(DeviceFeatures& features) {
     if (features.Has("AcquisitionMode")) {
@@ -315,10 +321,7 @@ Error RegisterView::Read(unsigned int addressLow, unsigned int* pValues, unsigne
         }
         pValues[done] = pRow->read(run, index);
         if (run.features.HasFailed()) {
-            const Error& error = run.features.GetError();
-            return FailureBecause(TypeOf(error, ERR_READ_REGISTER_FAILED), error,
-                                  "Register 0xFFFF %08X (%s) could not be read: %s", addressLow, pRow->name,
-                                  error.GetDescription());
+            return Explain(run.features.GetError(), ERR_READ_REGISTER_FAILED, addressLow, pRow->name);
         }
     }
     return Error();
@@ -340,10 +343,7 @@ Error RegisterView::Write(unsigned int addressLow, const unsigned int* pValues, 
         }
         pRow->write(run, index, pValues[done]);
         if (run.features.HasFailed()) {
-            const Error& error = run.features.GetError();
-            return FailureBecause(TypeOf(error, ERR_WRITE_REGISTER_FAILED), error,
-                                  "Register 0xFFFF %08X (%s) could not be written: %s", addressLow,
-                                  pRow->name, error.GetDescription());
+            return Explain(run.features.GetError(), ERR_WRITE_REGISTER_FAILED, addressLow, pRow->name);
         }
     }
     return Error();
