@@ -20,6 +20,9 @@ class ExposureSequencer {
 
     bool IsSending() const { return m_isSending; }
 
+    /// Of frames that are counted, how many are still to come; 0 of those that are not.
+    unsigned int GetFramesLeft() const { return m_framesLeft; }
+
     /// Exposures since power-up: the number of the last frame.
     unsigned int GetExposureCount() const { return m_exposureCount; }
     unsigned int GetTriggerCount() const { return m_triggerCount; }

@@ -135,8 +135,8 @@ void SimulatedStream::Fill(FrameQueue& queue, const Exposure& exposure, bool isC
         return;
     }
     const bool fits = exposure.size <= pFrame->capacity;  // the settings may have changed since
-    if (fits && exposure.pTones) {
-        m_picture.Paint(exposure.picture, *exposure.pTones, pFrame->data);
+    if (fits && exposure.isPainted) {
+        m_picture.Paint(exposure.picture, pFrame->data);
     }
     Stamp(exposure.embedded, pFrame);
     pFrame->info = Describe(exposure);

@@ -16,10 +16,10 @@ namespace Zevrin {
 /// A frame from the end of its exposure on, with the settings that it was taken with.
 struct Exposure {
     PictureSettings picture;
-    boost::shared_ptr<const ToneTable> pTones;  ///< null: nothing is painted
-    std::size_t size = 0;                       ///< bytes
-    std::vector<unsigned int> embedded;         ///< quadlets for the first pixels
-    bool hasTimeStamp = false;                  ///< also beside the image
+    bool isPainted = true;
+    std::size_t size = 0;                ///< bytes
+    std::vector<unsigned int> embedded;  ///< quadlets for the first pixels
+    bool hasTimeStamp = false;           ///< also beside the image
     TimeStamp timeStamp;
 };
 

@@ -237,16 +237,29 @@ Error Simulation::FromJson(const std::string& text, boost::shared_ptr<Simulation
 
 Error Simulation::FromFile(const std::string& path, boost::shared_ptr<Simulation>* ppSimulation) {
     std::string text;
-    const Error error = ReadFile(path, &text);
-    return error != ERR_OK ? error : FromJson(text, ppSimulation);
+    Error error = ReadFile(path, &text);
+    if (error != ERR_OK) {
+        return error;
+    }
+    error = FromJson(text, ppSimulation);
+    if (error == ERR_INVALID_DESCRIPTION) {
+        return FailureBecause(ERR_INVALID_DESCRIPTION, error, "%s: %s", Printable(path).c_str(),
+                              error.GetDescription());
+    }
+    return error;
 }
 
 Error Simulation::FromText(const std::string& countOrPath, boost::shared_ptr<Simulation>* ppSimulation) {
     constexpr std::size_t kMaxDigits = 9;
-    const bool isNumber = !countOrPath.empty() && countOrPath.size() <= kMaxDigits &&
-                          countOrPath.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? FromCount(static_cast<unsigned int>(std::stoul(countOrPath)), ppSimulation)
-                    : FromFile(countOrPath, ppSimulation);
+    constexpr std::size_t kMaxShownDigits = 30;
+    if (countOrPath.empty() || countOrPath.find_first_not_of("0123456789") != std::string::npos) {
+        return FromFile(countOrPath, ppSimulation);
+    }
+    if (countOrPath.size() > kMaxDigits) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "%s cameras cannot be simulated; it must be 1 to %u.",
+                       Printable(countOrPath, kMaxShownDigits).c_str(), kMaxCamerasPerBus);
+    }
+    return FromCount(static_cast<unsigned int>(std::stoul(countOrPath)), ppSimulation);
 }
 
 Error Simulation::Unplug(unsigned int serialNumber) {

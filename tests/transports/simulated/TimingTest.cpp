@@ -116,6 +116,9 @@ TEST(SimulatedTiming, IsEachCamerasOwn) {
         for (const auto& pCamera : cameras) {
             WriteCommand(*pCamera, 0x12F8, 1);
         }
+        WriteCommand(*cameras[0], kTransmissionRegister, kOn);  // what was before has no say
+        pSimulation->AdvanceClock(3000);
+        WriteCommand(*cameras[0], kTransmissionRegister, 0);
         for (const auto& pCamera : cameras) {
             WriteCommand(*pCamera, kTransmissionRegister, kOn);
         }
@@ -133,6 +136,50 @@ TEST(SimulatedTiming, IsEachCamerasOwn) {
             EXPECT_NEAR(ticks / kTicksPerCycle, row.cycles[index], 0.01) << row.what << ", frame " << index;
         }
     }
+}
+
+/// Notes when events happen, and what time it is then on another bus.
+class Witness : public EventSink {
+  public:
+    explicit Witness(HardwareInterface& elsewhere) : m_elsewhere(elsewhere) {}
+    void OnDeviceEvent(const RawDeviceEvent& event) override {
+        m_cycles.push_back(event.timeStampNs / 125000);
+        m_elsewhereCycles.push_back(ReadBusTicks(m_elsewhere) / kTicksPerCycle);
+    }
+    HardwareInterface& m_elsewhere;
+    std::vector<unsigned long long> m_cycles;
+    std::vector<unsigned long long> m_elsewhereCycles;
+};
+
+TEST(SimulatedTiming, BusesMoveTogether) {
+    const auto pSimulation = MakeSimulation(
+        R"({"clock": "manual", "buses": [{"cameras": [{"interface": "u3v", "frameRate": 70}]},
+            {"cameras": [{"interface": "u3v", "frameRate": 300}]}]})");
+    const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
+    Witness witness(*cameras[0]);
+    for (const auto& pCamera : cameras) {
+        ASSERT_TRUE(IsOk(pCamera->SetEventSink(&witness)));
+        WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    }
+    pSimulation->AdvanceClock(kSecond);
+    EXPECT_GT(witness.m_cycles.size(), 3 * 360U);
+    EXPECT_TRUE(std::is_sorted(witness.m_cycles.begin(), witness.m_cycles.end()));
+    EXPECT_EQ(witness.m_cycles, witness.m_elsewhereCycles);
+    for (const auto& pCamera : cameras) {
+        ASSERT_TRUE(IsOk(pCamera->SetEventSink(nullptr)));
+    }
+}
+
+TEST(SimulatedTiming, AClockThatIsSetByHandEndsInsteadOfWrapping) {
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}]})");
+    const auto pCamera = OpenCamera(1001);
+    for (int count = 0; count < 20; ++count) {
+        pSimulation->AdvanceClock(~0ULL);
+    }
+    const unsigned int end = ReadBusTicks(*pCamera);
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(kSecond);
+    EXPECT_EQ(ReadBusTicks(*pCamera), end);
 }
 
 TEST(SimulatedTiming, LatencyMovesAClockThatIsSetByHand) {
