@@ -132,6 +132,8 @@ void ReadIdentity(GenicamDevice& device, CameraIdentity* pIdentity) {
     ReadText(device, "DeviceVersion", &pIdentity->firmwareVersion);
     ReadText(device, "DeviceFirmwareVersion", &pIdentity->firmwareVersion);
     ReadText(device, "SensorName", &pIdentity->sensorInfo);
+    ReadSize(device, "WidthMax", &pIdentity->sensorWidth);  // as far as nothing better is told
+    ReadSize(device, "HeightMax", &pIdentity->sensorHeight);
     ReadSize(device, "SensorWidth", &pIdentity->sensorWidth);
     ReadSize(device, "SensorHeight", &pIdentity->sensorHeight);
     pIdentity->isColor = OffersColor(device);

@@ -13,7 +13,7 @@
 #include "GenicamDevice.h"
 #include "GenicamStream.h"
 #include "LossReporter.h"
-#include "RegisterView.h"
+#include "RegisterAccess.h"
 
 namespace Zevrin {
 
@@ -77,7 +77,7 @@ CameraIdentity GenicamCamera::GetIdentity() const {
 }
 
 RegisterBases GenicamCamera::GetRegisterBases() const {
-    return RegisterView::GetBases();
+    return RegisterAccess::GetBases();
 }
 
 /// A camera that does not answer is reported as lost, so that it is looked for before the next try.
@@ -137,12 +137,18 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         }
         return error;
     }
-    session.pView = boost::make_shared<RegisterView>(session.pDevice, [pWeak] {
-        const auto pThis = pWeak.lock();
-        if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
-            pStream->ExpectRestart();
-        }
-    });
+    error = OpenRegisters(
+        session.pDevice, identity.serialNumber,
+        [pWeak] {
+            const auto pThis = pWeak.lock();
+            if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
+                pStream->ExpectRestart();
+            }
+        },
+        &session.pView);
+    if (error != ERR_OK) {
+        return error;
+    }
     ReadIdentity(*session.pDevice, &identity);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);

@@ -13,7 +13,7 @@ namespace Zevrin {
 class GenicamDevice;
 class GenicamStream;
 class LossReporter;
-class RegisterView;
+class RegisterAccess;
 
 /// A GigE Vision or USB3 Vision camera, present or away.
 class GenicamCamera : public HardwareInterface, public boost::enable_shared_from_this<GenicamCamera> {
@@ -49,7 +49,7 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     /// What there is while the camera is under control.
     struct Session {
         boost::shared_ptr<GenicamDevice> pDevice;
-        boost::shared_ptr<RegisterView> pView;
+        boost::shared_ptr<RegisterAccess> pView;
     };
 
     Error OpenSession(bool* pIsToBeReported);
