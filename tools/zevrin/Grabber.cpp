@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <exception>
 
 #include <zevrin/ImageFile.h>
 
@@ -26,6 +25,27 @@ bool IsConnectionLost(const Zevrin::Error& error) {
 }
 
 }  // namespace
+
+Zevrin::Error WaitForImage(Zevrin::IidcCamera& camera, Zevrin::Image* pImage, unsigned int timeoutMs,
+                           const std::atomic<bool>& stop) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        const long long slice = std::clamp<long long>(left.count(), 0, kSliceMs);
+        const Zevrin::Error error = camera.WaitForBufferEvent(pImage, static_cast<unsigned int>(slice));
+        if (error != Zevrin::ERR_TIMEOUT || left.count() <= 0 || stop) {
+            return error;
+        }
+    }
+}
+
+void CheckImage(const Zevrin::Error& error, unsigned int timeoutMs) {
+    if (error == Zevrin::ERR_TIMEOUT) {
+        throw ToolFailure(kExitTimeout, "no frame came within " + std::to_string(timeoutMs) + " ms");
+    }
+    Check(error);
+}
 
 unsigned long long FrameNumbers::Add(unsigned long long frameId) {
     const bool isFollower = m_hasLast && frameId > m_lastId;
@@ -58,15 +78,9 @@ const GrabOutcome& Grabber::Join() {
 }
 
 void Grabber::Run() {
-    try {
-        Grab();
-    } catch (const ToolFailure& failure) {
-        m_outcome.exitCode = failure.exitCode;
-        m_outcome.failure = failure.what();
-    } catch (const std::exception& problem) {
-        m_outcome.exitCode = kExitFailed;
-        m_outcome.failure = problem.what();
-    }
+    const WorkEnd end = RunToItsEnd([this] { Grab(); });
+    m_outcome.exitCode = end.exitCode;
+    m_outcome.failure = end.failure;
     CountLosses();
     m_done = true;
 }
@@ -75,7 +89,7 @@ void Grabber::Grab() {
     StartStream();
     while (m_outcome.frames < m_plan.count) {
         Zevrin::Image image;
-        const Zevrin::Error error = Next(&image);
+        const Zevrin::Error error = WaitForImage(*m_pCamera, &image, m_plan.timeoutMs, m_stop);
         if (m_stop) {
             throw ToolFailure(kExitFailed, "stopped");
         }
@@ -83,11 +97,7 @@ void Grabber::Grab() {
             Resume(error);
             continue;
         }
-        if (error == Zevrin::ERR_TIMEOUT) {
-            throw ToolFailure(kExitTimeout,
-                              "no frame came within " + std::to_string(m_plan.timeoutMs) + " ms");
-        }
-        Check(error);
+        CheckImage(error, m_plan.timeoutMs);
         Take(image);
     }
     CountLosses();
@@ -127,20 +137,6 @@ void Grabber::Resume(const Zevrin::Error& reason) {
     StartStream();
     Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
              std::to_string(m_outcome.frames));
-}
-
-/// Waits in slices, so that a request to stop is heard.
-Zevrin::Error Grabber::Next(Zevrin::Image* pImage) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_plan.timeoutMs);
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        const long long slice = std::clamp<long long>(left.count(), 0, kSliceMs);
-        const Zevrin::Error error = m_pCamera->WaitForBufferEvent(pImage, static_cast<unsigned int>(slice));
-        if (error != Zevrin::ERR_TIMEOUT || left.count() <= 0 || m_stop) {
-            return error;
-        }
-    }
 }
 
 void Grabber::Take(const Zevrin::Image& image) {

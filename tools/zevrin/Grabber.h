@@ -52,6 +52,13 @@ class FrameNumbers {
     unsigned long long m_number = 0;
 };
 
+/// Waits for the next image of a stream in slices, so that a request to stop is heard.
+Zevrin::Error WaitForImage(Zevrin::IidcCamera& camera, Zevrin::Image* pImage, unsigned int timeoutMs,
+                           const std::atomic<bool>& stop);
+
+/// Throws `ToolFailure` when waiting for an image ended with an error.
+void CheckImage(const Zevrin::Error& error, unsigned int timeoutMs);
+
 /// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again.
 class Grabber {
   public:
@@ -77,7 +84,6 @@ class Grabber {
     void Grab();
     void StartStream();
     void Resume(const Zevrin::Error& reason);
-    Zevrin::Error Next(Zevrin::Image* pImage);
     void Take(const Zevrin::Image& image);
     void CountLosses();
 

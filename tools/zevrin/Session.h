@@ -26,6 +26,12 @@ class Session {
     /// The serial numbers named on the command line, or that of the one camera that is there.
     std::vector<unsigned int> Choose(const std::vector<unsigned int>& named);
 
+    /// The same for a verb that takes several; each may be named once.
+    std::vector<unsigned int> ChooseSeveral(const std::vector<unsigned int>& named);
+
+    /// Every camera that is there, at least one.
+    std::vector<unsigned int> ChooseAll();
+
     boost::shared_ptr<Zevrin::IidcCamera> Connect(unsigned int serialNumber);
 
   private:
