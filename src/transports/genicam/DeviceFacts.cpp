@@ -79,16 +79,20 @@ void ReadSize(GenicamDevice& device, const char* feature, unsigned int* pPixels)
 
 bool OffersColor(GenicamDevice& device) {
     bool isColor = false;
-    const Error error = device.Access(
-        ERR_TRANSPORT_FAILED, "Asking for pixel formats", [&](ArvDevice* pDevice, GError** ppReport) {
+    const Error error = device.Ask<bool>(
+        ERR_TRANSPORT_FAILED, "Asking for pixel formats",
+        [](ArvDevice* pDevice, GError** ppReport) {
+            bool hasColor = false;
             guint count = 0;
             gint64* const formats =
                 arv_device_dup_available_enumeration_feature_values(pDevice, "PixelFormat", &count, ppReport);
             for (guint index = 0; formats != nullptr && index < count; ++index) {
-                isColor = isColor || IsColor(static_cast<ArvPixelFormat>(formats[index]));
+                hasColor = hasColor || IsColor(static_cast<ArvPixelFormat>(formats[index]));
             }
             g_free(formats);
-        });
+            return hasColor;
+        },
+        &isColor);
     return error == ERR_OK && isColor;
 }
 

@@ -171,18 +171,6 @@ void GenicamCamera::Close() {
         boost::lock_guard<boost::mutex> streamLock(m_streamMutex);
         EndStream();
     }
-    if (session.pDevice && session.pDevice->IsLost()) {
-        End(std::move(session), nullptr);
-    }
-}
-
-/// Gives a device that does not answer a thread to end on.
-void GenicamCamera::End(Session session, boost::shared_ptr<GenicamStream> pStream) {
-    m_pReporter->GetEndings().Post([session, pStream] {
-        if (pStream) {
-            pStream->Stop();
-        }
-    });
 }
 
 /// First the report, so that whoever is woken finds the generation raised.
@@ -202,8 +190,9 @@ void GenicamCamera::HandleLoss() {
     ReportLoss();
     if (pStream) {
         pStream->Fail(GenicamDevice::MakeLostError());
+        pStream->BeginStop();
     }
-    End(std::move(session), std::move(pStream));
+    session.pDevice->End();  // a stream that nobody stops would keep it
 }
 
 Error GenicamCamera::RequireSession(Session* pSession) const {

@@ -58,7 +58,6 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     boost::shared_ptr<GenicamStream> GetStream() const;
     void EndStream();
     void HandleLoss();
-    void End(Session session, boost::shared_ptr<GenicamStream> pStream);
 
     const boost::shared_ptr<LossReporter> m_pReporter;
 
