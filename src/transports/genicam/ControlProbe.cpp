@@ -45,7 +45,7 @@ void ControlProbe::Ask() {
     WriteBig16(GvcpCommand::kReadRegister, &question[2]);
     WriteBig16(4, &question[4]);
     WriteBig16(m_requestId, &question[6]);
-    WriteBig16(GvcpRegister::kControlPrivilege, &question[10]);
+    WriteBig16(GvcpRegister::kVersion, &question[10]);
     // A question that cannot be sent has no answer; nor has one to a port that nobody serves.
     const auto sent = send(m_socket.Get(), question.data(), question.size(), 0);
     static_cast<void>(sent);

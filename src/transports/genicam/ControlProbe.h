@@ -9,9 +9,8 @@ namespace Zevrin {
 
 /// Asks a GigE Vision device whether it is there, beside whoever controls it, on a socket of its own.
 ///
-/// A question is a read of the control privilege, which every application may make; any answer will do, also
-/// one that refuses.
-/// Threads: one thread at a time.
+/// A question is a read of the version register, which is no sign of life of a controlling program; any
+/// answer will do, also one that refuses. Threads: one thread at a time.
 class ControlProbe {
   public:
     /// @param address  of the device, as four numbers; a probe of an address that is none never has an answer

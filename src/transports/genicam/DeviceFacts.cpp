@@ -39,11 +39,6 @@ Error ReadBounded(GenicamDevice& device, const char* feature, long long max, lon
     return error;
 }
 
-/// Split, so that the product does not overflow.
-unsigned long long ToNanoseconds(unsigned long long ticks, unsigned long long frequency) {
-    return ticks / frequency * kNanosecondsPerSecond + ticks % frequency * kNanosecondsPerSecond / frequency;
-}
-
 Error ReadLatched(GenicamDevice& device, const Clock& clock, unsigned long long* pNanoseconds) {
     boost::lock_guard<boost::recursive_mutex> lock(device.GetAccessMutex());
     long long ticks = 0;
@@ -97,6 +92,11 @@ bool OffersColor(GenicamDevice& device) {
 }
 
 }  // namespace
+
+/// Split, so that the product does not overflow.
+unsigned long long ToNanoseconds(unsigned long long ticks, unsigned long long frequency) {
+    return ticks / frequency * kNanosecondsPerSecond + ticks % frequency * kNanosecondsPerSecond / frequency;
+}
 
 Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
     boost::lock_guard<boost::recursive_mutex> lock(device.GetAccessMutex());

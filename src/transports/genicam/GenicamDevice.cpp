@@ -31,7 +31,6 @@ namespace {
 constexpr guint64 kPhysicalIdAddress = 0x0008;  // 16 bits of the MAC address, then 32
 constexpr guint64 kSerialNumberAddress = 0x00D8;
 constexpr unsigned int kSerialNumberSize = 16;
-constexpr unsigned int kControlledMask = 0x3;  // control access or exclusive access is granted
 
 constexpr auto kQuadletSize = static_cast<unsigned int>(sizeof(unsigned int));
 constexpr unsigned int kMaxQuadletsOfRun = 128;  // GVCP carries at most 540 bytes, address included
@@ -76,23 +75,20 @@ Error CheckSerialNumber(ArvDevice* pDevice, const DeviceListing& listing) {
     return Error();
 }
 
-/// Aravis opens a device that it may only read from, too.
+/// Aravis opens a device that it may only read from, too. The privilege is not read to find out: some devices
+/// take that for the heartbeat of a program that has died.
 Error CheckControl(ArvDevice* pDevice, const DeviceListing& listing) {
     if (arv_gv_device_is_controller(ARV_GV_DEVICE(pDevice))) {
         return Error();
     }
     AravisError error;
-    guint32 privilege = 0;
-    arv_device_read_register(pDevice, GvcpRegister::kControlPrivilege, &privilege, error.Out());
+    guint32 version = 0;
+    arv_device_read_register(pDevice, GvcpRegister::kVersion, &version, error.Out());
     if (error.IsSet()) {
         return Failure(error.GetType(ERR_TRANSPORT_FAILED), "The camera at %s does not answer: %s.",
                        Printable(listing.address).c_str(), error.GetText().c_str());
     }
-    if ((privilege & kControlledMask) != 0) {
-        return Failure(ERR_ACCESS_DENIED, "Another program controls the camera at %s.",
-                       Printable(listing.address).c_str());
-    }
-    return Failure(ERR_TRANSPORT_FAILED, "The camera at %s does not grant control.",
+    return Failure(ERR_ACCESS_DENIED, "Another program controls the camera at %s.",
                    Printable(listing.address).c_str());
 }
 

@@ -27,8 +27,8 @@ constexpr std::size_t kGvcpMaxPacketSize = 576;    ///< with IP and UDP headers
 
 /// Bootstrap registers.
 namespace GvcpRegister {
+constexpr unsigned int kVersion = 0x0000;
 constexpr unsigned int kMessageChannels = 0x0900;
-constexpr unsigned int kControlPrivilege = 0x0A00;
 constexpr unsigned int kMessagePort = 0x0B00;         ///< the host's, in the low half; 0 closes the channel
 constexpr unsigned int kMessageDestination = 0x0B10;  ///< the host's IPv4 address
 constexpr unsigned int kMessageTimeout = 0x0B14;      ///< milliseconds for an acknowledge
