@@ -6,6 +6,7 @@ namespace Zevrin {
 // numbered from the least significant end.
 
 constexpr unsigned int kPowerRegister = 0x0610;            ///< bit 31: the camera is powered up
+constexpr unsigned int kTransmissionRegister = 0x0614;     ///< bit 31: the camera sends images
 constexpr unsigned int kPioDirectionRegister = 0x11F8;     ///< bit 31 - p: direction of pin p
 constexpr unsigned int kDiagnosticRegister0 = 0x12E0;      ///< meaning is the camera's
 constexpr unsigned int kDiagnosticRegister1 = 0x12E4;      ///< meaning is the camera's

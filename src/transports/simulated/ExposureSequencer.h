@@ -26,7 +26,8 @@ class ExposureSequencer {
 
     /// @param frames  how many; 0: until it is stopped, which takes over from frames that are counted
     /// @param time    from when the frames count, nanoseconds of the bus clock
-    void Start(unsigned int frames, unsigned long long time);
+    /// Whether frames begin anew with it.
+    bool Start(unsigned int frames, unsigned long long time);
 
     /// An exposure under way is not sent.
     void Stop();
@@ -47,7 +48,8 @@ class ExposureSequencer {
     boost::shared_ptr<const Exposure> OnExposureEnd(const BusEvent& event);
 
   private:
-    void Arm();
+    void Arm(unsigned long long time);
+    double GetPeriodNs() const;
     void ScheduleByRate(unsigned long long after);
     void Schedule(BusEvent::Kind kind, unsigned long long time, unsigned int epoch,
                   boost::shared_ptr<const Exposure> pExposure);

@@ -60,6 +60,7 @@ class SimulatedDevice {
     bool IsPinHigh(unsigned int pin) const;
 
     void SetFaults(const FaultDescription& faults);
+    void SetTiming(const SimulatedTiming& timing);
     SimulatedFrameCounts GetFrameCounts() const;
 
     /// Where events go from here on; null: nowhere.
@@ -78,6 +79,7 @@ class SimulatedDevice {
     ImageSetup GetImageSetup() const { return ReadImageSetup(m_registers, m_description); }
     double GetUptime() const;       ///< seconds since power-up
     double GetTemperature() const;  ///< kelvin
+    double GetClockErrorPpm() const { return m_clockErrorPpm; }
 
     void StartTransmission();
     void StopTransmission();
@@ -102,9 +104,12 @@ class SimulatedDevice {
     Error CheckQuadlet(bool isWrite, unsigned int addressLow);
     unsigned int ReadQuadlet(unsigned int addressLow);
     void WriteQuadlet(unsigned int addressLow, unsigned int value);
-    void WaitLatency(bool isWrite);
+    unsigned long long PassLatency(bool isWrite);
+    void FinishWrite();
 
     bool MayTransmit() const;
+    void BeginSending(unsigned int frames);
+    void CountLost(unsigned int frames);
     void ChangeInput(unsigned int pin, bool isHigh);
     void OnExposureEnd(const BusEvent& event);
     void OnDelayedFrame(const BusEvent& event);
@@ -125,8 +130,9 @@ class SimulatedDevice {
     Pins m_pins;
     bool m_isPlugged = true;
     unsigned long long m_poweredUp = 0;  ///< nanoseconds of the bus clock
+    double m_clockErrorPpm;
     unsigned int m_portErrors = 0;
-    unsigned long long m_writeTime = 0;  ///< when the write that is under way takes effect
+    unsigned long long m_writeTime = 0;  ///< when the write that is under way arrived
     unsigned int m_lutRevision = 0;
     ToneSettings m_toneSettings;  ///< of m_pTones
     boost::shared_ptr<const ToneTable> m_pTones;

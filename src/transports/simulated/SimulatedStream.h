@@ -60,6 +60,9 @@ class SimulatedStream {
     Parcel Send(const BusEvent& event, const boost::shared_ptr<const Exposure>& pExposure);
     Parcel TakeDelayed(const BusEvent& event);
 
+    /// Frames that are delayed never arrive. How many there were.
+    unsigned int LoseDelayed();
+
     // With the fill mutex held, and not the bus's.
 
     void Deliver(const Parcel& parcel);
@@ -73,7 +76,7 @@ class SimulatedStream {
     Faults m_faults;
     SimulatedFrameCounts m_counts;
     boost::shared_ptr<FrameQueue> m_pQueue;
-    unsigned int m_epoch = 0;          ///< moves on with every stream
+    unsigned int m_epoch = 0;          ///< moves on when delayed frames are lost
     unsigned int m_delayedFrames = 0;  ///< sent to m_pQueue, not arrived yet
 
     boost::mutex m_fillMutex;  // guards m_picture

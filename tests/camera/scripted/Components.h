@@ -16,20 +16,28 @@ namespace Zevrin {
 class HardwareInterface {
   public:
     virtual ~HardwareInterface() = default;
-    virtual int GetInterfaceType() { return Script::Get().interfaceType; }
+    virtual int GetInterfaceType() { return m_type; }
+
+    int m_type = 0;
 };
 
 class Image {
   public:
     virtual ~Image() = default;
+    virtual TimeStamp GetTimeStamp() const { return m_timeStamp; }
+    virtual Error ReleaseBuffer() { return Script::AnswerOf(m_camera, "Image::ReleaseBuffer"); }
+
+    std::string m_camera;
+    TimeStamp m_timeStamp;
 };
 
 /// An operation that records its arguments and returns `result`, in which `answer` is the script's.
-#define SCRIPTED_AS(className, operation, result)                                                       \
-    template <typename... Arguments>                                                                    \
-    auto operation(Arguments... arguments) {                                                            \
-        [[maybe_unused]] const Error answer = Script::Answer(#className "::" #operation, arguments...); \
-        return result;                                                                                  \
+#define SCRIPTED_AS(className, operation, result)                                 \
+    template <typename... Arguments>                                              \
+    auto operation(Arguments... arguments) {                                      \
+        [[maybe_unused]] const Error answer =                                     \
+            Script::AnswerOf(m_camera, #className "::" #operation, arguments...); \
+        return result;                                                            \
     }
 #define SCRIPTED(className, operation) SCRIPTED_AS(className, operation, answer)
 
@@ -50,15 +58,16 @@ class IOBase {
     virtual ~IOBase() { Script::Get().calls.push_back(std::string("-") + m_className); }
 
     Error ReadRegister(unsigned int address, unsigned int* pValue) {
-        const Error error = Script::AnswerAccess(Script::Answer("IOBase::ReadRegister", address, pValue));
+        const Error error =
+            Script::AnswerAccess(Script::AnswerOf(m_camera, "IOBase::ReadRegister", address, pValue));
         if (error == ERR_OK && !Script::Get().isQuiet) {
             *pValue = Script::Get().registers[address];
         }
         return error;
     }
     Error WriteRegister(unsigned int address, unsigned int value, bool broadcast) {
-        const Error error =
-            Script::AnswerAccess(Script::Answer("IOBase::WriteRegister", address, value, broadcast));
+        const Error error = Script::AnswerAccess(
+            Script::AnswerOf(m_camera, "IOBase::WriteRegister", address, value, broadcast));
         if (error == ERR_OK && !Script::Get().isQuiet) {
             Script::Get().registers[address] = value;
         }
@@ -83,6 +92,8 @@ class IOBase {
     SCRIPTED_OF_EACH(GetRegWriteErr, Script::Get().writeErrors)
     SCRIPTED_OF_EACH(ResetRegReadErr, void())
     SCRIPTED_OF_EACH(ResetRegWriteErr, void())
+
+    std::string m_camera;  ///< tells apart the components of several cameras in the record
 
   private:
     const char* m_className;
@@ -131,7 +142,10 @@ class Iso : public IOBase {
         }
         return error;
     }
-    SCRIPTED(Iso, RetrieveBuffer)
+    Error RetrieveBuffer(Image* pImage) {
+        const Error error = Script::AnswerOf(m_camera, "Iso::RetrieveBuffer", pImage);
+        return Script::Get().onRetrieve ? Script::Get().onRetrieve(m_camera, pImage) : error;
+    }
     SCRIPTED(Iso, WaitForBufferEvent)
     SCRIPTED(Iso, SetCallback)
     SCRIPTED(Iso, SetUserBuffers)
@@ -211,6 +225,11 @@ class BusMaster {
     BusMaster() { Script::RecordConstruction("BusMaster"); }
     virtual ~BusMaster() { Script::Get().calls.push_back("-BusMaster"); }
 
+    static void* operator new(std::size_t size) noexcept {
+        return Script::Get().isBusMasterMissing ? nullptr : ::operator new(size);
+    }
+    static void operator delete(void* pMemory) { ::operator delete(pMemory); }
+
     /// The next of the scripted answers, of which the last one stays; 0 when there are none.
     unsigned int GetGeneration(unsigned int serialNumber) {
         m_lastSerialNumber = serialNumber;
@@ -222,6 +241,9 @@ class BusMaster {
         return generation;
     }
     Error GetHwInterfaceFromSerialNumber(unsigned int serialNumber, HardwareInterface** ppHardware) {
+        const auto type = Script::Get().interfaceTypes.find(serialNumber);
+        m_hardware.m_type =
+            type != Script::Get().interfaceTypes.end() ? type->second : Script::Get().interfaceType;
         *ppHardware = &m_hardware;
         return Script::Answer("BusMaster::GetHwInterfaceFromSerialNumber", serialNumber);
     }

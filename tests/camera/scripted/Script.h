@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -15,13 +16,20 @@
 #include "zevrin/TimeStamp.h"
 
 /// What the scripted collaborators saw, and what they are to answer.
+namespace Zevrin {
+class Image;
+}
+
 namespace Zevrin::Script {
 
 struct State {
     std::vector<std::string> calls;         ///< in order, as `CallText` writes them
-    std::map<std::string, Error> failures;  ///< by "Class::Operation"
-    Error success;                          ///< what operations answer that do not fail
-    std::function<void()> onCall;           ///< runs within every operation
+    std::map<std::string, Error> failures;  ///< by "Class::Operation", or by the whole call
+    std::function<Error(const std::string& camera, Image*)> onRetrieve;  ///< instead of a plain answer
+    std::map<unsigned int, int> interfaceTypes;  ///< by serial number, where it is not `interfaceType`
+    bool isBusMasterMissing = false;             ///< there is no memory for a new one
+    Error success;                               ///< what operations answer that do not fail
+    std::function<void()> onCall;                ///< runs within every operation
     int grabStartedQueries = 0;
     std::map<unsigned int, unsigned int> registers;  ///< what the register component reads and writes
     int registerAccessesUntilFailure = -1;           ///< 0: the next one fails; -1: none does
@@ -77,17 +85,33 @@ std::string CallText(const std::string& operation, Arguments... arguments) {
 }
 
 /// Records a call and gives the answer that the script has for it.
+/// @param camera  stands before the operation; empty when the test has one camera
 template <typename... Arguments>
-Error Answer(const char* operation, Arguments... arguments) {
+Error AnswerOf(const std::string& camera, const char* operation, Arguments... arguments) {
     if (Get().isQuiet) {
         return Error();
     }
-    Get().calls.push_back(CallText(operation, arguments...));
+    static std::mutex mutex;  // guards the script while the threads of a synchronized start call
+    std::unique_lock<std::mutex> lock(mutex);
+    const std::string call = CallText(camera + operation, arguments...);
+    Get().calls.push_back(call);
     if (Get().onCall) {
+        lock.unlock();
         Get().onCall();
+        lock.lock();
     }
-    const auto failure = Get().failures.find(operation);
-    return failure != Get().failures.end() ? failure->second : Get().success;
+    for (const std::string& key : {call, camera + operation}) {
+        const auto failure = Get().failures.find(key);
+        if (failure != Get().failures.end()) {
+            return failure->second;
+        }
+    }
+    return Get().success;
+}
+
+template <typename... Arguments>
+Error Answer(const char* operation, Arguments... arguments) {
+    return AnswerOf(std::string(), operation, arguments...);
 }
 
 /// The same for a register access, which fails when the script has come to that one.

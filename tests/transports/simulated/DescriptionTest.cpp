@@ -46,6 +46,10 @@ TEST(Description, WhatIsWrongIsNamed) {
         {"{\"cameras\": [{\"serial\": 4294967295}, {}]}", {"\"cameras[1].serial\""}},
         {"{\"cameras\": [{\"frameRate\": 0}]}", {"\"cameras[0].frameRate\"", "0.25 to 1000"}},
         {"{\"cameras\": [{\"frameRate\": 1e999}]}", {"not JSON"}},
+        {"{\"cameras\": [{\"exposureUs\": 30}]}", {"\"cameras[0].exposureUs\"", "multiple of 20"}},
+        {"{\"cameras\": [{\"clockErrorPpm\": 1e5}]}", {"\"cameras[0].clockErrorPpm\"", "-10000 to 10000"}},
+        {"{\"cameras\": [{\"faults\": {\"silent\": {\"starts\": [0]}}}]}",
+         {"\"cameras[0].faults.silent.starts[0]\"", "from 1"}},
         {"{\"cameras\": [{\"paint\": 1}]}", {"\"cameras[0].paint\"", "true or false"}},
         {"{\"cameras\": [{\"bayer\": \"RGB\"}]}", {"\"cameras[0].bayer\"", "\"RGGB\""}},
         {"{\"cameras\": [{\"model\": null}]}", {"\"cameras[0].model\"", "null", "text"}},
@@ -94,7 +98,8 @@ TEST(Description, EveryKeyIsUnderstood) {
     ASSERT_TRUE(IsOk(ParseWorld(R"({"clock": "manual", "buses": [{"cameras": [{
         "serial": 7, "count": 3, "interface": "u3v", "vendor": "V", "model": "M", "firmware": "2.1",
         "sensor": "S", "iidcVersion": 131, "width": 800, "height": 600, "bayer": "GBRG", "frameRate": 99.5,
-        "paint": false, "embeddedItems": 3, "faults": {"seed": 9, "registers": {"share": 0.5, "accesses": [3],
+        "exposureUs": 60, "clockErrorPpm": -2.5, "paint": false, "embeddedItems": 3,
+        "faults": {"seed": 9, "silent": {"frames": 8, "starts": [2]}, "registers": {"share": 0.5, "accesses": [3],
         "addresses": [1540, "0x610"], "readLatencyUs": 1, "writeLatencyUs": 2, "jitterUs": 3},
         "drop": {"share": 0.1}, "corrupt": {"frames": [2]}, "duplicate": {}, "delay": {"frames": [1]},
         "delayUs": 5}}]}, {"cameras": [{}]}]})",
@@ -115,6 +120,10 @@ TEST(Description, EveryKeyIsUnderstood) {
     EXPECT_EQ(camera.faults.registerAddresses, (std::vector<unsigned int>{0x604, 0x610}));
     EXPECT_EQ(camera.faults.drop.share, 0.1);
     EXPECT_EQ(camera.faults.delayUs, 5U);
+    EXPECT_EQ(camera.exposureUs, 60U);
+    EXPECT_EQ(camera.clockErrorPpm, -2.5);
+    EXPECT_EQ(camera.faults.silent.frames, 8U);
+    EXPECT_EQ(camera.faults.silent.starts, (std::vector<unsigned int>{2}));
     EXPECT_EQ(world.buses[1].cameras[0].serialNumber, 10U) << "numbering goes on";
 }
 

@@ -38,14 +38,6 @@ long ReadNumber(const Frame& frame, unsigned int line) {
     }
 }
 
-/// The time stamp in a picture, in ticks of 1/24576000 s.
-unsigned int ReadStamp(const Frame& frame) {
-    const unsigned char* byte = frame.data;
-    const unsigned int word =
-        static_cast<unsigned int>(byte[0]) << 24 | byte[1] << 16U | byte[2] << 8U | byte[3];
-    return ((word >> 25) * 8000 + (word >> 12 & 0x1FFF)) * 3072 + (word & 0xFFF);
-}
-
 constexpr unsigned long long kExposure = 5000;  // microseconds
 
 TEST(SimulatedFrames, FlowAtTheirRateWhileTransmissionIsOnAndSomebodyListens) {

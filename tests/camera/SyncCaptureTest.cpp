@@ -1,0 +1,284 @@
+#include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <cstring>
+#include <regex>
+
+#include "Fixture.h"
+
+namespace Zevrin {
+
+namespace {
+
+constexpr unsigned int kTransmission = 0x614;
+
+/// The n-th camera of a synchronized start. Its calls are recorded with "n " before them.
+class SyncCamera : public TestCamera {
+  public:
+    explicit SyncCamera(unsigned int number) : m_name(std::to_string(number) + " ") {
+        EXPECT_EQ(Connect(kSerialNumber + number), ERR_OK);
+        m_pIOBase->m_camera = m_name;
+        m_pIso->m_camera = m_name;
+    }
+    Error StartCapture(ImageCallback callback, const void* pCallbackData) override {
+        return Script::AnswerOf(m_name, "StartCapture", callback, pCallbackData);
+    }
+    Error SetConfiguration(const ZevrinConfig* pConfig) override {
+        m_config = *pConfig;
+        return Script::AnswerOf(m_name, "SetConfiguration");
+    }
+
+    const std::string m_name;
+    ZevrinConfig m_config;
+};
+
+void OnImage(Image*, const void*) {}
+
+class SyncCaptureTest : public testing::Test {
+  protected:
+    SyncCaptureTest() {
+        m_script.generations = {kGeneration};
+        m_script.isGrabStarted = true;
+        m_script.onRetrieve = [this](const std::string& camera, Image* pImage) {
+            const unsigned int number = static_cast<unsigned int>(std::stoul(camera));
+            pImage->m_camera = camera;
+            pImage->m_timeStamp = m_stamps.at(number);
+            const boost::lock_guard<boost::mutex> lock(m_mutex);
+            return ++m_retrievals.at(number) > 10 && m_retrievals.at(number) < m_answersFrom.at(number)
+                       ? Error(ComponentFailure())
+                       : Error();
+        };
+        MakeCameras(3);
+    }
+    ~SyncCaptureTest() override {
+        m_cameras.clear();
+        m_script = Script::State();
+    }
+
+    void MakeCameras(unsigned int count) {
+        m_cameras.clear();
+        for (unsigned int i = 0; i < count; ++i) {
+            m_cameras.push_back(boost::make_shared<SyncCamera>(i));
+        }
+        m_stamps.assign(count, TimeStamp());
+        m_retrievals.assign(count, 0);
+        m_answersFrom.assign(count, 0);
+        m_script.calls.clear();
+    }
+
+    Error Start(void (*const* callbacks)(Image*, const void*) = nullptr, const void** data = nullptr) {
+        return CameraInternal::StartSyncCapture(static_cast<unsigned int>(m_cameras.size()), m_cameras,
+                                                callbacks, data);
+    }
+
+    void Stamp(unsigned int camera, unsigned int seconds, unsigned int cycles) {
+        m_stamps.at(camera).cycleSeconds = seconds;
+        m_stamps.at(camera).cycleCount = cycles;
+    }
+
+    /// The record without addresses of images and without register reads.
+    CallList Calls(const std::string& pattern) const {
+        CallList calls;
+        for (const std::string& call : m_script.calls) {
+            const std::string text = std::regex_replace(call, std::regex(" 0x[0-9a-f]{8,}"), "");
+            if (std::regex_search(text, std::regex(pattern))) {
+                calls.push_back(text);
+            }
+        }
+        return calls;
+    }
+
+    static std::string Transmission(unsigned int camera, unsigned int value) {
+        return Script::CallText(std::to_string(camera) + " IOBase::WriteRegister", kTransmission, value,
+                                false);
+    }
+
+    Script::State& m_script = Script::Get();
+    std::vector<boost::shared_ptr<CameraInternal>> m_cameras;
+    std::vector<TimeStamp> m_stamps;  ///< what each camera's images are stamped with
+    boost::mutex m_mutex;             ///< guards m_retrievals against the grab threads
+    std::vector<int> m_retrievals;
+    std::vector<int> m_answersFrom;  ///< after the ten of draining: the first retrieval that gives an image
+};
+
+TEST_F(SyncCaptureTest, TakesItsStepsInOrder) {
+    void (*callbacks[])(Image*, const void*) = {&OnImage, nullptr, &OnImage};
+    const void* data[] = {&m_script, this, nullptr};
+    m_script.failures["1 StartCapture"] = InternalError(1, "", "", "", ERR_ISOCH_ALREADY_STARTED, "runs");
+    m_script.failures[Transmission(1, 0)] = ComponentFailure();
+    m_script.failures[Transmission(2, 0x80000000U)] = ComponentFailure();
+    m_script.failures["0 Image::ReleaseBuffer"] = ComponentFailure();
+    m_script.failures["1 Iso::SetCallback"] = ComponentFailure();
+    const int holds = Singleton<BusMaster>::m_iRefCount;
+    EXPECT_EQ(Start(callbacks, data), ERR_OK);
+    EXPECT_EQ(Singleton<BusMaster>::m_iRefCount, holds);
+
+    CallList expected;
+    for (unsigned int i = 0; i < 3; ++i) {
+        expected.push_back(Script::CallText("BusMaster::GetHwInterfaceFromSerialNumber", kSerialNumber + i));
+        expected.push_back(std::to_string(i) + " SetConfiguration");
+    }
+    const auto forEach = [&](const std::string& call, int times,
+                             const std::function<std::string(unsigned int)>& end) {
+        for (unsigned int i = 0; i < 3; ++i) {
+            expected.insert(expected.end(), static_cast<std::size_t>(times), std::to_string(i) + call);
+            if (end) {
+                expected.push_back(end(i));
+            }
+        }
+    };
+    forEach(" StartCapture 0 0", 1, nullptr);
+    forEach(" Iso::RetrieveBuffer", 10, [](unsigned int i) { return Transmission(i, 0); });
+    forEach(" Image::ReleaseBuffer", 10, nullptr);
+    forEach("", 0, [](unsigned int i) { return Transmission(i, 0x80000000U); });
+    const std::size_t grabs = expected.size();
+    forEach(" Iso::RetrieveBuffer", 1, nullptr);
+    const std::string watched = "BusMaster|Configuration|StartCapture|Retrieve|Release|WriteRegister " +
+                                std::to_string(kTransmission);
+    CallList calls = Calls(watched);
+    ASSERT_EQ(calls.size(), expected.size());
+    std::sort(calls.begin() + static_cast<std::ptrdiff_t>(grabs), calls.end());  // of three threads
+    EXPECT_EQ(calls, expected);
+    CallList installed;
+    for (unsigned int i = 0; i < 3; ++i) {
+        installed.push_back(Script::CallText(std::to_string(i) + " Iso::SetCallback", callbacks[i], data[i]));
+    }
+    EXPECT_EQ(CallList(m_script.calls.end() - 3, m_script.calls.end()), installed);
+    EXPECT_EQ(m_script.registers[0x12F8] & 1U, 1U) << "the time stamp is embedded";
+
+    const ZevrinConfig config = static_cast<SyncCamera&>(*m_cameras[2]).m_config;
+    const unsigned int words[] = {10, 0, 0, 0xFFFFFFFEU, 1, 0, 13, 13, 3, 0, 0};
+    unsigned int held[11 + 16];
+    static_assert(sizeof held == sizeof config, "eleven fields of a word and the reserved ones");
+    std::memcpy(held, &config, sizeof held);
+    held[5] &= 0xFFU;
+    EXPECT_TRUE(std::equal(std::begin(words), std::end(words), held));
+    EXPECT_TRUE(std::all_of(held + 11, std::end(held), [](unsigned int word) { return word == 0; }));
+}
+
+struct Refusal {
+    const char* failing;  ///< a call of the script that fails
+    ErrorType type;
+    const char* text;
+    bool hasCause;
+    CallList stops;
+};
+
+TEST_F(SyncCaptureTest, FailsAsEachStepSays) {
+    const Refusal refusals[] = {
+        {"BusMaster::GetHwInterfaceFromSerialNumber 4712",
+         ERR_INTERFACE_NOT_FOUND,
+         "Failed to retrieve camera interface.",
+         false,
+         {}},
+        {"1 IOBase::ReadRegister", ERR_ISOCH_FAILED, "Could not get embedded image info.", true, {}},
+        {"1 Iso::CacheEmbeddedImageInfo", ERR_ISOCH_FAILED, "Could not set embedded image info.", true, {}},
+        {"1 SetConfiguration",
+         ERR_ISOCH_FAILED,
+         "Could not set the configuration to begin syncing cameras.",
+         true,
+         {}},
+        {"0 StartCapture", ERR_ISOCH_START_FAILED, "Could not start one of the cameras.", true, {}},
+        {"2 StartCapture",
+         ERR_ISOCH_START_FAILED,
+         "Could not start one of the cameras.",
+         true,
+         {"2 Iso::StopCapture", "2 Iso::StopCapture"}},
+        {"2 IOBase::WriteRegister 1556 0 0",
+         ERR_TIMESTAMP_FAILED,
+         "Failed to retrieve timestamp information from image.",
+         false,
+         {}},
+    };
+    for (const Refusal& refusal : refusals) {
+        SCOPED_TRACE(refusal.failing);
+        MakeCameras(3);
+        m_script.failures = {{refusal.failing, ComponentFailure()}};
+        const int holds = Singleton<BusMaster>::m_iRefCount;
+        const Error error = Start();
+        EXPECT_EQ(error, refusal.type);
+        EXPECT_EQ(error.GetDescription(), std::string(refusal.text));
+        EXPECT_EQ(error.GetCause() != ERR_OK, refusal.hasCause);
+        EXPECT_EQ(Calls("StopCapture"), refusal.stops);
+        EXPECT_EQ(Singleton<BusMaster>::m_iRefCount, holds);
+        EXPECT_TRUE(Calls("SetCallback").empty());
+    }
+}
+
+TEST_F(SyncCaptureTest, RefusesGigeCamerasAndAcceptsEveryOtherInterface) {
+    m_script.interfaceTypes = {{kSerialNumber, 99}, {kSerialNumber + 1, 2}, {kSerialNumber + 2, 3}};
+    EXPECT_TRUE(Says(Start(), ERR_NOT_SUPPORTED, "StartSyncCapture() with GigE Cameras is not supported."));
+    EXPECT_EQ(Calls("SetConfiguration|StartCapture"), (CallList{"0 SetConfiguration", "1 SetConfiguration"}))
+        << "what was prepared stays so";
+}
+
+TEST_F(SyncCaptureTest, ReportsAMissingBusManager) {
+    BusMaster* const pInstance = Singleton<BusMaster>::m_pInstance;
+    const int holds = Singleton<BusMaster>::m_iRefCount;
+    Singleton<BusMaster>::m_pInstance = nullptr;
+    m_script.isBusMasterMissing = true;
+    EXPECT_TRUE(Says(Start(), ERR_BUS_MASTER_FAILED, "Failed to connect to the Bus Manager object."));
+    EXPECT_FALSE(m_cameras[0]->InterfaceSupportsEvents());
+    EXPECT_EQ(Singleton<BusMaster>::m_iRefCount, holds + 2) << "nothing to release";
+    EXPECT_TRUE(m_script.calls.empty());
+    Singleton<BusMaster>::m_pInstance = pInstance;
+    Singleton<BusMaster>::m_iRefCount = holds;
+}
+
+TEST_F(SyncCaptureTest, RefusesNumbersBeforeAnythingIsTouched) {
+    EXPECT_EQ(CameraInternal::StartSyncCapture(4, m_cameras, nullptr, nullptr), ERR_INVALID_PARAMETER);
+    MakeCameras(65);
+    EXPECT_EQ(Start(), ERR_INVALID_PARAMETER);
+    EXPECT_TRUE(m_script.calls.empty());
+}
+
+TEST_F(SyncCaptureTest, WithoutCamerasOnlyPauses) {
+    const auto before = boost::posix_time::microsec_clock::universal_time();
+    EXPECT_EQ(CameraInternal::StartSyncCapture(0, m_cameras, nullptr, nullptr), ERR_OK);
+    EXPECT_GE(boost::posix_time::microsec_clock::universal_time() - before,
+              boost::posix_time::milliseconds(549));
+    EXPECT_TRUE(m_script.calls.empty());
+}
+
+TEST_F(SyncCaptureTest, AsksACameraElevenTimes) {
+    Stamp(0, 5, 100);
+    m_stamps[1] = m_stamps[2] = m_stamps[0];
+    m_answersFrom = {0, 21, 0};
+    EXPECT_EQ(Start(), ERR_OK) << "one that answers at the eleventh try";
+    EXPECT_EQ(m_retrievals, (std::vector<int>{11, 21, 11}));
+
+    m_retrievals = {0, 0, 0};
+    m_answersFrom = {0, 0, 1000};
+    Stamp(2, 0, 0);
+    EXPECT_TRUE(Says(Start(), ERR_ISOCH_SYNC_FAILED, "Failed to synchronize cameras."));
+    EXPECT_EQ(m_retrievals, (std::vector<int>{11, 11, 21})) << "and one that never does";
+}
+
+TEST_F(SyncCaptureTest, ToleratesFiveCyclesOnBothSidesAndAcrossTheWrap) {
+    struct Pair {
+        unsigned int first[2];
+        unsigned int other[2];
+        bool inStep;
+    };
+    const Pair pairs[] = {
+        {{5, 100}, {5, 105}, true},  {{5, 105}, {5, 100}, true},   {{5, 7998}, {6, 3}, true},
+        {{127, 7998}, {0, 2}, true}, {{0, 2}, {127, 7997}, true},  {{5, 100}, {5, 106}, false},
+        {{5, 106}, {5, 100}, false}, {{127, 7998}, {0, 4}, false}, {{0, 4}, {127, 7998}, false},
+        {{5, 100}, {6, 100}, false}, {{0, 0}, {64, 0}, false},
+    };
+    for (const Pair& pair : pairs) {
+        SCOPED_TRACE(testing::Message() << pair.first[0] << ' ' << pair.first[1] << " and " << pair.other[0]
+                                        << ' ' << pair.other[1]);
+        MakeCameras(3);
+        Stamp(0, pair.first[0], pair.first[1]);
+        Stamp(1, pair.other[0], pair.other[1]);
+        m_stamps[2] = m_stamps[0];
+        EXPECT_EQ(Start(), pair.inStep ? ERR_OK : ERR_ISOCH_SYNC_FAILED);
+        const CallList all = {"0 Iso::StopCapture", "1 Iso::StopCapture", "2 Iso::StopCapture"};
+        EXPECT_EQ(Calls("StopCapture"), pair.inStep ? CallList() : all);
+    }
+}
+
+}  // namespace
+
+}  // namespace Zevrin
