@@ -69,14 +69,10 @@ Error WriteOptional(GenicamDevice& device, unsigned int address, unsigned int va
     return error == ERR_CAMERA_LOST ? error : Error();
 }
 
-unsigned long long ReadClockFrequency(GenicamDevice& device) {
-    guint64 frequency = 0;
-    const Error error = device.Ask<guint64>(
-        ERR_TRANSPORT_FAILED, "Asking for the clock's frequency",
-        [](ArvDevice* pDevice, GError** ppReport) {
-            return arv_gv_device_get_timestamp_tick_frequency(ARV_GV_DEVICE(pDevice), ppReport);
-        },
-        &frequency);
+/// A device that does not tell counts nanoseconds.
+unsigned long long GetClockFrequency(GenicamDevice& device) {
+    unsigned long long frequency = 0;
+    const Error error = ReadTickFrequency(device, &frequency);
     const bool isUsable = error == ERR_OK && frequency >= 1 && frequency <= 10 * kNanosecondsPerSecond;
     return isUsable ? frequency : kNanosecondsPerSecond;
 }
@@ -194,7 +190,7 @@ Error DeviceEvents::OpenChannel(GenicamDevice& device) {
         return error;
     }
     m_pListener.reset();
-    m_frequency = ReadClockFrequency(device);
+    m_frequency = GetClockFrequency(device);
     auto pListener = std::make_unique<EventListener>(device.GetOwnAddress(), device.GetAddress(),
                                                      [this](const EventRecord& record) { Deliver(record); });
     error = pListener->Start();

@@ -141,6 +141,15 @@ void ReadIdentity(GenicamDevice& device, CameraIdentity* pIdentity) {
     pIdentity->isColor = OffersColor(device);
 }
 
+Error ReadTickFrequency(GenicamDevice& device, unsigned long long* pFrequency) {
+    return device.Ask<unsigned long long>(
+        ERR_TRANSPORT_FAILED, "Asking for the clock's frequency",
+        [](ArvDevice* pDevice, GError** ppReport) {
+            return arv_gv_device_get_timestamp_tick_frequency(ARV_GV_DEVICE(pDevice), ppReport);
+        },
+        pFrequency);
+}
+
 Error ReadClock(GenicamDevice& device, unsigned long long* pNanoseconds) {
     for (const Clock& clock : kClocks) {
         if (device.Offers(clock.latch)) {

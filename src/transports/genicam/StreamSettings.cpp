@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 
+#include "DeviceFacts.h"
 #include "Failure.h"
 #include "GenicamDevice.h"
 
@@ -50,13 +51,8 @@ Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
         const std::optional<long long> own = device.GetOwnPacketDelay();
         return own ? device.SetInteger(kPacketDelay, *own) : Error();
     }
-    guint64 frequency = 0;
-    Error error = device.Ask<guint64>(
-        ERR_TRANSPORT_FAILED, "Asking for the clock's frequency",
-        [](ArvDevice* pDevice, GError** ppReport) {
-            return arv_gv_device_get_timestamp_tick_frequency(ARV_GV_DEVICE(pDevice), ppReport);
-        },
-        &frequency);
+    unsigned long long frequency = 0;
+    Error error = ReadTickFrequency(device, &frequency);
     if (error != ERR_OK) {
         return error;
     }

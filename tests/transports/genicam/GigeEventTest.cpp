@@ -279,12 +279,15 @@ TEST_F(GigeEvents, ComeAgainWithTheCamera) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     EventOptions end = m_told.For("ExposureEnd");
     ASSERT_OK(m_camera.RegisterEvent(&end));
+    const auto waitForLoss = [&] {
+        const auto deadline = std::chrono::steady_clock::now() + kPatience;
+        unsigned int value = 0;
+        while (Read(kPort, &value) != ERR_INVALID_GENERATION && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    };
     m_pFakeCamera->Signal(SIGKILL);
-    unsigned int value = 0;
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (Read(kPort, &value) != ERR_INVALID_GENERATION && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    waitForLoss();
     Serve();
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     EXPECT_EQ(Look(kNotificationOf + 4), 1U);
@@ -292,6 +295,20 @@ TEST_F(GigeEvents, ComeAgainWithTheCamera) {
     camera.Send(Look(kPort), kExposureEnd);
     EXPECT_EQ(camera.Receive(), kExposureEndAnswer);
     EXPECT_EQ(m_told.Wait(1).size(), 1U);
+
+    // The same by a policy, with a camera that was silent for a while.
+    ReconnectPolicy policy;
+    policy.limitMs = 60000;
+    ASSERT_OK(m_camera.SetReconnectPolicy(&policy));
+    const unsigned int port = Look(kPort);
+    m_pFakeCamera->Signal(SIGSTOP);
+    waitForLoss();
+    m_pFakeCamera->Signal(SIGCONT);
+    ASSERT_OK(m_camera.WaitForReconnection(60000));
+    EXPECT_NE(Look(kPort), port);
+    camera.Send(Look(kPort), kExposureEnd);
+    EXPECT_EQ(camera.Receive(), kExposureEndAnswer);
+    EXPECT_EQ(m_told.Wait(2).size(), 2U);
 }
 
 using GigeEventTest = GigeTest;
