@@ -157,6 +157,7 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         m_isLost = false;
         ++m_openCount;
     }
+    m_events.Begin(session.pDevice);
     if (session.pDevice->IsLost()) {
         report();  // it was lost before it could be found here
     }
@@ -177,18 +178,7 @@ void GenicamCamera::Close() {
         boost::lock_guard<boost::mutex> streamLock(m_streamMutex);
         EndStream();
     }
-    if (session.pDevice && session.pDevice->IsLost()) {
-        End(std::move(session), nullptr);
-    }
-}
-
-/// Gives a device that does not answer a thread to end on.
-void GenicamCamera::End(Session session, boost::shared_ptr<GenicamStream> pStream) {
-    m_pReporter->GetEndings().Post([session, pStream] {
-        if (pStream) {
-            pStream->Stop();
-        }
-    });
+    m_events.End();
 }
 
 /// First the report, so that whoever is woken finds the generation raised.
@@ -208,8 +198,10 @@ void GenicamCamera::HandleLoss() {
     ReportLoss();
     if (pStream) {
         pStream->Fail(GenicamDevice::MakeLostError());
+        pStream->BeginStop();
     }
-    End(std::move(session), std::move(pStream));
+    m_events.End();
+    session.pDevice->End();  // a stream that nobody stops would keep it
 }
 
 Error GenicamCamera::RequireSession(Session* pSession) const {
@@ -367,6 +359,25 @@ void GenicamCamera::EndStream() {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_endedStreams = Sum(m_endedStreams, counters);
     m_pStream.reset();
+}
+
+Error GenicamCamera::GetEventNames(std::vector<std::string>* pNames) {
+    Session session;
+    const Error error = RequireSession(&session);
+    return error == ERR_OK ? DeviceEvents::GetNames(*session.pDevice, pNames) : error;
+}
+
+boost::shared_ptr<GenicamDevice> GenicamCamera::GetDevice() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_session.pDevice;
+}
+
+Error GenicamCamera::SetEventSink(EventSink* pSink) {
+    return m_events.SetSink(GetDevice(), pSink);
+}
+
+Error GenicamCamera::SetEventNotification(const std::string& name, bool on) {
+    return m_events.SetNotification(GetDevice(), name, on);
 }
 
 StreamCounters GenicamCamera::GetStreamCounters() const {

@@ -5,6 +5,7 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "DeviceEvents.h"
 #include "DeviceListing.h"
 #include "HardwareInterface.h"
 
@@ -44,6 +45,9 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override;
     void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override;
     StreamCounters GetStreamCounters() const override;
+    Error GetEventNames(std::vector<std::string>* pNames) override;
+    Error SetEventSink(EventSink* pSink) override;
+    Error SetEventNotification(const std::string& name, bool on) override;
 
   private:
     /// What there is while the camera is under control.
@@ -56,14 +60,16 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     void ReportLoss();
     Error RequireSession(Session* pSession) const;
     boost::shared_ptr<GenicamStream> GetStream() const;
+    boost::shared_ptr<GenicamDevice> GetDevice() const;
     void EndStream();
     void HandleLoss();
-    void End(Session session, boost::shared_ptr<GenicamStream> pStream);
 
     const boost::shared_ptr<LossReporter> m_pReporter;
 
     boost::mutex m_openMutex;    // one opening or closing at a time
     boost::mutex m_streamMutex;  // one start or stop of a stream at a time
+
+    DeviceEvents m_events;
 
     mutable boost::mutex m_mutex;  // guards what follows; never held while anything else is called
     DeviceListing m_listing;
