@@ -97,7 +97,8 @@ class Iso::Transition {
     bool m_isUnderWay = false;
 };
 
-Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
+Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
+                        unsigned int gaps) {
     const Error error = CheckConfiguration(config);
     if (error != ERR_OK) {
         return error;
@@ -114,7 +115,7 @@ Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, cons
     }
     ReapCallbackThreads();
     try {
-        return StartStream(config, callback, pCallbackData, &transition);
+        return StartStream(config, callback, pCallbackData, gaps, &transition);
     } catch (const std::bad_alloc&) {
         return Failure(ERR_OUT_OF_MEMORY, "There is no memory to start a stream of %u buffers.",
                        config.numBuffers);
@@ -151,7 +152,7 @@ Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
 }
 
 Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                       Transition* pTransition) {
+                       unsigned int gaps, Transition* pTransition) {
     boost::shared_ptr<HardwareInterface> pHardware;
     Error error = RequireHardware(&pHardware);
     StreamFormat format;
@@ -163,6 +164,7 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
         error = MakeQueue(config, format, &pQueue);
     }
     if (error == ERR_OK) {
+        pQueue->SetGaps(gaps);
         error = pHardware->StartStream(config, pQueue);
     }
     if (error != ERR_OK) {

@@ -118,6 +118,13 @@ const Case kCases[] = {
     {"BrokenDescription", "--simulate broken.json list", 1, {}, {"--simulate: broken.json: "}},
     {"WrongDescription", "--simulate wrong.json list", 1, {}, {"--simulate: wrong.json: ", "serial", "many"}},
     {"CommandLineBeforeEnvironment", "list --simulate 1", 0, {"1001"}, {}},
+    {"Watch", "--simulate 2 list --watch --duration 1", 0, {"arrived  1001  ", "arrived  1002  "}, {}},
+    {"WatchJson",
+     "--simulate 1 --json list --watch --duration 1",
+     0,
+     {"\"arrived\",\"serialNumber\":1001,"},
+     {}},
+    {"DurationWithoutWatch", "list --duration 5", 2, {}, {"--watch"}},
     // Choosing a camera.
     {"TheOnlyCamera", "--simulate 1 info", 0, {"Serial number       1001\n", "Power               on\n"}, {}},
     {"OneOfTwo", "--simulate 2 info 1002", 0, {"1002"}, {}},

@@ -20,6 +20,7 @@ using Grabbers = std::vector<std::unique_ptr<Grabber>>;
 constexpr unsigned int kMaxCount = 1000000;
 constexpr unsigned int kMaxTimeoutMs = 3600000;
 constexpr unsigned int kMaxBuffers = 4096;
+constexpr unsigned int kMaxReconnectSeconds = 86400;
 
 struct GrabOptions {
     GrabPlan plan;
@@ -141,6 +142,7 @@ Examples:
   zevrin --simulate 1 grab -n 20 -o images
   zevrin grab 1001 1002 -n 20 --buffers 20
   zevrin --json grab --all -n 5 --timeout 5000
+  zevrin --simulate 1 grab -n 5 --reconnect 60
 )";
 
 }  // namespace
@@ -162,6 +164,10 @@ void AddGrabVerb(CLI::App& app, Tool& tool) {
               "Longest wait for one frame in milliseconds, 1 to 3600000 (default: 2000)");
     AddNumber(*pVerb, "--buffers", "<frames>", &pOptions->plan.buffers, {1, kMaxBuffers, 1},
               "Frames that may wait while files are written, 1 to 4096 (default: 10)");
+    AddNumber(*pVerb, "--reconnect", "<s>", &pOptions->plan.reconnectSeconds, {1, kMaxReconnectSeconds, 1},
+              "Waits so many seconds for a camera that went away, 1 to 86400, puts its settings back and "
+              "goes on, and "
+              "tells each step (default: it is not waited for)");
     pVerb->callback([&tool, pOptions] { tool.run = [&tool, pOptions] { Grab(tool, *pOptions); }; });
 }
 

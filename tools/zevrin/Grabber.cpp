@@ -12,6 +12,7 @@ namespace {
 
 constexpr unsigned int kSliceMs = 100;  // how long a request to stop may have to wait
 constexpr unsigned int kMaxVainReconnections = 3;
+constexpr unsigned int kMsPerSecond = 1000;
 
 /// Seconds since 1970.
 double TimeOf(const Zevrin::Image& image) {
@@ -64,6 +65,10 @@ Grabber::Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera
 Grabber::~Grabber() {
     Stop();
     Join();
+    if (m_plan.reconnectSeconds != 0) {
+        const Zevrin::Error ignored = m_pCamera->SetReconnectPolicy(nullptr);  // no report comes from here on
+        static_cast<void>(ignored);
+    }
 }
 
 void Grabber::Start() {
@@ -86,6 +91,7 @@ void Grabber::Run() {
 }
 
 void Grabber::Grab() {
+    SetReconnectPolicy();
     StartStream();
     while (m_outcome.frames < m_plan.count) {
         Zevrin::Image image;
@@ -125,6 +131,10 @@ void Grabber::StartStream() {
 
 /// After a bus reset the camera is still there under a new generation; one that went away is not.
 void Grabber::Resume(const Zevrin::Error& reason) {
+    if (m_plan.reconnectSeconds != 0) {
+        AwaitReturn();
+        return;
+    }
     if (++m_vainReconnections > kMaxVainReconnections) {
         Check(reason);
     }
@@ -137,6 +147,69 @@ void Grabber::Resume(const Zevrin::Error& reason) {
     StartStream();
     Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
              std::to_string(m_outcome.frames));
+}
+
+void Grabber::SetReconnectPolicy() {
+    if (m_plan.reconnectSeconds == 0) {
+        return;
+    }
+    Zevrin::ReconnectPolicy policy;
+    policy.limitMs = m_plan.reconnectSeconds * kMsPerSecond;
+    policy.userData = this;
+    policy.callback = [](const Zevrin::ReconnectReport* pReport) {
+        static_cast<const Grabber*>(pReport->userData)->ReportStep(*pReport);
+    };
+    Check(m_pCamera->SetReconnectPolicy(&policy));
+}
+
+void Grabber::AwaitReturn() {
+    for (;;) {
+        const Zevrin::Error error = m_pCamera->WaitForReconnection(kSliceMs);
+        if (error == Zevrin::ERR_OK) {
+            m_numbers.Restart();
+            return;
+        }
+        if (m_stop) {
+            throw ToolFailure(kExitFailed, "stopped");
+        }
+        if (error != Zevrin::ERR_TIMEOUT) {
+            throw ToolFailure(kExitFailed, "the camera went away and did not come back within " +
+                                               std::to_string(m_plan.reconnectSeconds) + " s");
+        }
+    }
+}
+
+/// On a thread of the library. Failed tries are told by their number.
+void Grabber::ReportStep(const Zevrin::ReconnectReport& report) const {
+    std::string text;
+    switch (report.step) {
+        case Zevrin::RECONNECT_LOST:
+            text = "the connection was lost after frame " + std::to_string(m_frames);
+            break;
+        case Zevrin::RECONNECT_TRY_FAILED:
+            return;
+        case Zevrin::RECONNECT_CONNECTED:
+            text = "connected again, at try " + std::to_string(report.tries);
+            break;
+        case Zevrin::RECONNECT_RESTORED:
+            text = std::to_string(report.count) + " registers were put back";
+            if (report.error != Zevrin::ERR_OK) {
+                text += ", but not all: " + std::string(report.description);
+            }
+            break;
+        case Zevrin::RECONNECT_RESUMED:
+            text = "the stream runs again; this was its gap number " + std::to_string(report.count);
+            break;
+        case Zevrin::RECONNECT_DONE:
+            text = "the reconnection is done";
+            break;
+        case Zevrin::RECONNECT_GAVE_UP:
+            text = "given up after " + std::to_string(report.tries) + " tries: " + report.description;
+            break;
+    }
+    char seconds[16];
+    std::snprintf(seconds, sizeof seconds, "%.2f", report.elapsedMs / 1000.0);
+    Complain(NameOf(report.serialNumber) + ", " + seconds + " s: " + text);
 }
 
 void Grabber::Take(const Zevrin::Image& image) {
