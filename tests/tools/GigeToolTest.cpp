@@ -63,7 +63,7 @@ TEST_F(GigeTool, DemoShowsFiveCamerasAndStopsTheOneThatItStarted) {
 
 TEST_F(GigeTool, InterruptedDemoStopsItsCameraToo) {
     Process demo({kDemo, BUILD_FOLDER, "images"}, m_options);
-    ASSERT_TRUE(demo.WaitForOutput("Grabbing")) << demo.Finish().messages;
+    ASSERT_TRUE(demo.WaitForOutput("Starting")) << demo.Finish().messages;
     demo.Signal(SIGINT);
     EXPECT_NE(0, demo.Finish().exitCode);
     EXPECT_TRUE(CanServe()) << "the demonstration's camera still runs";
