@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <cstdio>
-#include <filesystem>
 #include <iostream>
 #include <memory>
-#include <set>
-#include <system_error>
 #include <thread>
 
 #include "CommandLine.h"
+#include "Folder.h"
 #include "Grabber.h"
 #include "Interruption.h"
 #include "Numbers.h"
@@ -36,35 +33,6 @@ struct GrabOptions {
     std::vector<unsigned int> named;
     bool all = false;
 };
-
-/// Before a camera is touched: a folder that cannot be written to is no reason to start a stream.
-void PrepareFolder(const std::string& folder) {
-    std::error_code problem;
-    std::filesystem::create_directories(folder, problem);
-    if (!std::filesystem::is_directory(folder)) {
-        const std::string reason = problem ? problem.message() : "it is no folder";
-        throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be made: " + reason);
-    }
-    if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be written to: " +
-                                           std::generic_category().message(errno));
-    }
-}
-
-std::vector<unsigned int> ChooseAll(Session& session, const GrabOptions& options) {
-    if (!options.all) {
-        const std::set<unsigned int> distinct(options.named.begin(), options.named.end());
-        if (distinct.size() != options.named.size()) {
-            throw ToolFailure(kExitUsage, "a serial number is given twice");
-        }
-        return session.Choose(options.named);
-    }
-    std::vector<unsigned int> all;
-    for (const Zevrin::CameraListing& camera : session.List()) {
-        all.push_back(camera.serialNumber);
-    }
-    return all.empty() ? session.Choose({}) : all;
-}
 
 /// One line, for each camera as long as there is room.
 void ShowProgress(const Grabbers& grabbers, unsigned int count) {
@@ -99,14 +67,6 @@ void WaitForAll(const Grabbers& grabbers, unsigned int count) {
     }
 }
 
-std::string RateText(const GrabOutcome& outcome) {
-    char text[32] = "-";
-    if (outcome.framesPerSecond) {
-        std::snprintf(text, sizeof text, "%.2f fps", *outcome.framesPerSecond);
-    }
-    return text;
-}
-
 std::string ImageText(const GrabOutcome& outcome) {
     return outcome.frames == 0 ? "-"
                                : std::to_string(outcome.width) + " x " + std::to_string(outcome.height) +
@@ -134,8 +94,8 @@ void ShowOutcomes(const Tool& tool, const Grabbers& grabbers) {
         const GrabOutcome& outcome = pGrabber->Join();
         cameras.push_back(ToJson(pGrabber->GetSerialNumber(), outcome));
         table.Add({std::to_string(pGrabber->GetSerialNumber()), std::to_string(outcome.frames),
-                   RateText(outcome), std::to_string(outcome.dropped), std::to_string(outcome.files.size()),
-                   ImageText(outcome)});
+                   RateText(outcome.framesPerSecond), std::to_string(outcome.dropped),
+                   std::to_string(outcome.files.size()), ImageText(outcome)});
     }
     if (tool.json) {
         Print({{"cameras", cameras}});
@@ -168,7 +128,7 @@ void Grab(const Tool& tool, const GrabOptions& options) {
     }
     Session session(tool);
     Grabbers grabbers;
-    for (const unsigned int serialNumber : ChooseAll(session, options)) {
+    for (const unsigned int serialNumber : session.ChooseSeveral(options.named, options.all)) {
         grabbers.push_back(
             std::make_unique<Grabber>(serialNumber, session.Connect(serialNumber), options.plan));
     }

@@ -1,46 +1,14 @@
 #include "Grabber.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <exception>
 
 #include <zevrin/ImageFile.h>
 
 namespace ZevrinTool {
 
-namespace {
-
-constexpr unsigned int kSliceMs = 100;  // how long a request to stop may have to wait
-constexpr unsigned int kMaxVainReconnections = 3;
-
-/// Seconds since 1970.
-double TimeOf(const Zevrin::Image& image) {
-    const Zevrin::TimeStamp stamp = image.GetTimeStamp();
-    return static_cast<double>(stamp.seconds) + stamp.microSeconds * 1e-6;
-}
-
-bool IsConnectionLost(const Zevrin::Error& error) {
-    return error == Zevrin::ERR_INVALID_GENERATION || error == Zevrin::ERR_CAMERA_LOST ||
-           error == Zevrin::ERR_NOT_CONNECTED;
-}
-
-}  // namespace
-
-unsigned long long FrameNumbers::Add(unsigned long long frameId) {
-    const bool isFollower = m_hasLast && frameId > m_lastId;
-    const unsigned long long step = isFollower ? frameId - m_lastId : 1;
-    m_missing += step - 1;
-    m_number = m_isFirst ? frameId : m_number + step;
-    m_isFirst = false;
-    m_lastId = frameId;
-    m_hasLast = true;
-    return m_number;
-}
-
 Grabber::Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
                  const GrabPlan& plan)
-    : m_serialNumber(serialNumber), m_pCamera(std::move(pCamera)), m_plan(plan) {}
+    : m_serialNumber(serialNumber), m_plan(plan), m_stream(serialNumber, std::move(pCamera), m_stop) {}
 
 Grabber::~Grabber() {
     Stop();
@@ -68,91 +36,41 @@ void Grabber::Run() {
         m_outcome.exitCode = kExitFailed;
         m_outcome.failure = problem.what();
     }
-    m_outcome.dropped = m_numbers.GetMissing();
+    m_outcome.dropped = m_stream.GetMissing();
     m_done = true;
 }
 
 void Grabber::Grab() {
-    StartStream();
+    m_stream.SetResumed([this] {
+        Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
+                 std::to_string(m_outcome.frames));
+    });
+    m_stream.Start(m_plan.buffers);
     while (m_outcome.frames < m_plan.count) {
         Zevrin::Image image;
-        const Zevrin::Error error = Next(&image);
-        if (m_stop) {
+        unsigned long long number = 0;
+        if (!m_stream.Next(m_plan.timeoutMs, &image, &number)) {
             throw ToolFailure(kExitFailed, "stopped");
         }
-        if (IsConnectionLost(error)) {
-            Resume(error);
-            continue;
-        }
-        if (error == Zevrin::ERR_TIMEOUT) {
-            throw ToolFailure(kExitTimeout,
-                              "no frame came within " + std::to_string(m_plan.timeoutMs) + " ms");
-        }
-        Check(error);
-        Take(image);
+        Take(image, number);
     }
-    const Zevrin::Error stopped = m_pCamera->StopCapture();
-    static_cast<void>(stopped);  // all frames are there, and the camera may have gone since
+    m_stream.Stop();
 }
 
-void Grabber::StartStream() {
-    Zevrin::ZevrinConfig config;
-    Check(m_pCamera->GetConfiguration(&config));
-    config.numBuffers = m_plan.buffers;
-    Check(m_pCamera->SetConfiguration(&config));
-    Check(m_pCamera->StartCapture(nullptr, nullptr));
-}
-
-/// After a bus reset the camera is still there under a new generation; one that went away is not.
-void Grabber::Resume(const Zevrin::Error& reason) {
-    if (++m_vainReconnections > kMaxVainReconnections) {
-        Check(reason);
-    }
-    const Zevrin::Error error = m_pCamera->Connect(m_serialNumber);
-    if (error == Zevrin::ERR_CAMERA_LOST || error == Zevrin::ERR_CAMERA_NOT_FOUND) {
-        throw ToolFailure(kExitFailed, "the camera went away");
-    }
-    Check(error, "connecting again");
-    m_numbers.Restart();
-    StartStream();
-    Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
-             std::to_string(m_outcome.frames));
-}
-
-/// Waits in slices, so that a request to stop is heard.
-Zevrin::Error Grabber::Next(Zevrin::Image* pImage) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_plan.timeoutMs);
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        const long long slice = std::clamp<long long>(left.count(), 0, kSliceMs);
-        const Zevrin::Error error = m_pCamera->WaitForBufferEvent(pImage, static_cast<unsigned int>(slice));
-        if (error != Zevrin::ERR_TIMEOUT || left.count() <= 0 || m_stop) {
-            return error;
-        }
-    }
-}
-
-void Grabber::Take(const Zevrin::Image& image) {
-    const double time = TimeOf(image);
+void Grabber::Take(const Zevrin::Image& image, unsigned long long number) {
     if (m_outcome.frames == 0) {
-        m_firstTime = time;
         m_outcome.width = image.GetWidth();
         m_outcome.height = image.GetHeight();
         m_outcome.pixelFormat = Zevrin::GetPixelFormatName(image.GetPixelFormat());
-    } else if (time > m_firstTime) {
-        m_outcome.framesPerSecond = m_outcome.frames / (time - m_firstTime);
     }
-    const unsigned long long number = m_numbers.Add(image.GetFrameId());
+    m_rate.Add(image);
+    m_outcome.framesPerSecond = m_rate.Get();
     if (!m_plan.folder.empty()) {
-        char name[48];
-        std::snprintf(name, sizeof name, "/%u-%06llu.png", m_serialNumber, number);
-        const std::string path = m_plan.folder + name;
+        const std::string path = m_plan.folder + "/" + PictureName(m_serialNumber, number, ".png");
         Check(Zevrin::SaveImage(image, path));
         m_outcome.files.push_back(path);
     }
     m_frames = ++m_outcome.frames;
-    m_vainReconnections = 0;
 }
 
 }  // namespace ZevrinTool

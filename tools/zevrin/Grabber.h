@@ -10,6 +10,7 @@
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
 
+#include "CameraStream.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
@@ -35,23 +36,6 @@ struct GrabOutcome {
     std::string failure;  ///< why it ended early; empty when it did not
 };
 
-/// Counts the frames that are missing between those that came, by the camera's own numbers.
-class FrameNumbers {
-  public:
-    /// The frame's number, continued where the camera begins again (GigE Vision counts to 65535).
-    unsigned long long Add(unsigned long long frameId);
-    unsigned long long GetMissing() const { return m_missing; }
-    /// The next number is not compared with the last: the stream was started again.
-    void Restart() { m_hasLast = false; }
-
-  private:
-    bool m_isFirst = true;
-    bool m_hasLast = false;  // of the present stream
-    unsigned long long m_lastId = 0;
-    unsigned long long m_number = 0;
-    unsigned long long m_missing = 0;
-};
-
 /// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again.
 class Grabber {
   public:
@@ -75,22 +59,18 @@ class Grabber {
   private:
     void Run();
     void Grab();
-    void StartStream();
-    void Resume(const Zevrin::Error& reason);
-    Zevrin::Error Next(Zevrin::Image* pImage);
-    void Take(const Zevrin::Image& image);
+    void Take(const Zevrin::Image& image, unsigned long long number);
 
     const unsigned int m_serialNumber;
-    const boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;
     const GrabPlan m_plan;
+
+    std::atomic<bool> m_stop{false};
 
     // The grab thread's own until it is done.
     GrabOutcome m_outcome;
-    FrameNumbers m_numbers;
-    double m_firstTime = 0;  // seconds
-    unsigned int m_vainReconnections = 0;
+    CameraStream m_stream;
+    FrameRate m_rate;
 
-    std::atomic<bool> m_stop{false};
     std::atomic<bool> m_done{false};
     std::atomic<unsigned int> m_frames{0};
     std::thread m_thread;

@@ -26,6 +26,9 @@ class Session {
     /// The serial numbers named on the command line, or that of the one camera that is there.
     std::vector<unsigned int> Choose(const std::vector<unsigned int>& named);
 
+    /// The same for verbs that work with several cameras; `all` takes every one that is there.
+    std::vector<unsigned int> ChooseSeveral(const std::vector<unsigned int>& named, bool all);
+
     boost::shared_ptr<Zevrin::IidcCamera> Connect(unsigned int serialNumber);
 
   private:

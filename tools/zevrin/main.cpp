@@ -44,7 +44,7 @@ int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
 
 int Run(int argc, char** argv) {
     Tool tool;
-    CLI::App app("Lists register-mapped cameras, shows and changes how they are set, and grabs images.",
+    CLI::App app("Lists register-mapped cameras, shows and changes how they are set, and grabs and records images.",
                  "zevrin");
     app.formatter(std::make_shared<HelpFormatter>());
     app.footer(kFooter);
@@ -52,7 +52,7 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     AddGlobalOptions(app, tool);
-    for (const auto pAdd : {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb,
+    for (const auto pAdd : {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddCaptureVerb, AddPropertyVerb,
                             AddTriggerVerb, AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb,
                             AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb, AddFormatVerb}) {
         pAdd(app, tool);

@@ -1,0 +1,128 @@
+#include "CameraStream.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+#include "Tool.h"
+
+namespace ZevrinTool {
+
+namespace {
+
+constexpr unsigned int kSliceMs = 100;  // how long a request to stop may have to wait
+constexpr unsigned int kMaxVainReconnections = 3;
+
+bool IsConnectionLost(const Zevrin::Error& error) {
+    return error == Zevrin::ERR_INVALID_GENERATION || error == Zevrin::ERR_CAMERA_LOST ||
+           error == Zevrin::ERR_NOT_CONNECTED;
+}
+
+}  // namespace
+
+unsigned long long FrameNumbers::Add(unsigned long long frameId) {
+    const bool isFollower = m_hasLast && frameId > m_lastId;
+    const unsigned long long step = isFollower ? frameId - m_lastId : 1;
+    m_missing += step - 1;
+    m_number = m_isFirst ? frameId : m_number + step;
+    m_isFirst = false;
+    m_lastId = frameId;
+    m_hasLast = true;
+    return m_number;
+}
+
+void FrameRate::Add(const Zevrin::Image& image) {
+    const Zevrin::TimeStamp stamp = image.GetTimeStamp();
+    const double time = static_cast<double>(stamp.seconds) + stamp.microSeconds * 1e-6;
+    if (m_frames == 0) {
+        m_firstTime = time;
+    } else if (time > m_firstTime) {
+        m_rate = static_cast<double>(m_frames) / (time - m_firstTime);
+    }
+    ++m_frames;
+}
+
+std::string RateText(const std::optional<double>& framesPerSecond) {
+    char text[32] = "-";
+    if (framesPerSecond) {
+        std::snprintf(text, sizeof text, "%.2f fps", *framesPerSecond);
+    }
+    return text;
+}
+
+std::string PictureName(unsigned int serialNumber, unsigned long long number, const std::string& suffix) {
+    char name[48];
+    std::snprintf(name, sizeof name, "%u-%06llu", serialNumber, number);
+    return name + suffix;
+}
+
+CameraStream::CameraStream(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
+                           const std::atomic<bool>& stop)
+    : m_serialNumber(serialNumber), m_pCamera(std::move(pCamera)), m_stop(stop) {}
+
+void CameraStream::Start(unsigned int buffers) {
+    m_buffers = buffers;
+    Zevrin::ZevrinConfig config;
+    Check(m_pCamera->GetConfiguration(&config));
+    config.numBuffers = buffers;
+    Check(m_pCamera->SetConfiguration(&config));
+    Check(m_pCamera->StartCapture(nullptr, nullptr));
+}
+
+void CameraStream::Stop() {
+    const Zevrin::Error stopped = m_pCamera->StopCapture();
+    static_cast<void>(stopped);
+}
+
+bool CameraStream::Next(unsigned int timeoutMs, Zevrin::Image* pImage, unsigned long long* pNumber) {
+    while (!m_stop) {
+        const Zevrin::Error error = Wait(timeoutMs, pImage);
+        if (m_stop && error != Zevrin::ERR_OK) {
+            break;
+        }
+        if (!IsConnectionLost(error)) {
+            if (error == Zevrin::ERR_TIMEOUT) {
+                throw ToolFailure(kExitTimeout, "no frame came within " + std::to_string(timeoutMs) + " ms");
+            }
+            Check(error);
+            *pNumber = m_numbers.Add(pImage->GetFrameId());
+            m_vainReconnections = 0;
+            return true;
+        }
+        Resume(error);
+    }
+    return false;
+}
+
+/// After a bus reset the camera is still there under a new generation; one that went away is not.
+void CameraStream::Resume(const Zevrin::Error& reason) {
+    if (++m_vainReconnections > kMaxVainReconnections) {
+        Check(reason);
+    }
+    const Zevrin::Error error = m_pCamera->Connect(m_serialNumber);
+    if (error == Zevrin::ERR_CAMERA_LOST || error == Zevrin::ERR_CAMERA_NOT_FOUND) {
+        throw ToolFailure(kExitFailed, "the camera went away");
+    }
+    Check(error, "connecting again");
+    m_numbers.Restart();
+    Start(m_buffers);
+    if (m_resumed) {
+        m_resumed();
+    }
+}
+
+/// Waits in slices, so that a request to stop is heard.
+Zevrin::Error CameraStream::Wait(unsigned int timeoutMs, Zevrin::Image* pImage) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        const long long slice = timeoutMs == 0 ? kSliceMs : std::clamp<long long>(left.count(), 0, kSliceMs);
+        const Zevrin::Error error = m_pCamera->WaitForBufferEvent(pImage, static_cast<unsigned int>(slice));
+        if (error != Zevrin::ERR_TIMEOUT || m_stop || (timeoutMs != 0 && left.count() <= 0)) {
+            return error;
+        }
+    }
+}
+
+}  // namespace ZevrinTool
