@@ -38,10 +38,13 @@ Json DescribeShot(const Shot& shot, unsigned int serialNumber, const std::string
 void RequireSpace(const RecordPlan& plan, unsigned long long bytes) {
     const unsigned long long free = GetFreeSpace(plan.folder);
     if (free < plan.keepFree || free - plan.keepFree < bytes) {
-        char text[120];
-        std::snprintf(text, sizeof text, "the disk has %.1f MiB free, and %.1f MiB are to stay free",
-                      static_cast<double>(free) / kBytesPerMebibyte,
-                      static_cast<double>(plan.keepFree) / kBytesPerMebibyte);
+        char text[160];
+        std::snprintf(
+            text, sizeof text,
+            "the disk has %.1f MiB free, too little for a frame of %.1f MiB and the %.1f MiB that are to "
+            "stay free",
+            static_cast<double>(free) / kBytesPerMebibyte, static_cast<double>(bytes) / kBytesPerMebibyte,
+            static_cast<double>(plan.keepFree) / kBytesPerMebibyte);
         throw ToolFailure(kExitFailed, text);
     }
 }
