@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-
-#include "Tool.h"
+#include <exception>
 
 namespace ZevrinTool {
 
@@ -23,12 +22,23 @@ bool IsConnectionLost(const Zevrin::Error& error) {
 unsigned long long FrameNumbers::Add(unsigned long long frameId) {
     const bool isFollower = m_hasLast && frameId > m_lastId;
     const unsigned long long step = isFollower ? frameId - m_lastId : 1;
-    m_missing += step - 1;
     m_number = m_isFirst ? frameId : m_number + step;
     m_isFirst = false;
     m_lastId = frameId;
     m_hasLast = true;
     return m_number;
+}
+
+void Attempt(const std::function<void()>& work, ExitCode* pExitCode, std::string* pFailure) {
+    try {
+        work();
+    } catch (const ToolFailure& failure) {
+        *pExitCode = failure.exitCode;
+        *pFailure = failure.what();
+    } catch (const std::exception& problem) {
+        *pExitCode = kExitFailed;
+        *pFailure = problem.what();
+    }
 }
 
 void FrameRate::Add(const Zevrin::Image& image) {
@@ -72,6 +82,16 @@ void CameraStream::Start(unsigned int buffers) {
 void CameraStream::Stop() {
     const Zevrin::Error stopped = m_pCamera->StopCapture();
     static_cast<void>(stopped);
+}
+
+/// A camera without the registers that statistics want has nevertheless filled in the counts.
+std::optional<Zevrin::CameraStats> CameraStream::GetLosses() const {
+    Zevrin::CameraStats stats;
+    const Zevrin::Error error = m_pCamera->GetStats(&stats);
+    if (error != Zevrin::ERR_OK && error != Zevrin::ERR_REGISTER_FAILED) {
+        return std::nullopt;
+    }
+    return stats;
 }
 
 bool CameraStream::Next(unsigned int timeoutMs, Zevrin::Image* pImage, unsigned long long* pNumber) {

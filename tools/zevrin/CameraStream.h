@@ -6,17 +6,19 @@
 #include <optional>
 #include <string>
 
+#include <zevrin/CameraStats.h>
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
 
+#include "Tool.h"
+
 namespace ZevrinTool {
 
-/// Counts the frames that are missing between those that came, by the camera's own numbers.
+/// Numbers the frames that came, with gaps where some are missing in the camera's own numbering.
 class FrameNumbers {
   public:
     /// The frame's number, continued where the camera begins again (GigE Vision counts to 65535).
     unsigned long long Add(unsigned long long frameId);
-    unsigned long long GetMissing() const { return m_missing; }
     /// The next number is not compared with the last: the stream was started again.
     void Restart() { m_hasLast = false; }
 
@@ -25,8 +27,11 @@ class FrameNumbers {
     bool m_hasLast = false;  // of the present stream
     unsigned long long m_lastId = 0;
     unsigned long long m_number = 0;
-    unsigned long long m_missing = 0;
 };
+
+/// Does the work of a thread, where nothing may be thrown: what is goes into the two, which stay as they are
+/// when nothing is.
+void Attempt(const std::function<void()>& work, ExitCode* pExitCode, std::string* pFailure);
 
 /// The rate of frames by their own time stamps.
 class FrameRate {
@@ -69,7 +74,9 @@ class CameraStream {
     /// The camera may have gone since, which is no failure.
     void Stop();
 
-    unsigned long long GetMissing() const { return m_numbers.GetMissing(); }
+    /// What became of the frames that did not come; none when the camera cannot be asked.
+    std::optional<Zevrin::CameraStats> GetLosses() const;
+
     Zevrin::IidcCamera& GetCamera() const { return *m_pCamera; }
 
   private:

@@ -1,7 +1,5 @@
 #include "Grabber.h"
 
-#include <exception>
-
 #include <zevrin/ImageFile.h>
 
 namespace ZevrinTool {
@@ -27,16 +25,8 @@ const GrabOutcome& Grabber::Join() {
 }
 
 void Grabber::Run() {
-    try {
-        Grab();
-    } catch (const ToolFailure& failure) {
-        m_outcome.exitCode = failure.exitCode;
-        m_outcome.failure = failure.what();
-    } catch (const std::exception& problem) {
-        m_outcome.exitCode = kExitFailed;
-        m_outcome.failure = problem.what();
-    }
-    m_outcome.dropped = m_stream.GetMissing();
+    Attempt([this] { Grab(); }, &m_outcome.exitCode, &m_outcome.failure);
+    m_outcome.losses = m_outcome.losses ? m_outcome.losses : m_stream.GetLosses();
     m_done = true;
 }
 
@@ -54,6 +44,7 @@ void Grabber::Grab() {
         }
         Take(image, number);
     }
+    m_outcome.losses = m_stream.GetLosses();  // stopping drops what still waits
     m_stream.Stop();
 }
 

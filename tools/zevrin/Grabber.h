@@ -26,7 +26,9 @@ struct GrabPlan {
 /// What came of it.
 struct GrabOutcome {
     unsigned int frames = 0;
-    unsigned long long dropped = 0;         ///< frames that the camera numbered and that did not come
+    /// What became of the frames that did not come, as the camera object counts them; none when the camera
+    /// was gone at the end.
+    std::optional<Zevrin::CameraStats> losses;
     std::optional<double> framesPerSecond;  ///< of the frames that came, by their time stamps
     unsigned int width = 0;
     unsigned int height = 0;

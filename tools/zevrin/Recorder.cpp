@@ -1,6 +1,5 @@
 #include "Recorder.h"
 
-#include <exception>
 #include <utility>
 
 #include <zevrin/Image.h>
@@ -49,18 +48,12 @@ const RecordOutcome& Recorder::Join() {
 }
 
 void Recorder::Run() {
-    try {
-        Record();
-    } catch (const ToolFailure& failure) {
-        m_outcome.exitCode = failure.exitCode;
-        m_outcome.failure = failure.what();
-    } catch (const std::exception& problem) {
-        m_outcome.exitCode = kExitFailed;
-        m_outcome.failure = problem.what();
-    }
+    Attempt([this] { Record(); }, &m_outcome.exitCode, &m_outcome.failure);
     if (!m_outcome.failure.empty()) {
         Complain(NameOf(m_serialNumber) + ": " + m_outcome.failure);
     }
+    m_stream.Stop();
+    m_outcome.losses = m_stream.GetLosses();
     m_outcome.framesPerSecond = m_rate.Get();
     m_done = true;
 }
@@ -71,7 +64,6 @@ void Recorder::Record() {
         Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
                  std::to_string(m_counts.delivered));
     });
-    const std::optional<Zevrin::CameraStats> before = ReadStats();
     m_stream.Start(m_share.plan.queue.framesPerCamera + kSpareBuffers);
     unsigned int kept = 0;
     while (m_share.plan.count == 0 || kept < m_share.plan.count) {
@@ -80,13 +72,6 @@ void Recorder::Record() {
             break;
         }
         kept += Take(std::move(shot)) ? 1 : 0;
-    }
-    m_stream.Stop();
-    m_outcome.losses = ReadStats();
-    if (m_outcome.losses && before) {
-        m_outcome.losses->numImagesCorrupt -= before->numImagesCorrupt;
-        m_outcome.losses->numImagesDropped -= before->numImagesDropped;
-        m_outcome.losses->numImagesDriverDropped -= before->numImagesDriverDropped;
     }
 }
 
@@ -131,16 +116,6 @@ std::optional<double> Recorder::ReadProperty(Zevrin::PropertyType type, const ch
         return std::nullopt;
     }
     return Shorten(property.absValue);
-}
-
-/// The stream's counters come first, and are there when a camera lacks the registers of the rest.
-std::optional<Zevrin::CameraStats> Recorder::ReadStats() {
-    Zevrin::CameraStats stats;
-    const Zevrin::Error error = m_stream.GetCamera().GetStats(&stats);
-    if (error != Zevrin::ERR_OK && error != Zevrin::ERR_REGISTER_FAILED) {
-        return std::nullopt;
-    }
-    return stats;
 }
 
 }  // namespace ZevrinTool

@@ -58,7 +58,7 @@ struct ShotCounts {
 
 /// What is known of a camera's recording at its end.
 struct RecordOutcome {
-    std::optional<Zevrin::CameraStats> losses;  ///< of this recording, before frames were delivered
+    std::optional<Zevrin::CameraStats> losses;  ///< frames that were not delivered
     std::optional<double> framesPerSecond;      ///< of the frames that were delivered
     unsigned int width = 0;
     unsigned int height = 0;
@@ -99,7 +99,6 @@ class Recorder {
     bool Take(Shot&& shot);
     void ReadMetadata();
     std::optional<double> ReadProperty(Zevrin::PropertyType type, const char* unit);
-    std::optional<Zevrin::CameraStats> ReadStats();
 
     const std::size_t m_index;
     const unsigned int m_serialNumber;
