@@ -92,7 +92,8 @@ bool Recorder::Take(Shot&& shot) {
     shot.camera = m_index;
     shot.burst = burst;
     if (!m_share.queue.Push(std::move(shot))) {
-        ++(m_share.stop ? m_counts.unwritten : m_counts.queueDropped);
+        // Before all recorders are done, only a failure closes it.
+        ++(m_share.queue.IsClosed() ? m_counts.unwritten : m_counts.queueDropped);
         return false;
     }
     return true;

@@ -65,6 +65,11 @@ std::vector<unsigned long long> WriteQueue::Discard() {
     return counts;
 }
 
+bool WriteQueue::IsClosed() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_closed;
+}
+
 QueueFill WriteQueue::GetFill() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_fill;

@@ -53,6 +53,7 @@ class WriteQueue {
     /// Nothing comes any more, and what waits is given up: so many frames of each camera.
     std::vector<unsigned long long> Discard();
 
+    bool IsClosed() const;
     QueueFill GetFill() const;
     QueueFill GetHighest() const;
 
