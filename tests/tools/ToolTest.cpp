@@ -93,11 +93,7 @@ const Case kCases[] = {
     {"Version", "--version", 0, {"zevrin " PROJECT_VERSION "\n"}, {}},
     {"Help", "--help", 0, {"Usage: zevrin [global options] <verb> [arguments]", "Examples:"}, {}},
     {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab"}},
-    {"UnknownVerb",
-     "nix",
-     2,
-     {},
-     {"there is no verb \"nix\"; there are: list info reg grab"}},
+    {"UnknownVerb", "nix", 2, {}, {"there is no verb \"nix\"; there are: list info reg grab"}},
     {"UnknownRegVerb", "reg nix", 2, {}, {"there is no verb \"nix\"; there are: read write"}},
     {"UnknownOption", "list --nix", 2, {}, {"--nix", "`zevrin list --help`"}},
     // Simulations.
