@@ -94,12 +94,8 @@ const Case kCases[] = {
     // Usage.
     {"Version", "--version", 0, {"zevrin " PROJECT_VERSION "\n"}, {}},
     {"Help", "--help", 0, {"Usage: zevrin [global options] <verb> [arguments]", "Examples:"}, {}},
-    {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab property trigger"}},
-    {"UnknownVerb",
-     "nix",
-     2,
-     {},
-     {"there is no verb \"nix\"; there are: list info reg grab property trigger"}},
+    {"NoVerb", "", 2, {}, {"a verb is needed; there are: list info reg grab"}},
+    {"UnknownVerb", "nix", 2, {}, {"there is no verb \"nix\"; there are: list info reg grab"}},
     {"UnknownRegVerb", "reg nix", 2, {}, {"there is no verb \"nix\"; there are: read write"}},
     {"UnknownOption", "list --nix", 2, {}, {"--nix", "`zevrin list --help`"}},
     // Simulations.

@@ -45,8 +45,9 @@ int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
 
 int Run(int argc, char** argv) {
     Tool tool;
-    CLI::App app("Lists register-mapped cameras, shows and changes how they are set, and grabs images.",
-                 "zevrin");
+    CLI::App app(
+        "Lists register-mapped cameras, shows and changes how they are set, and grabs and records images.",
+        "zevrin");
     app.formatter(std::make_shared<HelpFormatter>());
     app.footer(kFooter);
     app.failure_message(DescribeProblem);
@@ -54,9 +55,9 @@ int Run(int argc, char** argv) {
     app.fallthrough();
     AddGlobalOptions(app, tool);
     for (const auto pAdd :
-         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb, AddTriggerVerb, AddStrobeVerb,
-          AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb,
-          AddFormatVerb, AddSyncVerb}) {
+         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddCaptureVerb, AddPropertyVerb, AddTriggerVerb,
+          AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb,
+          AddEventsVerb, AddFormatVerb, AddSyncVerb}) {
         pAdd(app, tool);
     }
     try {
