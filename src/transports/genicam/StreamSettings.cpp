@@ -31,7 +31,7 @@ Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
                        "The packet size is %u; it must be a multiple of %u from %u to %u, or 0: negotiated.",
                        packetSize, kPacketSizeStep, kMinPacketSize, kMaxPacketSize);
     }
-    return device.Access(
+    return device.Request(
         ERR_TRANSPORT_FAILED, "Setting the packet size", [packetSize](ArvDevice* pDevice, GError** ppReport) {
             ArvGvDevice* const pGigeDevice = ARV_GV_DEVICE(pDevice);
             // Aravis would try again when the stream is created.
