@@ -55,7 +55,7 @@ TEST(HelpTexts, EndWithExamplesThatWork) {
     options.environment = {{"PATH", std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH")},
                            {"ZEVRIN_TRANSPORTS", "simulated"},
                            {"ZEVRIN_SIMULATE", "2"}};
-    for (const char* verb : {"", "list", "info", "reg", "reg read", "reg write", "grab"}) {
+    for (const char* verb : {"", "list", "info", "reg", "reg read", "reg write", "grab", "plan"}) {
         const SpawnResult help = Zevrin::SpawnShell(std::string("zevrin ") + verb + " --help", options);
         ASSERT_EQ(0, help.exitCode) << verb;
         const std::vector<std::string> examples = ExamplesIn(help.output);

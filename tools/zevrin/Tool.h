@@ -61,5 +61,6 @@ void AddStatsVerb(CLI::App& app, Tool& tool);
 void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);
+void AddPlanVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

@@ -52,9 +52,10 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     AddGlobalOptions(app, tool);
-    for (const auto pAdd : {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb,
-                            AddTriggerVerb, AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb,
-                            AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb, AddFormatVerb}) {
+    for (const auto pAdd :
+         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb, AddTriggerVerb, AddStrobeVerb,
+          AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb,
+          AddFormatVerb, AddPlanVerb}) {
         pAdd(app, tool);
     }
     try {

@@ -6,15 +6,11 @@
 
 #include "Failure.h"
 #include "GenicamDevice.h"
+#include "GigePackets.h"
 
 namespace Zevrin {
 
 namespace {
-
-// GigE Vision counts a packet with its IP, UDP and GVSP headers, in 16 bits.
-constexpr unsigned int kMinPacketSize = 220;
-constexpr unsigned int kMaxPacketSize = 65532;
-constexpr unsigned int kPacketSizeStep = 4;
 
 constexpr std::size_t kImagesInSocket = 2;
 constexpr std::size_t kMinSocketBuffer = 1 << 20;
@@ -24,11 +20,11 @@ constexpr char kPacketDelay[] = "GevSCPD";
 constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
 
 Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
-    if (packetSize != 0 &&
-        (packetSize < kMinPacketSize || packetSize > kMaxPacketSize || packetSize % kPacketSizeStep != 0)) {
+    if (packetSize != 0 && (packetSize < GigePacket::kMinSize || packetSize > GigePacket::kMaxSize ||
+                            packetSize % GigePacket::kSizeStep != 0)) {
         return Failure(ERR_VALUE_OUT_OF_RANGE,
                        "The packet size is %u; it must be a multiple of %u from %u to %u, or 0: negotiated.",
-                       packetSize, kPacketSizeStep, kMinPacketSize, kMaxPacketSize);
+                       packetSize, GigePacket::kSizeStep, GigePacket::kMinSize, GigePacket::kMaxSize);
     }
     return device.Access(
         ERR_TRANSPORT_FAILED, "Setting the packet size", [&](ArvDevice* pDevice, GError** ppReport) {
