@@ -34,6 +34,8 @@ bool LeaveNetwork() {
     return true;
 }
 
+}  // namespace
+
 bool BringUpLoopback() {
     const int handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ifreq request{};
@@ -44,15 +46,13 @@ bool BringUpLoopback() {
     return isUp;
 }
 
-}  // namespace
-
 void TakeNetwork() {
     if (LeaveNetwork() && BringUpLoopback()) {
         return;
     }
     std::fprintf(stderr, "No network of its own for this process: waiting for the common one.\n");
     const int handle = open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC);  // which any user can lock
-    flock(handle, LOCK_EX);  // until the process ends
+    flock(handle, LOCK_EX);                                               // until the process ends
 }
 
 }  // namespace Zevrin

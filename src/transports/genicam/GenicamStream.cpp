@@ -2,7 +2,6 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -74,9 +73,10 @@ GenicamStream::GenicamStream(boost::shared_ptr<GenicamDevice> pDevice, boost::sh
 Error GenicamStream::Create(const ZevrinConfig& config) {
     if (m_deliverIncomplete) {
         try {
-            m_clearing.Start();
+            m_marking.Start();
         } catch (const boost::thread_resource_error&) {
-            return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread that clears image buffers.");
+            return Failure(ERR_ISOCH_START_FAILED,
+                           "The system refuses a thread that prepares image buffers.");
         }
     }
     for (std::size_t index = 0; index < m_pQueue->GetBufferCount(); ++index) {
@@ -119,7 +119,7 @@ void GenicamStream::Stop() {
         m_finalCounters = ReadCounters(pStream);
     }
     m_pQueue->SetFreeListener(nullptr);
-    m_clearing.Stop();
+    m_marking.Stop();
     {
         // It writes to the device at its end.
         boost::lock_guard<boost::recursive_mutex> lock(m_pDevice->GetAccessMutex());
@@ -200,6 +200,9 @@ void GenicamStream::Conclude(ArvBuffer* pBuffer, Frame* pFrame) {
     }
     pFrame->info = ReadFrameInfo(pBuffer, m_format);
     pFrame->info.frameId = step.id;
+    if (m_deliverIncomplete && !pFrame->info.isComplete) {
+        pFrame->info.missing = m_marks.FindAndClear(pFrame->data, pFrame->info.receivedSize);
+    }
     m_pQueue->EndFill(pFrame);
 }
 
@@ -222,7 +225,7 @@ void GenicamStream::CountMissed(unsigned int frames) {
 
 void GenicamStream::Supply() {
     if (m_deliverIncomplete) {
-        m_clearing.Post([this] { HandOverFreeFrames(); });
+        m_marking.Post([this] { HandOverFreeFrames(); });
     } else {
         HandOverFreeFrames();
     }
@@ -251,7 +254,7 @@ Frame* GenicamStream::TakeFreeFrame() {
 
 void GenicamStream::HandOver(Frame* pFrame) {
     if (m_deliverIncomplete) {
-        std::memset(pFrame->data, 0, m_format.payloadSize);  // what is lost shall not show an older image
+        m_marks.Fill(pFrame->data, m_format.payloadSize);  // what is lost shall not show an older image
     }
     ForgetLeader(m_buffers[pFrame->index].get());
     {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "BufferMarks.h"
 #include "FrameIds.h"
 #include "FrameQueue.h"
 #include "GObjectHandle.h"
@@ -69,7 +70,9 @@ class GenicamStream {
     const bool m_deliverIncomplete;
     std::vector<GObjectHandle<ArvBuffer>> m_buffers;  // by index of the frame; set by Create
 
-    Worker m_clearing;  // of buffers, where that is needed; neither a receiving thread nor the application's
+    // Of buffers, where incomplete frames are wanted, by neither a receiving thread nor the application's.
+    Worker m_marking;
+    const BufferMarks m_marks;
 
     boost::mutex m_stopMutex;  // one stop at a time
 
