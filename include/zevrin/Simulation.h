@@ -14,8 +14,18 @@ struct WorldDescription;
 /// sent ends in the stream as delivered, corrupt, dropped or driver-dropped.
 struct SimulatedFrameCounts {
     unsigned long long exposed = 0;  ///< pictures taken
-    unsigned long long sent = 0;     ///< put on the bus: the pictures, and the copies that a fault makes
+    unsigned long long sent = 0;     ///< put on the bus: the pictures but for those that a silent camera
+                                     ///< keeps, and the copies that a fault makes
     unsigned long long lost = 0;     ///< of those sent, lost on the bus
+};
+
+/// How fast a simulated camera answers and how exactly it keeps time. What its registers set, such as its
+/// frame rate and exposure, is not in here.
+struct SimulatedTiming {
+    unsigned int readLatencyUs = 0;   ///< microseconds until a register is read, 0 to 10000000
+    unsigned int writeLatencyUs = 0;  ///< microseconds until a write takes effect, 0 to 10000000
+    unsigned int jitterUs = 0;        ///< up to so many more, evenly spread, 0 to 10000000
+    double clockErrorPpm = 0;         ///< -10000 to 10000; above 0 its frames follow each other too fast
 };
 
 /// Simulated buses with their cameras, inside this process. The cameras are found by discovery like any
@@ -53,8 +63,11 @@ class ZEVRIN_API Simulation {
     /// Errors: ERR_CAMERA_NOT_FOUND.
     Error ResetBus(unsigned int serialNumber);
 
-    /// Lets time pass on buses whose clock is set by hand; whatever falls due happens on the calling
-    /// thread, in its order, before this returns.
+    /// Lets time pass when the clock is set by hand, on all buses together: whatever falls due happens on
+    /// the calling thread, in the order of the times, before this returns. Without an effect on the real
+    /// clock.
+    /// @param microseconds  at most 2^50 at once; more is taken for that. The clock ends after 146 years.
+    /// Threads: any; several take turns, as do register accesses that take time by this clock.
     void AdvanceClock(unsigned long long microseconds);
 
     /// Drives one of a camera's pins from outside: until further notice, or high for a while. Without an
@@ -69,10 +82,14 @@ class ZEVRIN_API Simulation {
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE, ERR_INVALID_PARAMETER.
     Error GetPin(unsigned int serialNumber, unsigned int pin, bool* pIsHigh) const;
 
+    /// Takes the place of what a description or `SetFaults` said of the latencies, and of "clockErrorPpm".
+    /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE (nothing is changed).
+    Error SetTiming(unsigned int serialNumber, const SimulatedTiming& timing);
+
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_PARAMETER.
     Error GetFrameCounts(unsigned int serialNumber, SimulatedFrameCounts* pCounts) const;
 
-    /// Replaces the faults of one camera, as in the "faults" of a description.
+    /// Replaces the faults of one camera, as in the "faults" of a description: what is not named in it goes.
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_DESCRIPTION (nothing is changed).
     Error SetFaults(unsigned int serialNumber, const std::string& json);
 

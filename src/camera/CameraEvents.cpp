@@ -53,8 +53,7 @@ Error CameraInternal::RegisterAllEvents(EventOptions* pOptions) {
     return RegisteringEvents(
         *this, [&] { return m_pEventList->RegisterAllEvents(pOptions); },
         "Could not register all events, likely due to at least one already being registered. De-register all "
-        "events "
-        "and try again.");
+        "events and try again.");
 }
 
 Error CameraInternal::DeregisterAllEvents() {

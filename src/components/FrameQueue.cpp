@@ -127,7 +127,7 @@ Error FrameQueue::Retrieve(Frame** ppFrame, int timeoutMs, const std::atomic<boo
     const boost::this_thread::disable_interruption notInterrupted;  // nothing but locks may throw
     const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(timeoutMs);
     boost::unique_lock<boost::mutex> lock(m_mutex);
-    for (bool timedOut = false;;) {
+    for (bool timedOut = timeoutMs == 0;;) {  // who only looks is not put to sleep
         if (m_closed || (pCancelled != nullptr && *pCancelled)) {
             return Failure(ERR_ISOCH_NOT_STARTED, "The stream was stopped while an image was awaited.");
         }

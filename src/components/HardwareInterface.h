@@ -65,11 +65,15 @@ struct RawDeviceEvent {
     std::vector<unsigned char> data;     ///< what came with the event; often nothing
 };
 
-/// Who is told of a camera's events, from any thread of the transport, which holds no lock of its own.
+/// Who is told of a camera's events: one call at a time, in the order of the events.
+///
+/// A call comes on a thread of the transport, or on one whose register access has caused the event. The
+/// transport may hold the lock that keeps the calls in order, and the clock of a simulation: a sink makes no
+/// register access, and waits for no thread that does or that is in `SetEventSink`.
 class EventSink {
   public:
     virtual ~EventSink() = default;
-    /// Returns quickly; the work is done on another thread.
+    /// Returns at once; the work is done on another thread.
     virtual void OnDeviceEvent(const RawDeviceEvent& event) = 0;
 };
 

@@ -179,7 +179,7 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
     if (error != ERR_OK) {
         return error;
     }
-    LearnEmbeddedInfo(*pHardware);
+    LearnEmbeddedInfo();
     error = BeginStream(config, pHardware, pQueue, callback, pCallbackData, pTransition);
     if (error != ERR_OK) {
         // Also when switching on has failed: a write that went unanswered may have taken effect.
@@ -321,10 +321,9 @@ Error Iso::RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pIma
 }
 
 /// A camera without that register stamps nothing into its pixels.
-void Iso::LearnEmbeddedInfo(HardwareInterface& hardware) {
+void Iso::LearnEmbeddedInfo() {
     unsigned int items = 0;
-    const unsigned int address = hardware.GetRegisterBases().commandRegisters + Register::kEmbeddedInfo;
-    m_embeddedInfo = hardware.ReadQuadlets(kRegisterSpace, address, &items, 1) == ERR_OK ? items : 0;
+    m_embeddedInfo = ReadRegister(Register::kEmbeddedInfo, &items) == ERR_OK ? items : 0;
 }
 
 void Iso::ReadEmbeddedInfo(Frame* pFrame) const {

@@ -123,7 +123,7 @@ class Iso : public IOBase {
     Error Retrieve(Image* pImage, int timeoutMs);
     Error RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,
                        const std::atomic<bool>* pCancelled);
-    void LearnEmbeddedInfo(HardwareInterface& hardware);
+    void LearnEmbeddedInfo();
     void ReadEmbeddedInfo(Frame* pFrame) const;
     StreamCounters CountResends() const;
 

@@ -32,6 +32,10 @@ constexpr unsigned int kMaxInputBits = 16;
 constexpr unsigned int kMaxOutputBits = 32;
 constexpr unsigned int kQuadletsPerAccess = 128;
 
+// What is done with a channel, as messages say it.
+constexpr char kRead[] = "read";
+constexpr char kWritten[] = "written";
+
 Error NoPlace() {
     return Failure(ERR_INVALID_PARAMETER, "What the look-up table answers needs a place to go to.");
 }
@@ -98,8 +102,9 @@ Error Lut::RequireBank(unsigned int bank, Table* pTable) {
     return error;
 }
 
-Error Lut::RequireChannel(unsigned int bank, unsigned int channel, unsigned int numEntries, Table* pTable) {
-    const Error error = RequireBank(bank, pTable);
+Error Lut::RequireChannel(unsigned int bank, unsigned int channel, unsigned int numEntries, const char* what,
+                          Table* pTable) {
+    Error error = RequireBank(bank, pTable);
     if (error != ERR_OK) {
         return error;
     }
@@ -113,7 +118,13 @@ Error Lut::RequireChannel(unsigned int bank, unsigned int channel, unsigned int 
                        "%u entries are given for a channel of the look-up table; it has exactly %u.",
                        numEntries, pTable->GetNumEntries());
     }
-    return Error();
+    bool isReadable = false;
+    bool isWritable = false;
+    error = ReadBankStatus(*pTable, bank, &isReadable, &isWritable);
+    if (error == ERR_OK && !(what == kRead ? isReadable : isWritable)) {
+        error = Failure(ERR_ACCESS_DENIED, "Bank %u of the look-up table cannot be %s.", bank, what);
+    }
+    return error;
 }
 
 Error Lut::ReadBankStatus(const Table& table, unsigned int bank, bool* pReadable, bool* pWritable) {
@@ -216,21 +227,13 @@ Error Lut::GetChannel(unsigned int bank, unsigned int channel, unsigned int numE
     }
     boost::lock_guard<boost::mutex> lock(m_mutex);
     Table table;
-    Error error = RequireChannel(bank, channel, numEntries, &table);
-    bool isReadable = false;
-    bool isWritable = false;
-    if (error == ERR_OK) {
-        error = ReadBankStatus(table, bank, &isReadable, &isWritable);
-    }
-    if (error == ERR_OK && !isReadable) {
-        error = Failure(ERR_ACCESS_DENIED, "Bank %u of the look-up table cannot be read.", bank);
-    }
+    const Error error = RequireChannel(bank, channel, numEntries, kRead, &table);
     if (error != ERR_OK) {
         return error;
     }
     RegisterSequence camera(*this);
     const unsigned int address = table.GetAddress(bank, channel);
-    return TransferChannel(camera, numEntries, "read", [&](unsigned int first, unsigned int count) {
+    return TransferChannel(camera, numEntries, kRead, [&](unsigned int first, unsigned int count) {
         camera.ReadBase(address + kRegisterSize * first, pEntries + first, count);
     });
 }
@@ -242,15 +245,7 @@ Error Lut::SetChannel(unsigned int bank, unsigned int channel, unsigned int numE
     }
     boost::lock_guard<boost::mutex> lock(m_mutex);
     Table table;
-    Error error = RequireChannel(bank, channel, numEntries, &table);
-    bool isReadable = false;
-    bool isWritable = false;
-    if (error == ERR_OK) {
-        error = ReadBankStatus(table, bank, &isReadable, &isWritable);
-    }
-    if (error == ERR_OK && !isWritable) {
-        error = Failure(ERR_ACCESS_DENIED, "Bank %u of the look-up table cannot be written.", bank);
-    }
+    const Error error = RequireChannel(bank, channel, numEntries, kWritten, &table);
     if (error != ERR_OK) {
         return error;
     }
@@ -264,7 +259,7 @@ Error Lut::SetChannel(unsigned int bank, unsigned int channel, unsigned int numE
     }
     RegisterSequence camera(*this);
     const unsigned int address = table.GetAddress(bank, channel);
-    return TransferChannel(camera, numEntries, "written", [&](unsigned int first, unsigned int count) {
+    return TransferChannel(camera, numEntries, kWritten, [&](unsigned int first, unsigned int count) {
         camera.WriteBase(address + kRegisterSize * first, pEntries + first, count);
     });
 }

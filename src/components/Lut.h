@@ -38,7 +38,8 @@ class Lut : public IOBase {
     Error FindTable(Table* pTable);
     Error RequireTable(Table* pTable);
     Error RequireBank(unsigned int bank, Table* pTable);
-    Error RequireChannel(unsigned int bank, unsigned int channel, unsigned int numEntries, Table* pTable);
+    Error RequireChannel(unsigned int bank, unsigned int channel, unsigned int numEntries, const char* what,
+                         Table* pTable);
     Error ReadBankStatus(const Table& table, unsigned int bank, bool* pReadable, bool* pWritable);
 
     boost::mutex m_mutex;  // guards the camera's table between reading and writing it

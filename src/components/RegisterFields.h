@@ -53,9 +53,9 @@ constexpr RegisterField kValue{20, 31};       // white balance: V or red
 }  // namespace FeatureControl
 
 namespace TriggerInquiry {
-constexpr unsigned int kPresence = RegisterBit(0);
-constexpr unsigned int kReadOut = RegisterBit(4);
-constexpr unsigned int kOnOff = RegisterBit(5);
+using FeatureInquiry::kOnOff;
+using FeatureInquiry::kPresence;
+using FeatureInquiry::kReadOut;
 constexpr unsigned int kPolarity = RegisterBit(6);
 constexpr unsigned int kValueRead = RegisterBit(7);
 constexpr RegisterField kSources{8, 11};  // flags
@@ -75,12 +75,12 @@ constexpr RegisterField kParameter{20, 31};
 constexpr unsigned int kSoftwareTriggerSource = 7;
 
 namespace StrobeInquiry {
-constexpr unsigned int kPresence = RegisterBit(0);
-constexpr unsigned int kReadOut = RegisterBit(4);
-constexpr unsigned int kOnOff = RegisterBit(5);
+using FeatureInquiry::kMaximum;
+using FeatureInquiry::kMinimum;
+using FeatureInquiry::kOnOff;
+using FeatureInquiry::kPresence;
+using FeatureInquiry::kReadOut;
 constexpr unsigned int kPolarity = RegisterBit(6);
-constexpr RegisterField kMinimum{8, 19};
-constexpr RegisterField kMaximum{20, 31};
 }  // namespace StrobeInquiry
 
 namespace StrobeControlRegister {

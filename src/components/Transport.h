@@ -9,7 +9,11 @@
 
 namespace Zevrin {
 
-/// What a transport tells the bus manager by itself, from any thread, holding no lock of its own.
+/// What a transport tells the bus manager by itself.
+///
+/// A report comes on any thread, also on one that has just changed the topology by hand. The transport may
+/// hold the lock that keeps its reports in the order of the changes: a report may look at cameras, and
+/// neither calls `SetTopologyListener` nor waits for a thread that does or that changes the topology.
 class TopologyListener {
   public:
     virtual ~TopologyListener() = default;

@@ -101,31 +101,6 @@ TEST_F(StatisticsTest, NeverWritePastTheRecordOrReadForIt) {
     EXPECT_EQ(CallsOf("IOBase::ReadRegister").size(), 4U + 2 * (2 + 8));
 }
 
-// Accesses in order: 12FC, 610, 12E0, 12E4, 1A50, 1A54, two entries, 1A58.
-TEST_F(StatisticsTest, OnlyTwoRegistersCanFailThem) {
-    const char* const texts[] = {"Error reading transmit failure register of the camera.",
-                                 "Error reading power register of the camera."};
-    const unsigned int measurements[] = {0, 0, 2, 2, 0, 0, 0, 1, 2};
-    for (int failing = 0; failing < 9; ++failing) {
-        SCOPED_TRACE(failing);
-        std::memset(static_cast<void*>(&m_stats), 0x55, sizeof m_stats);
-        m_script.registerAccessesUntilFailure = failing;
-        const Error error = m_camera.GetStats(&m_stats);
-        if (failing < 2) {
-            EXPECT_TRUE(Says(error, ERR_REGISTER_FAILED, texts[failing], 2));
-            EXPECT_EQ(m_stats.numImagesDropped, 3U);
-            EXPECT_EQ(m_stats.transmitFailures, failing == 0 ? 0x55555555U : 6U);
-            EXPECT_EQ(m_stats.registerWriteFailures, 0x55555555U);
-            continue;
-        }
-        EXPECT_EQ(error, ERR_OK);
-        EXPECT_EQ(m_stats.register12E0Value, failing == 2 ? 0U : 0xE0U);
-        EXPECT_EQ(m_stats.register12E4Value, failing == 3 ? 0U : 0xE4U);
-        EXPECT_EQ(m_stats.numMeasurementsA, measurements[failing]);
-        EXPECT_EQ(m_stats.timeStamp.cycleSeconds, 9U);
-    }
-}
-
 TEST_F(StatisticsTest, ResetZeroesEverythingThenTheCamera) {
     EXPECT_EQ(m_camera.ResetStats(), ERR_OK);
     CallList expected = {"Iso::ResetNumOfImageDropped", "Iso::ResetNumOfImageCorrupt",

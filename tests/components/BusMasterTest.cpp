@@ -28,6 +28,20 @@ class BusMasterTest : public testing::Test {
         m_pFar->m_cameras = {m_pThree};
     }
 
+    std::size_t List() {
+        std::vector<CameraIdentity> cameras;
+        EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
+        return cameras.size();
+    }
+    Error Find(unsigned int serialNumber) {
+        return m_pMaster->GetHwInterfaceFromSerialNumber(serialNumber, &m_pHandle);
+    }
+    Error Acquire(unsigned int serialNumber) {
+        boost::shared_ptr<HardwareInterface> pHandle;
+        return m_pMaster->AcquireHardware(serialNumber, &pHandle);
+    }
+
+    HardwareInterface* m_pHandle = nullptr;
     FakeTransport* m_pNear = nullptr;
     FakeTransport* m_pFar = nullptr;
     std::unique_ptr<BusMaster> m_pMaster;
@@ -40,14 +54,11 @@ TEST_F(BusMasterTest, LooksForCamerasOnDemandAndRemembers) {
     EXPECT_EQ(m_pMaster->GetGeneration(1), 0U);
     EXPECT_EQ(m_pNear->m_discoveries, 0) << "nothing was asked yet";
 
-    HardwareInterface* pHandle = nullptr;
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(3, &pHandle), ERR_OK);
-    EXPECT_EQ(pHandle, m_pThree.get());
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(9, &pHandle), ERR_CAMERA_NOT_FOUND);
+    EXPECT_EQ(Find(3), ERR_OK);
+    EXPECT_EQ(m_pHandle, m_pThree.get());
+    EXPECT_EQ(Find(9), ERR_CAMERA_NOT_FOUND);
     EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(3, nullptr), ERR_INVALID_PARAMETER);
-    std::vector<CameraIdentity> cameras;
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
-    EXPECT_EQ(cameras.size(), 3U);
+    EXPECT_EQ(List(), 3U);
     EXPECT_EQ(m_pNear->m_discoveries, 1);
     EXPECT_EQ(m_pFar->m_discoveries, 1);
     EXPECT_EQ(m_pMaster->GetGeneration(3), 1U);
@@ -56,18 +67,14 @@ TEST_F(BusMasterTest, LooksForCamerasOnDemandAndRemembers) {
 }
 
 TEST_F(BusMasterTest, ANearCameraDoesNotWaitForAFarTransport) {
-    boost::shared_ptr<HardwareInterface> pHandle;
-    EXPECT_EQ(m_pMaster->AcquireHardware(2, &pHandle), ERR_OK);
+    EXPECT_EQ(Acquire(2), ERR_OK);
     EXPECT_EQ(m_pFar->m_discoveries, 0);
-    std::vector<CameraIdentity> cameras;
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
-    EXPECT_EQ(cameras.size(), 3U) << "the far ones were still to be looked for";
-    EXPECT_EQ(m_pMaster->AcquireHardware(9, &pHandle), ERR_CAMERA_NOT_FOUND);
+    EXPECT_EQ(List(), 3U) << "the far ones were still to be looked for";
+    EXPECT_EQ(Acquire(9), ERR_CAMERA_NOT_FOUND);
 }
 
 TEST_F(BusMasterTest, GenerationsRiseByResetLossAndReturn) {
-    std::vector<CameraIdentity> cameras;
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
+    EXPECT_EQ(List(), 3U);
     m_pNear->m_pListener->OnBusReset({m_pOne, m_pTwo});
     EXPECT_EQ(m_pMaster->GetGeneration(1), 2U);
     EXPECT_EQ(m_pMaster->GetGeneration(2), 2U);
@@ -76,43 +83,18 @@ TEST_F(BusMasterTest, GenerationsRiseByResetLossAndReturn) {
     m_pNear->m_pListener->OnCameraLost(m_pOne);
     m_pNear->m_pListener->OnCameraLost(m_pOne);
     EXPECT_EQ(m_pMaster->GetGeneration(1), 3U);
-    HardwareInterface* pHandle = nullptr;
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_CAMERA_LOST);
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
-    EXPECT_EQ(cameras.size(), 2U);
+    EXPECT_EQ(Find(1), ERR_CAMERA_LOST);
+    EXPECT_EQ(List(), 2U);
 
     m_pNear->m_pListener->OnCameraArrived(m_pOne);
     m_pNear->m_pListener->OnCameraArrived(m_pOne);
     EXPECT_EQ(m_pMaster->GetGeneration(1), 4U);
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_OK);
-    EXPECT_EQ(pHandle, m_pOne.get());
+    EXPECT_EQ(Find(1), ERR_OK);
+    EXPECT_EQ(m_pHandle, m_pOne.get());
 }
 
-TEST_F(BusMasterTest, TheSecondCameraOfOneSerialNumberIsLeftOut) {
-    const auto pDouble = boost::make_shared<FakeHardware>(1);
-    m_pFar->m_cameras.push_back(pDouble);
-    HardwareInterface* pHandle = nullptr;
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_OK);
-    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
-    EXPECT_EQ(pHandle, m_pOne.get());
-    ASSERT_EQ(m_pMaster->GetDuplicates().size(), 1U);
-    m_pFar->m_pListener->OnCameraLost(pDouble);
-    EXPECT_EQ(m_pMaster->GetGeneration(1), 1U) << "not the one that holds the number";
-}
-
-TEST_F(BusMasterTest, ACameraThatGoesWhileItIsBeingListedIsGone) {
-    std::vector<CameraIdentity> cameras;
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
-    m_pNear->m_onDiscover = [this] { m_pNear->m_pListener->OnCameraLost(m_pOne); };
-    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
-    EXPECT_EQ(m_pMaster->GetGeneration(1), 2U);
-    HardwareInterface* pHandle = nullptr;
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_CAMERA_LOST);
-}
-
-TEST_F(BusMasterTest, ACameraThatIsNotListedAnyMoreHasGone) {
-    std::vector<CameraIdentity> cameras;
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
+TEST_F(BusMasterTest, ACameraThatIsNotListedAnyMoreOrGoesMeanwhileHasGone) {
+    EXPECT_EQ(List(), 3U);
     m_pNear->m_cameras = {m_pTwo};
     m_pNear->m_failure = Failure(ERR_TRANSPORT_FAILED, "half a list");
     EXPECT_EQ(m_pMaster->Rescan(), ERR_TRANSPORT_FAILED);
@@ -121,18 +103,27 @@ TEST_F(BusMasterTest, ACameraThatIsNotListedAnyMoreHasGone) {
     EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
     EXPECT_EQ(m_pMaster->GetGeneration(1), 2U);
     EXPECT_EQ(m_pMaster->GetGeneration(3), 1U) << "another transport's";
+    m_pNear->m_onDiscover = [this] { m_pNear->m_pListener->OnCameraLost(m_pTwo); };
+    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
+    EXPECT_EQ(m_pMaster->GetGeneration(2), 2U);
+    EXPECT_EQ(Find(2), ERR_CAMERA_LOST);
 }
 
-TEST_F(BusMasterTest, ANumberWhoseCameraHasGoneIsFreeForAnother) {
-    const auto pOther = boost::make_shared<FakeHardware>(1);
-    HardwareInterface* pHandle = nullptr;
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_OK);
-    m_pFar->m_pListener->OnCameraArrived(pOther);
+TEST_F(BusMasterTest, TheSecondCameraOfOneSerialNumberIsLeftOutUntilTheFirstHasGone) {
+    const auto pDouble = boost::make_shared<FakeHardware>(1);
+    m_pFar->m_cameras.push_back(pDouble);
+    EXPECT_EQ(Find(1), ERR_OK);
+    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
+    EXPECT_EQ(m_pHandle, m_pOne.get());
+    EXPECT_EQ(m_pMaster->GetDuplicates().size(), 1U);
+    m_pFar->m_pListener->OnCameraLost(pDouble);
+    EXPECT_EQ(m_pMaster->GetGeneration(1), 1U) << "not the one that holds the number";
+    m_pFar->m_pListener->OnCameraArrived(pDouble);
     EXPECT_EQ(m_pMaster->GetDuplicates().size(), 1U);
     m_pNear->m_pListener->OnCameraLost(m_pOne);
-    m_pFar->m_pListener->OnCameraArrived(pOther);
-    EXPECT_EQ(m_pMaster->GetHwInterfaceFromSerialNumber(1, &pHandle), ERR_OK);
-    EXPECT_EQ(pHandle, pOther.get());
+    m_pFar->m_pListener->OnCameraArrived(pDouble);
+    EXPECT_EQ(Find(1), ERR_OK);
+    EXPECT_EQ(m_pHandle, pDouble.get());
     EXPECT_TRUE(m_pMaster->GetDuplicates().empty());
     EXPECT_EQ(m_pMaster->GetGeneration(1), 3U);
 }
@@ -140,26 +131,19 @@ TEST_F(BusMasterTest, ANumberWhoseCameraHasGoneIsFreeForAnother) {
 TEST_F(BusMasterTest, AFailingTransportDoesNotHideTheOthers) {
     m_pNear->m_failure = Failure(ERR_TRANSPORT_FAILED, "no network");
     m_pNear->m_cameras.clear();
-    std::vector<CameraIdentity> cameras;
-    EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
-    EXPECT_EQ(cameras.size(), 1U);
+    EXPECT_EQ(List(), 1U);
     EXPECT_EQ(m_pMaster->Rescan(), ERR_TRANSPORT_FAILED);
-    boost::shared_ptr<HardwareInterface> pHandle;
-    EXPECT_EQ(m_pMaster->AcquireHardware(1, &pHandle), ERR_TRANSPORT_FAILED) << "it could be there";
+    EXPECT_EQ(Acquire(1), ERR_TRANSPORT_FAILED) << "it could be there";
 }
 
 TEST_F(BusMasterTest, TellsOfEveryChangeAndMayBeAskedMeanwhile) {
     std::vector<std::string> seen;
     m_pMaster->SetChangeListener(this, [&](const CameraIdentity& identity, bool isPresent) {
-        std::vector<CameraIdentity> cameras;
-        boost::shared_ptr<HardwareInterface> pHandle;
-        EXPECT_EQ(m_pMaster->GetCameras(&cameras), ERR_OK);
-        EXPECT_EQ(m_pMaster->AcquireHardware(9, &pHandle), ERR_CAMERA_NOT_FOUND);
+        EXPECT_EQ(List(), identity.serialNumber == 2 && !isPresent ? 2U : 3U);
+        EXPECT_EQ(Acquire(9), ERR_CAMERA_NOT_FOUND);
         seen.push_back((isPresent ? "+" : "-") + std::to_string(identity.serialNumber));
     });
-    boost::shared_ptr<HardwareInterface> pHandle;
-    EXPECT_EQ(m_pMaster->AcquireHardware(1, &pHandle), ERR_OK)
-        << "the rest is found from within the listener";
+    EXPECT_EQ(Acquire(1), ERR_OK) << "the rest is found from within the listener";
     m_pNear->m_cameras = {m_pOne};
     m_pNear->m_pListener->OnCameraLost(m_pTwo);
     m_pNear->m_cameras = {m_pOne, m_pTwo};

@@ -138,13 +138,11 @@ unsigned int FakeHardware::Base(unsigned int offset) const {
     return found != m_memory.end() ? found->second : 0;
 }
 
-void FakeHardware::SetRegister(unsigned int offset, unsigned int value) {
-    SetBase(0xF00000U + offset, value);
-}
-
-void FakeHardware::SetBase(unsigned int offset, unsigned int value) {
+void FakeHardware::SetBlock(unsigned int block, std::initializer_list<Cell> cells) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_memory[Key(kRegisterSpace, 0xF0000000U + offset)] = value;
+    for (const Cell& cell : cells) {
+        m_memory[Key(kRegisterSpace, 0xF0000000U + block + cell.offset)] = cell.value;
+    }
 }
 
 void FakeHardware::FailAccess(unsigned int n) {

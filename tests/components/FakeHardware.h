@@ -4,6 +4,7 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
@@ -51,8 +52,12 @@ class FakeHardware : public HardwareInterface {
 
     /// Registers that count from the command registers and from the initial register space, without an
     /// access by the library.
-    void SetRegister(unsigned int offset, unsigned int value);
-    void SetBase(unsigned int offset, unsigned int value);
+    struct Cell {
+        unsigned int offset;
+        unsigned int value;
+    };
+    void SetRegisters(std::initializer_list<Cell> cells) { SetBlock(0xF00000U, cells); }
+    void SetBlock(unsigned int block, std::initializer_list<Cell> cells);
     unsigned int Base(unsigned int offset) const;
 
     /// The n-th access from now on fails with ERR_TIMEOUT, counted from 1; 0: none does.

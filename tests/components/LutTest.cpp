@@ -1,7 +1,6 @@
 #include "Lut.h"
 
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 #include "RegisterCamera.h"
@@ -19,9 +18,7 @@ class LutTest : public RegisterCamera<Lut> {
         SetRegisters({{0x40C, 0x08000000}, {0x490, kBlock / 4}});
         // Switchable, 9 bits to 8 bits, 3 banks of 2 channels; bank 0 read only, bank 1 both, bank 2 neither.
         SetBlock(kBlock, {{0, 0x84090832U}, {4, 0x00000001}, {8, 0xB0000000U}});
-        std::iota(m_ramp.begin(), m_ramp.end(), 0U);
-        std::transform(m_ramp.begin(), m_ramp.end(), m_ramp.begin(),
-                       [](unsigned int entry) { return entry / 2; });
+        std::generate(m_ramp.begin(), m_ramp.end(), [next = 0U]() mutable { return next++ / 2; });
     }
 
     std::vector<unsigned int> m_ramp;
@@ -39,13 +36,10 @@ TEST_F(LutTest, TellsWhatIsThere) {
     EXPECT_EQ(data.numEntries, kEntries);
     const bool expected[][2] = {{true, false}, {true, true}, {false, false}};
     for (unsigned int bank = 0; bank < 3; ++bank) {
-        bool readable = false;
-        bool writable = false;
-        ASSERT_EQ(m_component.QueryBankStatus(bank, &readable, &writable), ERR_OK);
-        EXPECT_EQ(readable, expected[bank][0]) << bank;
-        EXPECT_EQ(writable, expected[bank][1]) << bank;
+        bool status[2] = {};
+        ASSERT_EQ(m_component.QueryBankStatus(bank, &status[0], &status[1]), ERR_OK);
+        EXPECT_TRUE(status[0] == expected[bank][0] && status[1] == expected[bank][1]) << bank;
     }
-
     SetRegisters({{0x40C, 0}});
     ASSERT_EQ(m_component.QuerySupport(&data), ERR_OK);
     EXPECT_FALSE(data.supported);
@@ -97,11 +91,9 @@ TEST_F(LutTest, RefusesWithTheRange) {
     EXPECT_TRUE(
         Says(set(1, 0, kEntries), ERR_VALUE_OUT_OF_RANGE, "Entry 300 of the look-up table is to be 256"));
     EXPECT_EQ(set(1, 0, 0), ERR_VALUE_OUT_OF_RANGE);
-    EXPECT_EQ(m_component.SetChannel(1, 0, kEntries, nullptr), ERR_INVALID_PARAMETER);
-    EXPECT_EQ(m_component.GetChannel(1, 0, kEntries, nullptr), ERR_INVALID_PARAMETER);
-    EXPECT_EQ(m_component.QuerySupport(nullptr), ERR_INVALID_PARAMETER);
-    EXPECT_EQ(m_component.QueryBankStatus(0, nullptr, nullptr), ERR_INVALID_PARAMETER);
-    EXPECT_EQ(m_component.GetActiveBank(nullptr), ERR_INVALID_PARAMETER);
+    ExpectRefused({m_component.SetChannel(1, 0, kEntries, nullptr),
+                   m_component.GetChannel(1, 0, kEntries, nullptr), m_component.QuerySupport(nullptr),
+                   m_component.QueryBankStatus(0, nullptr, nullptr), m_component.GetActiveBank(nullptr)});
     EXPECT_EQ(m_pHardware->GetMemory(), before);
     SetBlock(kBlock, {{0, 0x80090832U}});
     EXPECT_TRUE(Says(m_component.Enable(true), ERR_NOT_SUPPORTED, "switched on"));
@@ -118,24 +110,6 @@ TEST_F(LutTest, ATableThatCannotBeIsNotBelieved) {
     SetBlock(kBlock, {{0, 0x84092032U}});
     m_ramp[0] = 0xFFFFFFFFU;
     EXPECT_EQ(m_component.SetChannel(1, 0, kEntries, m_ramp.data()), ERR_OK) << "32 bits take everything";
-}
-
-TEST_F(LutTest, AFailingAccessIsReported) {
-    LUTData data;
-    bool flags[2] = {};
-    unsigned int bank = 0;
-    std::vector<unsigned int> entries(kEntries);
-    SweepFailures("support", [&] { return m_component.QuerySupport(&data); });
-    SweepFailures("status", [&] { return m_component.QueryBankStatus(0, &flags[0], &flags[1]); });
-    SweepFailures("active bank", [&] { return m_component.GetActiveBank(&bank); });
-    SweepFailures("set bank", [&] { return m_component.SetActiveBank(0); });
-    SweepFailures("enable", [&] { return m_component.Enable(true); });
-    SweepFailures("get", [&] { return m_component.GetChannel(1, 0, kEntries, entries.data()); });
-    SweepFailures(
-        "set", [&] { return m_component.SetChannel(1, 0, kEntries, m_ramp.data()); }, false);
-    m_pHardware->FailAccess(6);
-    EXPECT_TRUE(
-        Says(m_component.SetChannel(1, 0, kEntries, m_ramp.data()), ERR_TIMEOUT, "beyond 128 of its 512"));
 }
 
 }  // namespace

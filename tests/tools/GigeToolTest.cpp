@@ -102,6 +102,13 @@ TEST_F(GigeTool, ReadsDeviceMemory) {
         Zevrin::Spawn({kZevrin, "reg", "read", "--memory", "0xD8", kSerial}, m_options);
     EXPECT_EQ(0, result.exitCode) << result.messages;
     EXPECT_EQ("0x000000D8  0x32303030\n", result.output);
+    for (const char* address : {"0xFFFFFF00", "0xD8"}) {
+        const bool isThere =
+            std::string(address) == "0xD8";  // after the other one, which is beyond the memory
+        EXPECT_EQ(isThere ? 0 : 4,
+                  Zevrin::Spawn({kZevrin, "reg", "read", "--memory", address, kSerial}, m_options).exitCode)
+            << address;
+    }
 }
 
 }  // namespace

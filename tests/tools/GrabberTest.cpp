@@ -14,19 +14,18 @@
 namespace ZevrinTool {
 namespace {
 
-TEST(FrameNumbers, CountWhatIsMissingAndGoOnWhereTheCameraBeginsAgain) {
+TEST(FrameNumbers, LeaveOutWhatIsMissingAndGoOnWhereTheCameraBeginsAgain) {
     constexpr unsigned long long kRestart = ~0ULL;
     const struct {
         const char* what;
         std::vector<unsigned long long> ids;
         std::vector<unsigned long long> numbers;
-        unsigned long long missing;
     } cases[] = {
-        {"in a row", {0, 1, 2}, {0, 1, 2}, 0},
-        {"with gaps", {5, 6, 9, 11}, {5, 6, 9, 11}, 3},
-        {"16 bits wrap, without a zero", {65534, 65535, 1, 2}, {65534, 65535, 65536, 65537}, 0},
-        {"a stream is started again", {0, kRestart, 0, 1}, {0, 1, 2}, 0},
-        {"a stream is started again further on", {7, kRestart, 30, 32}, {7, 8, 10}, 1},
+        {"in a row", {0, 1, 2}, {0, 1, 2}},
+        {"with gaps", {5, 6, 9, 11}, {5, 6, 9, 11}},
+        {"16 bits wrap, without a zero", {65534, 65535, 1, 2}, {65534, 65535, 65536, 65537}},
+        {"a stream is started again", {0, kRestart, 0, 1}, {0, 1, 2}},
+        {"a stream is started again further on", {7, kRestart, 30, 32}, {7, 8, 10}},
     };
     for (const auto& row : cases) {
         FrameNumbers numbers;
@@ -39,7 +38,6 @@ TEST(FrameNumbers, CountWhatIsMissingAndGoOnWhereTheCameraBeginsAgain) {
             }
         }
         EXPECT_EQ(row.numbers, result) << row.what;
-        EXPECT_EQ(row.missing, numbers.GetMissing()) << row.what;
     }
 }
 

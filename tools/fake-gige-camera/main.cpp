@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "AddressGuard.h"
 #include "Options.h"
 #include "TestPicture.h"
 
@@ -88,6 +89,7 @@ FakeCameraHandle StartCamera(const Options& options) {
                                    static_cast<guint32>(kMicrosecondsPerSecond / options.frameRate));
     arv_fake_camera_write_register(pInside, kStreamPacketSizeRegister, options.packetSize);
     arv_fake_camera_set_fill_pattern(pInside, FillTestPicture, pInside);
+    GuardAddresses(pInside, kControlPort);
     return pCamera;
 }
 

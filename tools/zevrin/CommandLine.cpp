@@ -87,6 +87,10 @@ std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem) {
         path += " " + pApp->get_name();
     }
     std::string text = problem.what();
+    if (text.find("SERIAL: At Most 1 required") == 0) {
+        text =
+            "there are more arguments than the verb takes; the last one is SERIAL, a camera's serial number";
+    }
     const std::vector<const CLI::App*> verbs = pApp->get_subcommands({});
     if (!verbs.empty()) {
         text = unknown.empty() ? "a verb is needed" : "there is no verb \"" + unknown.front() + "\"";

@@ -87,7 +87,10 @@ class Registration {
             const Zevrin::Error error = m_camera.RegisterEvent(&options);
             if (error != Zevrin::ERR_OK) {
                 Withdraw();
-                ZevrinTool::Check(error, NameOf(target.serialNumber) + ", event \"" + name + "\"");
+                // The camera object gives no reason; that it is registered already cannot be one here.
+                throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " does not report an event \"" +
+                                                   name +
+                                                   "\"; `zevrin events` shows by name which ones come");
             }
         }
     }

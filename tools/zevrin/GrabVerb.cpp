@@ -99,6 +99,17 @@ void WaitForAll(const Grabbers& grabbers, unsigned int count) {
     }
 }
 
+/// What can become of a frame that does not come.
+struct Loss {
+    const char* heading;
+    const char* key;
+    unsigned int Zevrin::CameraStats::*pCount;
+};
+constexpr Loss kLosses[] = {
+    {"DROPPED", "dropped", &Zevrin::CameraStats::numImagesDropped},
+    {"CORRUPT", "corrupt", &Zevrin::CameraStats::numImagesCorrupt},
+    {"DRIVER-DROPPED", "driverDropped", &Zevrin::CameraStats::numImagesDriverDropped}};
+
 std::string RateText(const GrabOutcome& outcome) {
     char text[32] = "-";
     if (outcome.framesPerSecond) {
@@ -114,10 +125,15 @@ std::string ImageText(const GrabOutcome& outcome) {
 }
 
 Json ToJson(unsigned int serialNumber, const GrabOutcome& outcome) {
-    Json camera = {
-        {"serialNumber", serialNumber},       {"frames", outcome.frames}, {"framesPerSecond", nullptr},
-        {"dropped", outcome.dropped},         {"width", outcome.width},   {"height", outcome.height},
-        {"pixelFormat", outcome.pixelFormat}, {"files", outcome.files},   {"failure", nullptr}};
+    Json camera = {{"serialNumber", serialNumber}, {"frames", outcome.frames}, {"framesPerSecond", nullptr}};
+    for (const Loss& loss : kLosses) {
+        camera[loss.key] = outcome.losses ? Json((*outcome.losses).*loss.pCount) : Json();
+    }
+    camera.update({{"width", outcome.width},
+                   {"height", outcome.height},
+                   {"pixelFormat", outcome.pixelFormat},
+                   {"files", outcome.files},
+                   {"failure", nullptr}});
     if (outcome.framesPerSecond) {
         camera["framesPerSecond"] = *outcome.framesPerSecond;
     }
@@ -128,14 +144,20 @@ Json ToJson(unsigned int serialNumber, const GrabOutcome& outcome) {
 }
 
 void ShowOutcomes(const Tool& tool, const Grabbers& grabbers) {
-    Table table({"SERIAL", "FRAMES", "RATE", "DROPPED", "FILES", "IMAGE"});
+    Table table({"SERIAL", "FRAMES", "RATE", kLosses[0].heading, kLosses[1].heading, kLosses[2].heading,
+                 "FILES", "IMAGE"});
     Json cameras = Json::array();
     for (const auto& pGrabber : grabbers) {
         const GrabOutcome& outcome = pGrabber->Join();
         cameras.push_back(ToJson(pGrabber->GetSerialNumber(), outcome));
-        table.Add({std::to_string(pGrabber->GetSerialNumber()), std::to_string(outcome.frames),
-                   RateText(outcome), std::to_string(outcome.dropped), std::to_string(outcome.files.size()),
-                   ImageText(outcome)});
+        std::vector<std::string> row = {std::to_string(pGrabber->GetSerialNumber()),
+                                        std::to_string(outcome.frames), RateText(outcome)};
+        for (const Loss& loss : kLosses) {
+            row.push_back(outcome.losses ? std::to_string((*outcome.losses).*loss.pCount) : "-");
+        }
+        row.push_back(std::to_string(outcome.files.size()));
+        row.push_back(ImageText(outcome));
+        table.Add(row);
     }
     if (tool.json) {
         Print({{"cameras", cameras}});
@@ -182,8 +204,9 @@ void Grab(const Tool& tool, const GrabOptions& options) {
 }
 
 constexpr char kFooter[] =
-    R"(Files are named <serial number>-<frame number>.png and are whole whenever they are there. Dropped are the frames
-that are missing in the camera's own numbering.
+    R"(Files are named <serial number>-<frame number>.png and are whole whenever they are there. Of the frames
+that did not come, dropped ones were lost on their way, corrupt ones arrived incomplete, and driver-dropped ones
+found no free buffer: more --buffers help.
 
 Examples:
   zevrin --simulate 1 grab -n 20 -o images

@@ -30,7 +30,6 @@ bool IsConnectionLost(const Zevrin::Error& error) {
 unsigned long long FrameNumbers::Add(unsigned long long frameId) {
     const bool isFollower = m_hasLast && frameId > m_lastId;
     const unsigned long long step = isFollower ? frameId - m_lastId : 1;
-    m_missing += step - 1;
     m_number = m_isFirst ? frameId : m_number + step;
     m_isFirst = false;
     m_lastId = frameId;
@@ -68,7 +67,7 @@ void Grabber::Run() {
         m_outcome.exitCode = kExitFailed;
         m_outcome.failure = problem.what();
     }
-    m_outcome.dropped = m_numbers.GetMissing();
+    CountLosses();
     m_done = true;
 }
 
@@ -91,8 +90,19 @@ void Grabber::Grab() {
         Check(error);
         Take(image);
     }
+    CountLosses();
     const Zevrin::Error stopped = m_pCamera->StopCapture();
     static_cast<void>(stopped);  // all frames are there, and the camera may have gone since
+}
+
+/// Before the stream is stopped, which drops what still waits. A camera without the registers that statistics
+/// want has nevertheless filled in the counts.
+void Grabber::CountLosses() {
+    Zevrin::CameraStats stats;
+    const Zevrin::Error error = m_pCamera->GetStats(&stats);
+    if (!m_outcome.losses && (error == Zevrin::ERR_OK || error == Zevrin::ERR_REGISTER_FAILED)) {
+        m_outcome.losses = stats;
+    }
 }
 
 void Grabber::StartStream() {

@@ -25,7 +25,9 @@ struct GrabPlan {
 /// What came of it.
 struct GrabOutcome {
     unsigned int frames = 0;
-    unsigned long long dropped = 0;         ///< frames that the camera numbered and that did not come
+    /// What became of the frames that did not come, as the camera object counts them; none when the camera
+    /// was gone at the end.
+    std::optional<Zevrin::CameraStats> losses;
     std::optional<double> framesPerSecond;  ///< of the frames that came, by their time stamps
     unsigned int width = 0;
     unsigned int height = 0;
@@ -35,12 +37,11 @@ struct GrabOutcome {
     std::string failure;  ///< why it ended early; empty when it did not
 };
 
-/// Counts the frames that are missing between those that came, by the camera's own numbers.
+/// Numbers the frames that came, with gaps where some are missing in the camera's own numbering.
 class FrameNumbers {
   public:
     /// The frame's number, continued where the camera begins again (GigE Vision counts to 65535).
     unsigned long long Add(unsigned long long frameId);
-    unsigned long long GetMissing() const { return m_missing; }
     /// The next number is not compared with the last: the stream was started again.
     void Restart() { m_hasLast = false; }
 
@@ -49,7 +50,6 @@ class FrameNumbers {
     bool m_hasLast = false;  // of the present stream
     unsigned long long m_lastId = 0;
     unsigned long long m_number = 0;
-    unsigned long long m_missing = 0;
 };
 
 /// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again.
@@ -79,6 +79,7 @@ class Grabber {
     void Resume(const Zevrin::Error& reason);
     Zevrin::Error Next(Zevrin::Image* pImage);
     void Take(const Zevrin::Image& image);
+    void CountLosses();
 
     const unsigned int m_serialNumber;
     const boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <system_error>
 
 #include "CameraVerb.h"
 #include "CommandLine.h"
@@ -68,6 +70,11 @@ void Show(const Target& target) {
                 "banks", banks);
 }
 
+/// What the system has against a file, as its last call says.
+std::string LastProblem() {
+    return std::generic_category().message(errno);
+}
+
 void WriteFile(const std::string& path, const Entries& entries) {
     std::ofstream stream(path);
     for (const unsigned int entry : entries) {
@@ -75,7 +82,7 @@ void WriteFile(const std::string& path, const Entries& entries) {
     }
     stream.close();
     if (!stream) {
-        throw ToolFailure(kExitFailed, "the file \"" + path + "\" cannot be written");
+        throw ToolFailure(kExitFailed, "the file \"" + path + "\" cannot be written: " + LastProblem());
     }
 }
 
@@ -83,7 +90,7 @@ void WriteFile(const std::string& path, const Entries& entries) {
 Entries ReadFile(const std::string& path) {
     std::ifstream stream(path);
     if (!stream) {
-        throw ToolFailure(kExitFailed, "the file \"" + path + "\" cannot be read");
+        throw ToolFailure(kExitFailed, "the file \"" + path + "\" cannot be read: " + LastProblem());
     }
     Entries entries;
     unsigned int number = 0;

@@ -11,7 +11,7 @@ boost::shared_ptr<Zevrin::Simulation> Simulate(const std::string& countOrPath) {
     boost::shared_ptr<Zevrin::Simulation> pSimulation;
     if (!countOrPath.empty()) {
         unsetenv("ZEVRIN_SIMULATE");
-        Check(Zevrin::Simulation::FromText(countOrPath, &pSimulation), "--simulate " + countOrPath);
+        Check(Zevrin::Simulation::FromText(countOrPath, &pSimulation), "--simulate");
     }
     return pSimulation;
 }

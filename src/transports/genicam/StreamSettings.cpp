@@ -65,13 +65,24 @@ Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
                              static_cast<long long>(nanoseconds * frequency / kNanosecondsPerSecond));
 }
 
+/// Aravis would take a packet socket where the process may: a ring that a reader who is late by a tenth of a
+/// second loses packets of, that knows no size, and in which each stream sees the packets of all.
+Error UsePlainSocket(GenicamDevice& device) {
+    return device.Access(ERR_TRANSPORT_FAILED, "Choosing the socket", [](ArvDevice* pDevice, GError**) {
+        arv_gv_device_set_stream_options(ARV_GV_DEVICE(pDevice), ARV_GV_STREAM_OPTION_PACKET_SOCKET_DISABLED);
+    });
+}
+
 }  // namespace
 
 Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
     if (!device.IsGigE()) {
         return Error();
     }
-    Error error;
+    Error error = UsePlainSocket(device);
+    if (error != ERR_OK) {
+        return error;
+    }
     if (config.packetSize != 0 || !device.IsPacketSizeNegotiated()) {
         error = SetPacketSize(device, config.packetSize);
         device.SetPacketSizeNegotiated(error == ERR_OK && config.packetSize == 0);

@@ -13,6 +13,11 @@ constexpr unsigned int kModesPerFormat = 8;
 constexpr unsigned int kRate15 = 3;
 constexpr RegisterField kSampleDepth{0, 7};
 
+// The legacy channel and speed, then 1394b mode, channel and speed.
+constexpr unsigned int kIsoChannelBits = RegisterField{0, 3}.GetMask() | RegisterField{6, 7}.GetMask() |
+                                         RegisterBit(16) | RegisterField{18, 23}.GetMask() |
+                                         RegisterField{29, 31}.GetMask();
+
 void InitializeWritten(SimulatedDevice& device, unsigned int, unsigned int written, unsigned int) {
     if ((written & kSwitchBit) != 0) {
         device.ResetToFactory();
@@ -113,7 +118,6 @@ constexpr unsigned int kOptionalFunctions = kOptionalPio | OptionalFunction::kSt
 std::vector<RegisterRow> MakeControlRegisters(const CameraDescription& camera) {
     const unsigned int format7 = kVideoModeField.Make(kScalableImageFormat);
     const unsigned int video = kVideoModeField.GetMask();
-    constexpr unsigned int kAll = 0xFFFFFFFFU;
     const unsigned int channel = kMemoryChannelField.GetMask();
     std::vector<RegisterRow> rows = {
         {Register::kInitialize, 1, 0, 0, "INITIALIZE", nullptr, InitializeWritten},
@@ -126,7 +130,7 @@ std::vector<RegisterRow> MakeControlRegisters(const CameraDescription& camera) {
          nullptr, true},
         {Register::kCurrentMode, 1, video, 0, "CUR_V_MODE", nullptr, nullptr, true},
         {Register::kCurrentFormat, 1, video, format7, "CUR_V_FORMAT", nullptr, nullptr, true},
-        {Register::kIsoChannel, 1, kAll, 0, "ISO_CHANNEL", nullptr, nullptr, false, true},
+        {Register::kIsoChannel, 1, kIsoChannelBits, 0, "ISO_CHANNEL", nullptr, nullptr, false, true},
         {Register::kCameraPower, 1, kSwitchBit, kSwitchBit, "CAMERA_POWER", nullptr, PowerWritten, false,
          true},
         {Register::kTransmission, 1, kSwitchBit, 0, "ISO_EN", nullptr, TransmissionWritten, false, true},

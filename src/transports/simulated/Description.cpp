@@ -18,7 +18,6 @@ constexpr unsigned int kMinSensorSize = 16;
 constexpr unsigned int kMaxSensorSize = 8192;
 constexpr unsigned int kMaxBuses = 16;
 constexpr unsigned int kAllEmbeddedItems = 0x3FF;
-constexpr unsigned int kMaxLatencyUs = 10000000;
 constexpr unsigned int kMaxDelayUs = 60000000;
 
 const std::vector<std::string> kInterfaceNames = {"ieee1394", "usb2", "u3v", "gige", "unknown"};
@@ -41,6 +40,10 @@ void ReadFaults(JsonReader& reader, FaultDescription* pFaults) {
         registers.ReadUnsigned("readLatencyUs", 0, kMaxLatencyUs, &pFaults->readLatencyUs);
         registers.ReadUnsigned("writeLatencyUs", 0, kMaxLatencyUs, &pFaults->writeLatencyUs);
         registers.ReadUnsigned("jitterUs", 0, kMaxLatencyUs, &pFaults->latencyJitterUs);
+    });
+    reader.ReadObject("silent", [&](JsonReader& silent) {
+        silent.ReadUnsigned("frames", 0, kMaxUnsigned, &pFaults->silent.frames);
+        silent.ReadUnsignedList("starts", 1, kMaxUnsigned, 1, &pFaults->silent.starts);
     });
     ReadFrameFault(reader, "drop", &pFaults->drop);
     ReadFrameFault(reader, "corrupt", &pFaults->corrupt);
@@ -78,6 +81,8 @@ void ReadCamera(JsonReader& reader, CameraDescription* pCamera, unsigned int* pC
     reader.ReadChoice("bayer", kBayerNames, &bayer);
     pCamera->bayer = static_cast<BayerTileFormat>(bayer);
     reader.ReadNumber("frameRate", kMinFrameRate, kMaxFrameRate, &pCamera->frameRate);
+    reader.ReadMultiple("exposureUs", kExposureUnitUs, kMaxExposureUs, kExposureUnitUs, &pCamera->exposureUs);
+    reader.ReadNumber("clockErrorPpm", -kMaxClockErrorPpm, kMaxClockErrorPpm, &pCamera->clockErrorPpm);
     reader.ReadBool("paint", &pCamera->paint);
     reader.ReadUnsigned("embeddedItems", 0, kAllEmbeddedItems, &pCamera->embeddedItems);
     reader.ReadObject("faults", [&](JsonReader& faults) { ReadFaults(faults, &pCamera->faults); });

@@ -24,6 +24,10 @@ struct FaultDescription {
     unsigned int readLatencyUs = 0;
     unsigned int writeLatencyUs = 0;
     unsigned int latencyJitterUs = 0;  ///< up to this much on top, evenly spread
+    struct Silence {
+        unsigned int frames = 0;           ///< that are not sent after the camera was switched on
+        std::vector<unsigned int> starts;  ///< the n-th times, from 1; empty: each time
+    } silent;
     FrameFault drop;
     FrameFault corrupt;
     FrameFault duplicate;
@@ -42,7 +46,9 @@ struct CameraDescription {
     unsigned int width = 640;   ///< of the sensor, a multiple of `kPixelUnitX`
     unsigned int height = 480;  ///< of the sensor, a multiple of `kPixelUnitY`
     BayerTileFormat bayer = BAYER_NONE;
-    double frameRate = 15;  ///< frames per second in format 7 after power-up
+    double frameRate = 15;           ///< frames per second in format 7 after power-up
+    unsigned int exposureUs = 5000;  ///< shutter after power-up, a multiple of `kExposureUnitUs`
+    double clockErrorPpm = 0;        ///< of the frame period's oscillator; above 0 it runs fast
     bool paint = true;
     unsigned int embeddedItems = 0x3FF;  ///< bit i, from the least significant: item i can be stamped
     FaultDescription faults;
@@ -63,6 +69,10 @@ constexpr unsigned int kMaxCamerasPerBus = 64;
 constexpr unsigned int kFirstSerialNumber = 1001;
 constexpr double kMaxFrameRate = 1000;
 constexpr double kMinFrameRate = 0.25;
+constexpr unsigned int kExposureUnitUs = 20;
+constexpr unsigned int kMaxExposureUs = 81900;
+constexpr unsigned int kMaxLatencyUs = 10000000;
+constexpr double kMaxClockErrorPpm = 10000;
 
 /// Errors: ERR_INVALID_DESCRIPTION, which names the key, its value and what would be right. The result is
 /// left alone then.

@@ -42,10 +42,6 @@ bool HasOwnTimeStamp(InterfaceType type) {
     return type == INTERFACE_U3V || type == INTERFACE_GIGE;
 }
 
-TestPattern ReadTestPattern(const RegisterFile& registers) {
-    return static_cast<TestPattern>(registers.Get(Advanced::kTestPattern));
-}
-
 unsigned int GetItem(const SimulatedDevice& device, unsigned int item, unsigned long long begin) {
     switch (item) {
         case kItemTimeStamp:
@@ -92,8 +88,7 @@ double SimulatedDevice::GetTemperature() const {
            kDriftKelvin * std::sin(uptime / kDriftSeconds);
 }
 
-PictureSettings SimulatedDevice::MakePicture(TestPattern pattern) const {
-    const ImageSetup setup = GetImageSetup();
+PictureSettings SimulatedDevice::MakePicture(const ImageSetup& setup, double exposure) {
     PictureSettings picture;
     picture.left = setup.left;
     picture.top = setup.top;
@@ -103,8 +98,10 @@ PictureSettings SimulatedDevice::MakePicture(TestPattern pattern) const {
     picture.bayer = m_description.bayer;
     picture.serialNumber = m_description.serialNumber;
     picture.frameNumber = m_sequencer.GetExposureCount();
-    picture.isStill = pattern != TestPattern::kScene;
-    if (m_identity.isColor && pattern == TestPattern::kScene) {
+    if (m_description.paint) {
+        picture.tones = MakeToneSettings(exposure);
+    }
+    if (m_identity.isColor && picture.tones.pattern == TestPattern::kScene) {
         constexpr double kPerCent = 100;
         picture.hue = IsFeatureOn(m_registers, kHue) ? GetFeatureValue(m_registers, kHue) : 0;
         picture.saturation =
@@ -113,39 +110,29 @@ PictureSettings SimulatedDevice::MakePicture(TestPattern pattern) const {
     return picture;
 }
 
-boost::shared_ptr<const ToneTable> SimulatedDevice::MakeTonesFor(TestPattern pattern, double exposure) {
-    constexpr unsigned short kWhite = 0xFFFF;
-    constexpr unsigned short kGrey = 0x8000;
-    switch (pattern) {
-        case TestPattern::kStill:
-            return boost::make_shared<ToneTable>(GetLinearTones());
-        case TestPattern::kBlack:
-            return boost::make_shared<ToneTable>(MakeFlatTones(0));
-        case TestPattern::kWhite:
-            return boost::make_shared<ToneTable>(MakeFlatTones(kWhite));
-        case TestPattern::kGrey:
-            return boost::make_shared<ToneTable>(MakeFlatTones(kGrey));
-        default:
-            break;
+/// The tones themselves are computed where the picture is painted, without the bus's mutex.
+ToneSettings SimulatedDevice::MakeToneSettings(double exposure) {
+    ToneSettings settings;
+    settings.pattern = static_cast<TestPattern>(m_registers.Get(Advanced::kTestPattern));
+    if (settings.pattern == TestPattern::kScene) {
+        settings = ReadToneSettings(m_registers, m_identity.isColor, exposure);
+        if (IsLutOn(m_registers)) {
+            if (!m_pLut) {
+                m_pLut = boost::make_shared<LutBank>(ReadLutBank(m_registers));
+            }
+            settings.pLut = m_pLut;
+        }
     }
-    ToneSettings settings = ReadToneSettings(m_registers, m_identity.isColor, exposure);
-    settings.lutRevision = m_lutRevision;
-    if (!m_pTones || !(settings == m_toneSettings)) {
-        m_toneSettings = settings;
-        m_pTones = boost::make_shared<ToneTable>(MakeTones(settings, m_registers, m_identity.isColor));
-    }
-    return m_pTones;
+    return settings;
 }
 
 boost::shared_ptr<const Exposure> SimulatedDevice::MakeExposure(unsigned long long begin,
                                                                 unsigned long long duration) {
-    const TestPattern pattern = ReadTestPattern(m_registers);
+    const ImageSetup setup = GetImageSetup();
     auto pExposure = boost::make_shared<Exposure>();
-    pExposure->picture = MakePicture(pattern);
-    if (m_description.paint) {
-        pExposure->pTones = MakeTonesFor(pattern, static_cast<double>(duration) / kNanosecondsPerSecond);
-    }
-    pExposure->size = GetImageSetup().GetSize();
+    pExposure->picture = MakePicture(setup, static_cast<double>(duration) / kNanosecondsPerSecond);
+    pExposure->isPainted = m_description.paint;
+    pExposure->size = setup.GetSize();
     pExposure->embedded = GetEmbedded(*this, begin);
     pExposure->hasTimeStamp = HasOwnTimeStamp(m_description.interfaceType);
     SetCycleTime(MakeCycleTime(begin), &pExposure->timeStamp);

@@ -71,7 +71,7 @@ bool SimulatedDevice::MayTransmit() const {
 void SimulatedDevice::StartTransmission() {
     if (MayTransmit()) {
         m_registers.Set(Register::kShots, 0);
-        m_sequencer.Start(0, m_writeTime);
+        BeginSending(0);
     } else {
         m_registers.Set(Register::kTransmission, kTransmissionOff);
     }
@@ -81,13 +81,24 @@ void SimulatedDevice::StopTransmission() {
     m_registers.Set(Register::kTransmission, kTransmissionOff);
     m_registers.Set(Register::kShots, 0);
     m_sequencer.Stop();
+    CountLost(m_stream.LoseDelayed());
+}
+
+void SimulatedDevice::BeginSending(unsigned int frames) {
+    if (m_sequencer.Start(frames, m_writeTime)) {
+        m_stream.GetFaults().BeginSending();
+    }
+}
+
+void SimulatedDevice::CountLost(unsigned int frames) {
+    m_registers.Set(Advanced::kTransmitFailures, m_registers.Get(Advanced::kTransmitFailures) + frames);
 }
 
 void SimulatedDevice::StartShots(unsigned int count, unsigned int word) {
     const bool isTransmitting = m_registers.Get(Register::kTransmission) != kTransmissionOff;
     if (!isTransmitting && MayTransmit()) {
         m_registers.Set(Register::kShots, word);
-        m_sequencer.Start(count, m_writeTime);
+        BeginSending(count);
     }
 }
 
@@ -168,7 +179,7 @@ void SimulatedDevice::OnExposureEnd(const BusEvent& event) {
             parcel = m_stream.Send(event, pExposure);
         }
         if (parcel.pQueue && parcel.fate == SimulatedStream::Parcel::Fate::kDropped) {
-            m_registers.Set(Advanced::kTransmitFailures, m_registers.Get(Advanced::kTransmitFailures) + 1);
+            CountLost(1);
         }
     }
     m_stream.Deliver(parcel);

@@ -21,10 +21,6 @@ constexpr unsigned int kModeLevel = 1;
 constexpr unsigned int kModeOverlapped = 14;
 constexpr unsigned int kModeMultiShot = 15;
 
-unsigned long long ToNs(double seconds) {
-    return static_cast<unsigned long long>(seconds * kNanosecondsPerSecond);
-}
-
 }  // namespace
 
 void ExposureSequencer::PowerUp() {
@@ -33,14 +29,15 @@ void ExposureSequencer::PowerUp() {
     m_overrunCount = 0;
 }
 
-void ExposureSequencer::Start(unsigned int frames, unsigned long long time) {
+bool ExposureSequencer::Start(unsigned int frames, unsigned long long time) {
     const bool begins = !m_isSending || (frames == 0 && m_framesLeft != 0);
     m_framesLeft = frames;
     if (begins) {
         m_isSending = true;
         m_origin = time;
-        Arm();
+        Arm(time);
     }
+    return begins;
 }
 
 void ExposureSequencer::Stop() {
@@ -52,8 +49,8 @@ void ExposureSequencer::Stop() {
     }
 }
 
-/// From here on exposures begin anew; one under way is not sent.
-void ExposureSequencer::Arm() {
+/// After this moment exposures begin anew; one under way is not sent.
+void ExposureSequencer::Arm(unsigned long long time) {
     m_device.GetPins().EndExposure(m_bus.GetTime());
     ++m_epoch;
     ++m_dueEpoch;
@@ -62,13 +59,13 @@ void ExposureSequencer::Arm() {
     m_shotsLeft = 0;
     m_busyUntil = 0;
     if (!ReadTrigger(m_device.GetRegisters()).isOn) {
-        ScheduleByRate(m_bus.GetTime());
+        ScheduleByRate(time);
     }
 }
 
 void ExposureSequencer::FollowTrigger() {
     if (m_isSending) {
-        Arm();
+        Arm(m_bus.GetTime());
     }
 }
 
@@ -90,9 +87,16 @@ void ExposureSequencer::Schedule(BusEvent::Kind kind, unsigned long long time, u
     m_bus.Schedule(std::move(event));
 }
 
+/// The camera's own oscillator counts the period out: one that runs fast makes it shorter.
+double ExposureSequencer::GetPeriodNs() const {
+    constexpr double kMillion = 1e6;
+    return m_device.GetImageSetup().period * kNanosecondsPerSecond /
+           (1 + m_device.GetClockErrorPpm() / kMillion);
+}
+
 /// Schedules the first frame that is due after `after`.
 void ExposureSequencer::ScheduleByRate(unsigned long long after) {
-    const double period = m_device.GetImageSetup().period * kNanosecondsPerSecond;
+    const double period = GetPeriodNs();
     const auto timeOf = [&](unsigned long long count) {
         return m_origin + static_cast<unsigned long long>(static_cast<double>(count) * period);
     };
@@ -129,7 +133,7 @@ void ExposureSequencer::Begin(unsigned long long time) {
     }
     unsigned long long exposure = ReadShutterNs(m_device.GetRegisters());
     if (!trigger.isOn) {
-        exposure = std::min(exposure, ToNs(setup.period));
+        exposure = std::min(exposure, static_cast<unsigned long long>(GetPeriodNs()));
     }
     m_busyUntil = time + exposure;
     if (trigger.isOn && trigger.mode != kModeOverlapped) {
@@ -166,7 +170,7 @@ void ExposureSequencer::BeginNextShot(unsigned long long now) {
     if (m_shotsLeft != 0) {
         --m_shotsLeft;
         m_isDelayed = true;
-        const unsigned long long byRate = m_begin + ToNs(m_device.GetImageSetup().period);
+        const unsigned long long byRate = m_begin + static_cast<unsigned long long>(GetPeriodNs());
         Schedule(BusEvent::Kind::kExposureDue, std::max({byRate, m_busyUntil, now}), m_dueEpoch, nullptr);
     }
 }

@@ -20,13 +20,17 @@ class ExposureSequencer {
 
     bool IsSending() const { return m_isSending; }
 
+    /// Of frames that are counted, how many are still to come; 0 of those that are not.
+    unsigned int GetFramesLeft() const { return m_framesLeft; }
+
     /// Exposures since power-up: the number of the last frame.
     unsigned int GetExposureCount() const { return m_exposureCount; }
     unsigned int GetTriggerCount() const { return m_triggerCount; }
 
     /// @param frames  how many; 0: until it is stopped, which takes over from frames that are counted
     /// @param time    from when the frames count, nanoseconds of the bus clock
-    void Start(unsigned int frames, unsigned long long time);
+    /// Whether frames begin anew with it.
+    bool Start(unsigned int frames, unsigned long long time);
 
     /// An exposure under way is not sent.
     void Stop();
@@ -47,7 +51,8 @@ class ExposureSequencer {
     boost::shared_ptr<const Exposure> OnExposureEnd(const BusEvent& event);
 
   private:
-    void Arm();
+    void Arm(unsigned long long time);
+    double GetPeriodNs() const;
     void ScheduleByRate(unsigned long long after);
     void Schedule(BusEvent::Kind kind, unsigned long long time, unsigned int epoch,
                   boost::shared_ptr<const Exposure> pExposure);

@@ -35,7 +35,24 @@ unsigned int Faults::NextLatency(bool isWrite) {
            (jitter != 0 ? static_cast<unsigned int>(m_random() % (jitter + 1ULL)) : 0);
 }
 
+void Faults::SetLatency(unsigned int readUs, unsigned int writeUs, unsigned int jitterUs) {
+    m_description.readLatencyUs = readUs;
+    m_description.writeLatencyUs = writeUs;
+    m_description.latencyJitterUs = jitterUs;
+}
+
+void Faults::BeginSending() {
+    ++m_starts;
+    const FaultDescription::Silence& silence = m_description.silent;
+    const bool isSilent = silence.starts.empty() || Contains(silence.starts, m_starts);
+    m_silentFrames = isSilent ? silence.frames : 0;
+}
+
 FrameFate Faults::NextFrame() {
+    if (m_silentFrames != 0) {
+        --m_silentFrames;
+        return FrameFate::kSilent;
+    }
     ++m_frames;
     const struct {
         const FrameFault& fault;

@@ -7,7 +7,7 @@
 namespace Zevrin {
 
 /// What becomes of one frame on its way.
-enum class FrameFate { kArrives, kDropped, kCorrupt, kDuplicated, kDelayed };
+enum class FrameFate { kArrives, kSilent, kDropped, kCorrupt, kDuplicated, kDelayed };
 
 /// Decides what goes wrong, repeatably: the same seed and the same order of accesses and frames give the
 /// same faults.
@@ -22,6 +22,10 @@ class Faults {
 
     /// Microseconds that an access takes.
     unsigned int NextLatency(bool isWrite);
+    void SetLatency(unsigned int readUs, unsigned int writeUs, unsigned int jitterUs);
+
+    /// The camera was switched on: from here on it may be silent for a while.
+    void BeginSending();
 
     FrameFate NextFrame();
     unsigned int GetDelayUs() const { return m_description.delayUs; }
@@ -33,6 +37,8 @@ class Faults {
     std::mt19937 m_random;
     unsigned int m_accesses = 0;
     unsigned int m_frames = 0;
+    unsigned int m_starts = 0;
+    unsigned int m_silentFrames = 0;  ///< still to come
 };
 
 }  // namespace Zevrin

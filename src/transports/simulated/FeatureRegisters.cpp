@@ -97,6 +97,19 @@ unsigned int GetWritable(const FeatureRow& row) {
            (row.bit == kWhiteBalance ? FeatureControl::kSecondValue.GetMask() : 0);
 }
 
+/// The absolute value after power-up.
+double GetReset(const FeatureRow& row, const CameraDescription& camera) {
+    constexpr double kMicrosecondsPerSecond = 1e6;
+    switch (row.bit) {
+        case kFrameRate:
+            return camera.frameRate;
+        case kShutter:
+            return camera.exposureUs / kMicrosecondsPerSecond;
+        default:
+            return ToAbsolute(row, row.reset);
+    }
+}
+
 void AppendFeature(const FeatureRow& row, double reset, std::vector<RegisterRow>* pRows) {
     const unsigned int inquiry =
         row.abilities | FeatureInquiry::kMinimum.Make(row.min) | FeatureInquiry::kMaximum.Make(row.max);
@@ -136,7 +149,7 @@ std::vector<RegisterRow> MakeFeatureRegisters(const CameraDescription& camera) {
             continue;
         }
         presence |= RegisterBit(row.bit);
-        AppendFeature(row, row.bit == kFrameRate ? camera.frameRate : ToAbsolute(row, row.reset), &rows);
+        AppendFeature(row, GetReset(row, camera), &rows);
     }
     rows.push_back({Register::kFeatureHighInquiry, 1, 0, presence, "FEATURE_HI_INQ"});
     return rows;

@@ -64,6 +64,16 @@ std::string Join(const std::vector<std::string>& names) {
     return joined;
 }
 
+/// ASCII's; a text with a NUL in it would also come out shorter elsewhere than it is.
+bool HasControlCharacter(const std::string& text) {
+    constexpr unsigned char kSpace = 0x20;
+    constexpr unsigned char kDelete = 0x7F;
+    return std::any_of(text.begin(), text.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte < kSpace || byte == kDelete;
+    });
+}
+
 /// Decimal or, with "0x", hexadecimal digits and nothing else.
 bool ParseUnsigned(const std::string& text, unsigned long long* pValue) {
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
@@ -151,10 +161,12 @@ void JsonReader::ReadText(const char* key, std::string* pValue) {
         return;
     }
     constexpr std::size_t kMaxText = 63;
-    if (pFound->is_string() && pFound->get_ref<const std::string&>().size() <= kMaxText) {
+    if (pFound->is_string() && pFound->get_ref<const std::string&>().size() <= kMaxText &&
+        !HasControlCharacter(pFound->get_ref<const std::string&>())) {
         *pValue = pFound->get<std::string>();
     } else {
-        ComplainAbout(PathOf(key), *pFound, FormatText("a text of at most %zu bytes", kMaxText));
+        ComplainAbout(PathOf(key), *pFound,
+                      FormatText("a text of at most %zu bytes without control characters", kMaxText));
     }
 }
 

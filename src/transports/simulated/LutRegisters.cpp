@@ -27,6 +27,7 @@ void ControlWritten(SimulatedDevice& device, unsigned int offset, unsigned int w
         device.GetRegisters().Set(offset,
                                   LutControl::kActiveBank.Put(stored, LutControl::kActiveBank.Get(before)));
     }
+    device.TouchLut();
 }
 
 void EntryWritten(SimulatedDevice& device, unsigned int, unsigned int, unsigned int) {
@@ -43,15 +44,17 @@ bool IsLutOn(const RegisterFile& registers) {
     return (registers.Get(Block::kLut + LutBlock::kControl) & LutControl::kEnable) != 0;
 }
 
-unsigned int GetLutBank(const RegisterFile& registers) {
-    return LutControl::kActiveBank.Get(registers.Get(Block::kLut + LutBlock::kControl));
+LutBank ReadLutBank(const RegisterFile& registers) {
+    const unsigned int active = LutControl::kActiveBank.Get(registers.Get(Block::kLut + LutBlock::kControl));
+    LutBank bank;
+    bank.channels = GetChannels(registers);
+    bank.entries = registers.GetRun(OffsetOf(active * bank.channels), kEntries * bank.channels);
+    return bank;
 }
 
-unsigned int ApplyLut(const RegisterFile& registers, unsigned int bank, unsigned int channel,
-                      unsigned int sample) {
-    const unsigned int index = sample >> (kSampleBits - kBits);
-    const unsigned int run = bank * GetChannels(registers) + channel;
-    const unsigned int entry = registers.Get(OffsetOf(run) + kRegisterSize * index) & kMaxEntry;
+unsigned int ApplyLut(const LutBank& bank, std::size_t channel, unsigned int sample) {
+    const std::size_t index = sample >> (kSampleBits - kBits);
+    const unsigned int entry = bank.entries[channel % bank.channels * kEntries + index] & kMaxEntry;
     return entry << (kSampleBits - kBits) | entry >> (2 * kBits - kSampleBits);  // full range stays full
 }
 

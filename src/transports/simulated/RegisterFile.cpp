@@ -4,6 +4,13 @@
 
 namespace Zevrin {
 
+namespace {
+
+constexpr unsigned int kCellSize = 4;
+constexpr unsigned int kNowhere = 0xFFFFFFFF;
+
+}  // namespace
+
 void RegisterFile::Add(const std::vector<RegisterRow>& rows) {
     for (const RegisterRow& row : rows) {
         const auto number = static_cast<unsigned int>(m_rows.size());
@@ -22,13 +29,16 @@ void RegisterFile::Seal() {
     const auto sameOffset = [](const Cell& left, const Cell& right) { return left.offset == right.offset; };
     m_cells.erase(std::unique(m_cells.begin(), m_cells.end(), sameOffset), m_cells.end());
     m_cells.shrink_to_fit();
+    m_places.assign(m_cells.empty() ? 0 : m_cells.back().offset / kCellSize + 1, kNowhere);
+    for (std::size_t place = 0; place < m_cells.size(); ++place) {
+        m_places[m_cells[place].offset / kCellSize] = static_cast<unsigned int>(place);
+    }
 }
 
 const RegisterFile::Cell* RegisterFile::Find(unsigned int offset) const {
-    const auto found =
-        std::lower_bound(m_cells.begin(), m_cells.end(), offset,
-                         [](const Cell& cell, unsigned int wanted) { return cell.offset < wanted; });
-    return found != m_cells.end() && found->offset == offset ? &*found : nullptr;
+    const unsigned int number = offset / kCellSize;
+    const bool isThere = offset % kCellSize == 0 && number < m_places.size() && m_places[number] != kNowhere;
+    return isThere ? &m_cells[m_places[number]] : nullptr;
 }
 
 const RegisterRow* RegisterFile::GetRow(unsigned int offset) const {
@@ -39,6 +49,13 @@ const RegisterRow* RegisterFile::GetRow(unsigned int offset) const {
 unsigned int RegisterFile::Get(unsigned int offset) const {
     const Cell* pCell = Find(offset);
     return pCell != nullptr ? pCell->value : 0;
+}
+
+std::vector<unsigned int> RegisterFile::GetRun(unsigned int offset, std::size_t count) const {
+    std::vector<unsigned int> values(count);
+    const Cell* pCell = Find(offset);
+    std::transform(pCell, pCell + count, values.begin(), [](const Cell& cell) { return cell.value; });
+    return values;
 }
 
 void RegisterFile::Set(unsigned int offset, unsigned int value) {

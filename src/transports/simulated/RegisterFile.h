@@ -45,6 +45,9 @@ class RegisterFile {
     /// The stored value; 0 where there is no register.
     unsigned int Get(unsigned int offset) const;
 
+    /// The stored values from here on, which are registers without a gap.
+    std::vector<unsigned int> GetRun(unsigned int offset, std::size_t count) const;
+
     /// Stores a whole word, whether its bits are writable or not.
     void Set(unsigned int offset, unsigned int value);
 
@@ -67,6 +70,7 @@ class RegisterFile {
 
     std::vector<RegisterRow> m_rows;
     std::vector<Cell> m_cells;
+    std::vector<unsigned int> m_places;  ///< of the cells, by offset: each frame asks for many registers
 };
 
 }  // namespace Zevrin

@@ -1,7 +1,6 @@
 #include "SimulatedBus.h"
 
-#include <algorithm>
-#include <boost/chrono/duration.hpp>
+#include <boost/chrono/system_clocks.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <utility>
@@ -10,13 +9,16 @@
 
 namespace Zevrin {
 
-SimulatedBus::SimulatedBus(const BusDescription& description, unsigned int number, bool isClockManual)
-    : m_isClockManual(isClockManual), m_begin(boost::chrono::steady_clock::now()) {
+SimulatedBus::SimulatedBus(const BusDescription& description, unsigned int number,
+                           boost::shared_ptr<SimulatedClock> pClock)
+    : m_pClock(std::move(pClock)) {
     unsigned int node = 0;
     for (const CameraDescription& camera : description.cameras) {
         m_devices.push_back(std::make_unique<SimulatedDevice>(*this, camera, number, node++));
     }
-    if (!isClockManual) {
+    if (m_pClock->IsManual()) {
+        m_pClock->Add(this);
+    } else {
         m_thread = boost::thread([this] { Run(); });
     }
 }
@@ -26,6 +28,7 @@ SimulatedBus::~SimulatedBus() {
 }
 
 void SimulatedBus::Stop() {
+    m_pClock->Remove(this);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
         m_isStopping = true;
@@ -34,15 +37,6 @@ void SimulatedBus::Stop() {
     if (m_thread.joinable()) {
         m_thread.join();
     }
-}
-
-unsigned long long SimulatedBus::GetTime() const {
-    if (m_isClockManual) {
-        return m_manualTime;
-    }
-    const auto elapsed = boost::chrono::steady_clock::now() - m_begin;
-    return static_cast<unsigned long long>(
-        boost::chrono::duration_cast<boost::chrono::nanoseconds>(elapsed).count());
 }
 
 void SimulatedBus::Schedule(BusEvent event) {
@@ -77,7 +71,7 @@ void SimulatedBus::RunNext(unsigned long long limit) {
             return;
         }
         event = TakeFirst();
-        m_manualTime = std::max(m_manualTime.load(), event.time);
+        m_pClock->MoveTo(event.time);
     }
     event.pDevice->OnEvent(event);
 }
@@ -89,7 +83,7 @@ void SimulatedBus::Run() {
             m_changed.wait(lock);
             continue;
         }
-        const auto due = m_begin + boost::chrono::nanoseconds(m_events.top().time);
+        const auto due = m_pClock->ToTimePoint(m_events.top().time);
         if (boost::chrono::steady_clock::now() < due) {
             m_changed.wait_until(lock, due);
             continue;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <atomic>
-#include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "Description.h"
+#include "SimulatedClock.h"
 
 namespace Zevrin {
 
@@ -31,39 +30,39 @@ struct BusEvent {
     boost::shared_ptr<const Exposure> pExposure;
 };
 
-/// One bus: its cameras, the clock that they share, and what is due on it.
+/// One bus: its cameras and what is due on it.
 ///
-/// With the real clock a thread of the bus lets things happen; with the manual one the thread that advances
-/// it. One event at a time, in the order of their times, holding no lock.
+/// With the real clock a thread of the bus lets things happen; with one that is set by hand the thread that
+/// lets time pass. One event at a time, in the order of their times, holding no lock of the bus.
 class SimulatedBus {
   public:
     /// Throws boost::thread_resource_error.
-    SimulatedBus(const BusDescription& description, unsigned int number, bool isClockManual);
+    SimulatedBus(const BusDescription& description, unsigned int number,
+                 boost::shared_ptr<SimulatedClock> pClock);
     ~SimulatedBus();
     SimulatedBus(const SimulatedBus&) = delete;
     SimulatedBus& operator=(const SimulatedBus&) = delete;
 
     const std::vector<std::unique_ptr<SimulatedDevice>>& GetDevices() const { return m_devices; }
 
-    bool IsClockManual() const { return m_isClockManual; }
+    SimulatedClock& GetClock() const { return *m_pClock; }
 
-    /// Nanoseconds since the bus began.
-    unsigned long long GetTime() const;
+    /// Nanoseconds of the clock.
+    unsigned long long GetTime() const { return m_pClock->GetTime(); }
 
     /// From here on nothing happens by itself any more.
     void Stop();
 
-    // For a manual clock.
+    // For a clock that is set by hand.
 
     /// Whether anything is due up to `limit`, and when its first is.
     bool IsDue(unsigned long long limit, unsigned long long* pTime) const;
 
     /// Lets the first event happen that is due up to `limit`.
     void RunNext(unsigned long long limit);
-    void SetTime(unsigned long long nanoseconds) { m_manualTime = nanoseconds; }
 
     /// Guards everything about the bus and its cameras that changes. The queue of a stream, the listeners
-    /// of a transport and the sleep of a latency stay outside.
+    /// of a transport and the time that a register access takes stay outside.
     boost::mutex& GetMutex() const { return m_mutex; }
 
     // With the mutex held.
@@ -80,9 +79,7 @@ class SimulatedBus {
     void Run();
     BusEvent TakeFirst();
 
-    const bool m_isClockManual;
-    const boost::chrono::steady_clock::time_point m_begin;
-    std::atomic<unsigned long long> m_manualTime{0};
+    const boost::shared_ptr<SimulatedClock> m_pClock;
     std::vector<std::unique_ptr<SimulatedDevice>> m_devices;  // set by the constructor
 
     mutable boost::mutex m_mutex;

@@ -57,9 +57,9 @@ CameraIdentity SimulatedCamera::GetIdentity() const {
 }
 
 Error SimulatedCamera::Open() {
-    const bool isPresent = IsPresent();
+    // Asked with the mutex held: who unplugs the camera afterwards takes the control back afterwards.
     const Lock lock(m_mutex);
-    if (!isPresent || !m_pDevice) {
+    if (!m_pDevice || !m_pDevice->IsPlugged()) {
         return Failure(ERR_CAMERA_LOST, "The simulated camera %u has gone away.", m_identity.serialNumber);
     }
     ++m_openCount;

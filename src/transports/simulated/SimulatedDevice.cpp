@@ -1,7 +1,6 @@
 #include "SimulatedDevice.h"
 
 #include <boost/thread/lock_guard.hpp>
-#include <boost/thread/thread.hpp>
 
 #include "CycleTime.h"
 #include "DeviceLayout.h"
@@ -33,6 +32,8 @@ CameraIdentity MakeIdentity(const CameraDescription& camera, unsigned int busNum
     return identity;
 }
 
+constexpr unsigned long long kNanosecondsPerMicrosecond = 1000;
+
 ErrorType AccessFailure(bool isWrite) {
     return isWrite ? ERR_WRITE_REGISTER_FAILED : ERR_READ_REGISTER_FAILED;
 }
@@ -45,7 +46,8 @@ SimulatedDevice::SimulatedDevice(SimulatedBus& bus, const CameraDescription& des
       m_description(description),
       m_identity(MakeIdentity(description, busNumber, node)),
       m_stream(bus, description),
-      m_sequencer(*this, bus) {
+      m_sequencer(*this, bus),
+      m_clockErrorPpm(description.clockErrorPpm) {
     m_coreRegisters.Add(MakeCoreRegisters(description));
     m_coreRegisters.Seal();
     m_registers.Add(MakeControlRegisters(description));
@@ -71,15 +73,17 @@ RegisterFile* SimulatedDevice::Locate(unsigned int addressLow, unsigned int* pOf
     return addressLow >= kInitialRegisterSpace && pFile->Has(*pOffset) ? pFile : nullptr;
 }
 
-void SimulatedDevice::WaitLatency(bool isWrite) {
-    unsigned int microseconds = 0;
+/// Lets the time pass that an access takes on its way, and tells when it arrives. That is not when the bus's
+/// mutex could be had: cameras that are switched on one after the other are to differ by their latencies
+/// alone, as far as the machine lets them.
+unsigned long long SimulatedDevice::PassLatency(bool isWrite) {
+    const unsigned long long now = m_bus.GetTime();
+    unsigned long long latency = 0;
     {
         const Lock lock(m_bus.GetMutex());
-        microseconds = m_stream.GetFaults().NextLatency(isWrite);
+        latency = m_stream.GetFaults().NextLatency(isWrite) * kNanosecondsPerMicrosecond;
     }
-    if (microseconds != 0 && !m_bus.IsClockManual()) {
-        boost::this_thread::sleep_for(boost::chrono::microseconds(microseconds));
-    }
+    return latency != 0 ? m_bus.GetClock().Pass(now, latency) : now;
 }
 
 Error SimulatedDevice::BeginAccess(bool isWrite, unsigned short addressHigh, unsigned int addressLow) {
@@ -119,7 +123,7 @@ Error SimulatedDevice::CheckQuadlet(bool isWrite, unsigned int addressLow) {
 
 Error SimulatedDevice::ReadQuadlets(unsigned short addressHigh, unsigned int addressLow,
                                     unsigned int* pValues, unsigned int count) {
-    WaitLatency(false);
+    PassLatency(false);
     const Lock lock(m_bus.GetMutex());
     Error error = BeginAccess(false, addressHigh, addressLow);
     for (unsigned int index = 0; index < count && error == ERR_OK; ++index) {
@@ -133,18 +137,17 @@ Error SimulatedDevice::ReadQuadlets(unsigned short addressHigh, unsigned int add
 
 Error SimulatedDevice::WriteQuadlets(unsigned short addressHigh, unsigned int addressLow,
                                      const unsigned int* pValues, unsigned int count, bool broadcast) {
-    WaitLatency(true);
+    const unsigned long long arrival = PassLatency(true);  // one moment for all cameras of a broadcast
     const Error error = [&] {
         const Lock lock(m_bus.GetMutex());
         Error failure = BeginAccess(true, addressHigh, addressLow);
-        const unsigned long long now = m_bus.GetTime();  // one moment for all cameras of a broadcast
         for (unsigned int index = 0; index < count && failure == ERR_OK; ++index) {
             const unsigned int address = addressLow + 4 * index;
             failure = CheckQuadlet(true, address);
             for (const auto& pDevice : m_bus.GetDevices()) {
                 // Nobody answers to a broadcast.
                 if (failure == ERR_OK && (pDevice.get() == this || (broadcast && pDevice->m_isPlugged))) {
-                    pDevice->m_writeTime = now;
+                    pDevice->m_writeTime = arrival;
                     pDevice->WriteQuadlet(address, pValues[index]);
                 }
             }
@@ -153,10 +156,24 @@ Error SimulatedDevice::WriteQuadlets(unsigned short addressHigh, unsigned int ad
     }();
     for (const auto& pDevice : m_bus.GetDevices()) {
         if (pDevice.get() == this || broadcast) {
-            pDevice->FlushEvents();
+            pDevice->FinishWrite();
         }
     }
     return error;
+}
+
+/// A camera that was switched off sends nothing more, but its last frame may just be on its way into a
+/// buffer. Whoever has switched it off may rely on that no frame lands from now on.
+void SimulatedDevice::FinishWrite() {
+    bool isQuiet = false;
+    {
+        const Lock lock(m_bus.GetMutex());
+        isQuiet = !m_sequencer.IsSending();
+    }
+    if (isQuiet) {
+        const Lock filling(m_stream.GetFillMutex());
+    }
+    FlushEvents();
 }
 
 unsigned int SimulatedDevice::ReadQuadlet(unsigned int addressLow) {
@@ -279,6 +296,15 @@ void SimulatedDevice::ReportLink() {
 void SimulatedDevice::SetFaults(const FaultDescription& faults) {
     const Lock lock(m_bus.GetMutex());
     m_stream.SetFaults(faults);
+}
+
+void SimulatedDevice::SetTiming(const SimulatedTiming& timing) {
+    const Lock lock(m_bus.GetMutex());
+    m_stream.GetFaults().SetLatency(timing.readLatencyUs, timing.writeLatencyUs, timing.jitterUs);
+    if (timing.clockErrorPpm != m_clockErrorPpm) {
+        m_clockErrorPpm = timing.clockErrorPpm;
+        m_sequencer.FollowFrameRate();
+    }
 }
 
 SimulatedFrameCounts SimulatedDevice::GetFrameCounts() const {

@@ -60,6 +60,7 @@ class SimulatedDevice {
     bool IsPinHigh(unsigned int pin) const;
 
     void SetFaults(const FaultDescription& faults);
+    void SetTiming(const SimulatedTiming& timing);
     SimulatedFrameCounts GetFrameCounts() const;
 
     /// Where events go from here on; null: nowhere.
@@ -78,18 +79,19 @@ class SimulatedDevice {
     ImageSetup GetImageSetup() const { return ReadImageSetup(m_registers, m_description); }
     double GetUptime() const;       ///< seconds since power-up
     double GetTemperature() const;  ///< kelvin
+    double GetClockErrorPpm() const { return m_clockErrorPpm; }
 
     void StartTransmission();
     void StopTransmission();
 
-    /// @param word  what the register reads until the shots are done
+    /// @param word  stands in the register until the shots are done
     void StartShots(unsigned int count, unsigned int word);
     void StopShots();
 
     void ResetToFactory();
     void SaveChannel(unsigned int channel);
     void LoadChannel(unsigned int channel);
-    void TouchLut() { ++m_lutRevision; }
+    void TouchLut() { m_pLut.reset(); }
 
     void AdjustSettings();
     boost::shared_ptr<const Exposure> MakeExposure(unsigned long long begin, unsigned long long duration);
@@ -102,14 +104,17 @@ class SimulatedDevice {
     Error CheckQuadlet(bool isWrite, unsigned int addressLow);
     unsigned int ReadQuadlet(unsigned int addressLow);
     void WriteQuadlet(unsigned int addressLow, unsigned int value);
-    void WaitLatency(bool isWrite);
+    unsigned long long PassLatency(bool isWrite);
+    void FinishWrite();
 
     bool MayTransmit() const;
+    void BeginSending(unsigned int frames);
+    void CountLost(unsigned int frames);
     void ChangeInput(unsigned int pin, bool isHigh);
     void OnExposureEnd(const BusEvent& event);
     void OnDelayedFrame(const BusEvent& event);
-    PictureSettings MakePicture(TestPattern pattern) const;
-    boost::shared_ptr<const ToneTable> MakeTonesFor(TestPattern pattern, double exposure);
+    PictureSettings MakePicture(const ImageSetup& setup, double exposure);
+    ToneSettings MakeToneSettings(double exposure);
     void FlushEvents();
 
     SimulatedBus& m_bus;
@@ -125,11 +130,10 @@ class SimulatedDevice {
     Pins m_pins;
     bool m_isPlugged = true;
     unsigned long long m_poweredUp = 0;  ///< nanoseconds of the bus clock
+    double m_clockErrorPpm;
     unsigned int m_portErrors = 0;
-    unsigned long long m_writeTime = 0;  ///< when the write that is under way takes effect
-    unsigned int m_lutRevision = 0;
-    ToneSettings m_toneSettings;  ///< of m_pTones
-    boost::shared_ptr<const ToneTable> m_pTones;
+    unsigned long long m_writeTime = 0;       ///< when the write that is under way arrived
+    boost::shared_ptr<const LutBank> m_pLut;  ///< the active bank; null once that has changed
     boost::shared_ptr<EventOutlet> m_pOutlet;
     std::vector<RawDeviceEvent> m_pendingEvents;
 };

@@ -55,19 +55,20 @@ SimulatedStream::SimulatedStream(SimulatedBus& bus, const CameraDescription& cam
 
 void SimulatedStream::Start(const boost::shared_ptr<FrameQueue>& pQueue) {
     m_pQueue = pQueue;
-    ++m_epoch;
+}
+
+unsigned int SimulatedStream::LoseDelayed() {
+    if (m_delayedFrames != 0) {
+        m_pQueue->CountDropped(m_delayedFrames);
+        m_counts.lost += m_delayedFrames;
+        ++m_epoch;
+    }
+    return std::exchange(m_delayedFrames, 0);
 }
 
 boost::shared_ptr<FrameQueue> SimulatedStream::Detach() {
-    const boost::shared_ptr<FrameQueue> pQueue = std::move(m_pQueue);
-    m_pQueue.reset();
-    ++m_epoch;
-    if (pQueue) {
-        pQueue->CountDropped(m_delayedFrames);
-        m_counts.lost += m_delayedFrames;
-    }
-    m_delayedFrames = 0;
-    return pQueue;
+    LoseDelayed();
+    return std::exchange(m_pQueue, nullptr);
 }
 
 SimulatedStream::Parcel SimulatedStream::Send(const BusEvent& event,
@@ -77,6 +78,9 @@ SimulatedStream::Parcel SimulatedStream::Send(const BusEvent& event,
     }
     const FrameFate fate = m_faults.NextFrame();
     ++m_counts.exposed;
+    if (fate == FrameFate::kSilent) {
+        return Parcel();
+    }
     m_counts.sent += fate == FrameFate::kDuplicated ? 2 : 1;
     m_counts.lost += fate == FrameFate::kDropped ? 1 : 0;
     switch (fate) {
@@ -88,6 +92,7 @@ SimulatedStream::Parcel SimulatedStream::Send(const BusEvent& event,
             return {m_pQueue, pExposure, Parcel::Fate::kCorrupt};
         case FrameFate::kDuplicated:
             return {m_pQueue, pExposure, Parcel::Fate::kDuplicated};
+        case FrameFate::kSilent:
         case FrameFate::kDelayed:
             break;
     }
@@ -130,8 +135,8 @@ void SimulatedStream::Fill(FrameQueue& queue, const Exposure& exposure, bool isC
         return;
     }
     const bool fits = exposure.size <= pFrame->capacity;  // the settings may have changed since
-    if (fits && exposure.pTones) {
-        m_picture.Paint(exposure.picture, *exposure.pTones, pFrame->data);
+    if (fits && exposure.isPainted) {
+        m_picture.Paint(exposure.picture, pFrame->data);
     }
     Stamp(exposure.embedded, pFrame);
     pFrame->info = Describe(exposure);

@@ -16,10 +16,10 @@ namespace Zevrin {
 /// A frame from the end of its exposure on, with the settings that it was taken with.
 struct Exposure {
     PictureSettings picture;
-    boost::shared_ptr<const ToneTable> pTones;  ///< null: nothing is painted
-    std::size_t size = 0;                       ///< bytes
-    std::vector<unsigned int> embedded;         ///< quadlets for the first pixels
-    bool hasTimeStamp = false;                  ///< also beside the image
+    bool isPainted = true;
+    std::size_t size = 0;                ///< bytes
+    std::vector<unsigned int> embedded;  ///< quadlets for the first pixels
+    bool hasTimeStamp = false;           ///< also beside the image
     TimeStamp timeStamp;
 };
 
@@ -60,6 +60,9 @@ class SimulatedStream {
     Parcel Send(const BusEvent& event, const boost::shared_ptr<const Exposure>& pExposure);
     Parcel TakeDelayed(const BusEvent& event);
 
+    /// Frames that are delayed never arrive. How many there were.
+    unsigned int LoseDelayed();
+
     // With the fill mutex held, and not the bus's.
 
     void Deliver(const Parcel& parcel);
@@ -73,7 +76,7 @@ class SimulatedStream {
     Faults m_faults;
     SimulatedFrameCounts m_counts;
     boost::shared_ptr<FrameQueue> m_pQueue;
-    unsigned int m_epoch = 0;          ///< moves on with every stream
+    unsigned int m_epoch = 0;          ///< moves on when delayed frames are lost
     unsigned int m_delayedFrames = 0;  ///< sent to m_pQueue, not arrived yet
 
     boost::mutex m_fillMutex;  // guards m_picture

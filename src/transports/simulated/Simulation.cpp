@@ -4,6 +4,7 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -59,10 +60,12 @@ Error ReadFile(const std::string& path, std::string* pText) {
 /// The buses of one simulation and the handles of their cameras.
 class Simulation::World {
   public:
-    explicit World(const WorldDescription& description) : m_pCameras(SimulatedCameras::GetInstance()) {
+    explicit World(const WorldDescription& description)
+        : m_pCameras(SimulatedCameras::GetInstance()),
+          m_pClock(boost::make_shared<SimulatedClock>(description.isClockManual)) {
         for (const BusDescription& bus : description.buses) {
             const auto number = static_cast<unsigned int>(m_buses.size());
-            m_buses.push_back(boost::make_shared<SimulatedBus>(bus, number, description.isClockManual));
+            m_buses.push_back(boost::make_shared<SimulatedBus>(bus, number, m_pClock));
         }
         const TopologyLock lock(m_pCameras->GetTopologyMutex());
         for (const auto& pBus : m_buses) {
@@ -116,15 +119,9 @@ class Simulation::World {
     }
 
     void AdvanceClock(unsigned long long microseconds) {
-        const boost::lock_guard<boost::mutex> lock(m_advanceMutex);
-        const unsigned long long step = std::min(microseconds, kMaxAdvanceUs) * kNanosecondsPerMicrosecond;
-        const unsigned long long target = m_manualTime + step;
-        while (SimulatedBus* pBus = FindFirstDue(target)) {
-            pBus->RunNext(target);
-        }
-        m_manualTime = target;
-        for (const auto& pBus : m_buses) {
-            pBus->SetTime(target);
+        if (m_pClock->IsManual()) {
+            m_pClock->Pass(m_pClock->GetTime(),
+                           std::min(microseconds, kMaxAdvanceUs) * kNanosecondsPerMicrosecond);
         }
     }
 
@@ -190,27 +187,10 @@ class Simulation::World {
         m_pCameras->ReportBusReset(present);
     }
 
-    SimulatedBus* FindFirstDue(unsigned long long limit) const {
-        SimulatedBus* pFirst = nullptr;
-        for (const auto& pBus : m_buses) {
-            unsigned long long time = 0;
-            if (pBus->IsClockManual() && pBus->IsDue(limit, &time)) {
-                pFirst = pBus.get();
-                if (time == 0) {
-                    break;
-                }
-                limit = time - 1;  // only an earlier one can still be first
-            }
-        }
-        return pFirst;
-    }
-
     const boost::shared_ptr<SimulatedCameras> m_pCameras;
+    const boost::shared_ptr<SimulatedClock> m_pClock;
     std::vector<boost::shared_ptr<SimulatedBus>> m_buses;
     std::vector<std::vector<Handle>> m_handles;  // by bus
-
-    boost::mutex m_advanceMutex;  // one thread lets time pass; guards m_manualTime
-    unsigned long long m_manualTime = 0;
 };
 
 Simulation::Simulation(boost::shared_ptr<World> pWorld) : m_pWorld(std::move(pWorld)) {}
@@ -257,16 +237,29 @@ Error Simulation::FromJson(const std::string& text, boost::shared_ptr<Simulation
 
 Error Simulation::FromFile(const std::string& path, boost::shared_ptr<Simulation>* ppSimulation) {
     std::string text;
-    const Error error = ReadFile(path, &text);
-    return error != ERR_OK ? error : FromJson(text, ppSimulation);
+    Error error = ReadFile(path, &text);
+    if (error != ERR_OK) {
+        return error;
+    }
+    error = FromJson(text, ppSimulation);
+    if (error == ERR_INVALID_DESCRIPTION) {
+        return FailureBecause(ERR_INVALID_DESCRIPTION, error, "%s: %s", Printable(path).c_str(),
+                              error.GetDescription());
+    }
+    return error;
 }
 
 Error Simulation::FromText(const std::string& countOrPath, boost::shared_ptr<Simulation>* ppSimulation) {
     constexpr std::size_t kMaxDigits = 9;
-    const bool isNumber = !countOrPath.empty() && countOrPath.size() <= kMaxDigits &&
-                          countOrPath.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? FromCount(static_cast<unsigned int>(std::stoul(countOrPath)), ppSimulation)
-                    : FromFile(countOrPath, ppSimulation);
+    constexpr std::size_t kMaxShownDigits = 30;
+    if (countOrPath.empty() || countOrPath.find_first_not_of("0123456789") != std::string::npos) {
+        return FromFile(countOrPath, ppSimulation);
+    }
+    if (countOrPath.size() > kMaxDigits) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "%s cameras cannot be simulated; it must be 1 to %u.",
+                       Printable(countOrPath, kMaxShownDigits).c_str(), kMaxCamerasPerBus);
+    }
+    return FromCount(static_cast<unsigned int>(std::stoul(countOrPath)), ppSimulation);
 }
 
 Error Simulation::Unplug(unsigned int serialNumber) {
@@ -316,6 +309,31 @@ Error Simulation::GetPin(unsigned int serialNumber, unsigned int pin, bool* pIsH
     Error error = m_pWorld->FindPin(serialNumber, pin, &pDevice);
     if (error == ERR_OK) {
         *pIsHigh = pDevice->IsPinHigh(pin);
+    }
+    return error;
+}
+
+Error Simulation::SetTiming(unsigned int serialNumber, const SimulatedTiming& timing) {
+    const struct {
+        const char* what;
+        unsigned int value;
+    } latencies[] = {{"time of a read", timing.readLatencyUs},
+                     {"time of a write", timing.writeLatencyUs},
+                     {"jitter", timing.jitterUs}};
+    for (const auto& latency : latencies) {
+        if (latency.value > kMaxLatencyUs) {
+            return Failure(ERR_VALUE_OUT_OF_RANGE, "The %s of camera %u is %u us; it must be 0 to %u.",
+                           latency.what, serialNumber, latency.value, kMaxLatencyUs);
+        }
+    }
+    if (!(std::abs(timing.clockErrorPpm) <= kMaxClockErrorPpm)) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE, "The clock error of camera %u is %g ppm; it must be %g to %g.",
+                       serialNumber, timing.clockErrorPpm, -kMaxClockErrorPpm, kMaxClockErrorPpm);
+    }
+    boost::shared_ptr<SimulatedDevice> pDevice;
+    Error error = m_pWorld->Find(serialNumber, &pDevice);
+    if (error == ERR_OK) {
+        pDevice->SetTiming(timing);
     }
     return error;
 }

@@ -207,22 +207,12 @@ class ColorTurn {
     const double m_sine;
 };
 
-ToneTable MakeLinearTones() {
-    ToneTable tones{};
-    for (auto& channel : tones.channels) {
-        for (std::size_t scene = 0; scene < channel.size(); ++scene) {
-            channel[scene] = static_cast<unsigned short>(scene * 257);
-        }
-    }
-    return tones;
+bool HaveSameStrips(const PictureSettings& left, const PictureSettings& right) {
+    return left.width == right.width && left.format == right.format && left.bayer == right.bayer &&
+           left.hue == right.hue && left.saturation == right.saturation && left.tones == right.tones;
 }
 
 }  // namespace
-
-const ToneTable& GetLinearTones() {
-    static const ToneTable tones = MakeLinearTones();
-    return tones;
-}
 
 unsigned int GetDigitDots(unsigned int digit) {
     return kDigits[digit % 10];
@@ -250,15 +240,20 @@ void TestPicture::PaintStrip(const PictureSettings& settings, const ToneTable& t
     }
 }
 
-void TestPicture::Paint(const PictureSettings& settings, const ToneTable& tones, unsigned char* data) {
-    PaintStrip(settings, tones, 0);
-    PaintStrip(settings, tones, 1);
+void TestPicture::Paint(const PictureSettings& settings, unsigned char* data) {
+    if (m_strips[0].empty() || !HaveSameStrips(settings, m_painted)) {
+        const ToneTable tones = MakeTones(settings.tones);
+        PaintStrip(settings, tones, 0);
+        PaintStrip(settings, tones, 1);
+        m_painted = settings;
+    }
     const std::size_t groupBytes = kGroup * GetBitsPerPixel(settings.format) / 8;
     const std::size_t stride = settings.width / kGroup * groupBytes;
+    const bool isStill = settings.tones.pattern != TestPattern::kScene;
     for (unsigned int y = 0; y < settings.height; ++y) {
         const unsigned int row = settings.top + y;
         const unsigned int phase =
-            settings.left / kGroup + row / kGroup + (settings.isStill ? 0 : settings.frameNumber);
+            settings.left / kGroup + row / kGroup + (isStill ? 0 : settings.frameNumber);
         const std::vector<unsigned char>& strip = m_strips[row & 1];
         std::memcpy(data + y * stride, strip.data() + phase % (kWave / kGroup) * groupBytes, stride);
     }

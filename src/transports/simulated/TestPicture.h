@@ -1,9 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <vector>
 
+#include "Tones.h"
 #include "zevrin/PixelFormat.h"
 
 namespace Zevrin {
@@ -12,14 +12,6 @@ namespace Zevrin {
 constexpr unsigned int SceneAt(unsigned int phase) {
     return (phase & 0xFF) < 128 ? (phase & 0x7F) * 2 : 255 - (phase & 0x7F) * 2;
 }
-
-/// Samples of 16 bits, by brightness of the scene, for red, green and blue.
-struct ToneTable {
-    std::array<std::array<unsigned short, 256>, 3> channels;
-};
-
-/// The tones of a camera that changes nothing.
-const ToneTable& GetLinearTones();
 
 /// What a picture shows, and how.
 struct PictureSettings {
@@ -31,25 +23,27 @@ struct PictureSettings {
     BayerTileFormat bayer = BAYER_NONE;  ///< of the sensor; none: a mono camera
     unsigned int serialNumber = 0;
     unsigned int frameNumber = 0;
-    bool isStill = false;   ///< the waves do not move
     double hue = 0;         ///< degrees
     double saturation = 1;  ///< neither has an effect on raw mosaics and mono cameras
+    ToneSettings tones;     ///< unless it is the scene, the waves do not move
 };
 
 /// Paints the moving test picture: diagonal waves, which on colour cameras differ in phase by a third of a
 /// wave from red to green and from green to blue, and at the top left, white on black, the serial number
 /// and below it the frame number, in digits that no setting changes.
 ///
-/// Every row is a piece of one strip, so that painting is little more than copying.
+/// Every row is a piece of one of two strips, which change with the settings alone: painting is little more
+/// than copying.
 /// Threads: one at a time.
 class TestPicture {
   public:
     /// `data` holds a whole image of these settings.
-    void Paint(const PictureSettings& settings, const ToneTable& tones, unsigned char* data);
+    void Paint(const PictureSettings& settings, unsigned char* data);
 
   private:
     void PaintStrip(const PictureSettings& settings, const ToneTable& tones, unsigned int row);
-    std::vector<unsigned char> m_strips[2];  // for even and odd rows of the sensor
+    PictureSettings m_painted;               // of the strips
+    std::vector<unsigned char> m_strips[2];  // for even and odd rows of the sensor; empty: not painted yet
 };
 
 /// The top left corner of the digits in a picture and their size, in pixels.

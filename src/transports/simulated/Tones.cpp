@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "Features.h"
-#include "LutRegisters.h"
 #include "RegisterFields.h"
 
 namespace Zevrin {
@@ -17,6 +16,21 @@ constexpr double kPerCent = 100;
 constexpr std::size_t kRed = 0;
 constexpr std::size_t kBlue = 2;
 
+/// Share of the full range at a brightness of the scene, 0 to 1.
+double GetLight(const ToneSettings& settings, double scene, double balance) {
+    constexpr double kGrey = 0x8000 / kFullSample;
+    switch (settings.pattern) {
+        case TestPattern::kBlack:
+            return 0;
+        case TestPattern::kWhite:
+            return 1;
+        case TestPattern::kGrey:
+            return kGrey;
+        default:
+            return std::clamp(scene * settings.light * balance + settings.offset, 0.0, 1.0);
+    }
+}
+
 }  // namespace
 
 double GainToFactor(double decibels) {
@@ -28,13 +42,13 @@ double FactorToGain(double factor) {
 }
 
 bool ToneSettings::operator==(const ToneSettings& other) const {
-    return light == other.light && offset == other.offset && red == other.red && blue == other.blue &&
-           gamma == other.gamma && usesLut == other.usesLut && lutBank == other.lutBank &&
-           lutRevision == other.lutRevision;
+    return pattern == other.pattern && light == other.light && offset == other.offset && red == other.red &&
+           blue == other.blue && gamma == other.gamma && pLut == other.pLut;
 }
 
 ToneSettings ReadToneSettings(const RegisterFile& registers, bool isColor, double exposure) {
     ToneSettings settings;
+    settings.pattern = TestPattern::kScene;
     settings.light = exposure / kNeutralExposure * GainToFactor(GetFeatureValue(registers, kGain));
     settings.offset = GetFeatureValue(registers, kBrightness) / kPerCent;
     if (isColor && IsFeatureOn(registers, kWhiteBalance)) {
@@ -46,37 +60,24 @@ ToneSettings ReadToneSettings(const RegisterFile& registers, bool isColor, doubl
     if (IsFeatureOn(registers, kGamma)) {
         settings.gamma = GetFeatureValue(registers, kGamma);
     }
-    settings.usesLut = IsLutOn(registers);
-    settings.lutBank = GetLutBank(registers);
     return settings;
 }
 
-ToneTable MakeTones(const ToneSettings& settings, const RegisterFile& registers, bool isColor) {
+ToneTable MakeTones(const ToneSettings& settings) {
     ToneTable tones{};
     for (std::size_t channel = 0; channel < tones.channels.size(); ++channel) {
         const double balance = channel == kRed ? settings.red : (channel == kBlue ? settings.blue : 1);
-        const auto lutChannel = isColor ? static_cast<unsigned int>(channel) : 0U;
         for (std::size_t scene = 0; scene < tones.channels[channel].size(); ++scene) {
-            double value =
-                static_cast<double>(scene) / kFullScene * settings.light * balance + settings.offset;
-            value = std::clamp(value, 0.0, 1.0);
+            double value = GetLight(settings, static_cast<double>(scene) / kFullScene, balance);
             if (settings.gamma != 1) {
                 value = std::pow(value, 1 / settings.gamma);
             }
             auto sample = static_cast<unsigned int>(std::lround(value * kFullSample));
-            if (settings.usesLut) {
-                sample = ApplyLut(registers, settings.lutBank, lutChannel, sample);
+            if (settings.pLut) {
+                sample = ApplyLut(*settings.pLut, channel, sample);
             }
             tones.channels[channel][scene] = static_cast<unsigned short>(sample);
         }
-    }
-    return tones;
-}
-
-ToneTable MakeFlatTones(unsigned short sample) {
-    ToneTable tones{};
-    for (auto& channel : tones.channels) {
-        channel.fill(sample);
     }
     return tones;
 }

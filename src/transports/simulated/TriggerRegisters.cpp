@@ -60,15 +60,22 @@ void SoftwareTriggerWritten(SimulatedDevice& device, unsigned int offset, unsign
     }
 }
 
+constexpr unsigned int kOneShot = RegisterBit(0);
+constexpr unsigned int kMultiShot = RegisterBit(1);
+constexpr RegisterField kShotCount{16, 31};
+
+/// Of many shots, those that are still to come.
+unsigned int ReadShots(const SimulatedDevice& device, unsigned int, unsigned int stored) {
+    return (stored & kMultiShot) != 0 ? kShotCount.Put(stored, device.GetSequencer().GetFramesLeft())
+                                      : stored;
+}
+
 void ShotsWritten(SimulatedDevice& device, unsigned int offset, unsigned int written, unsigned int) {
-    constexpr unsigned int kOneShot = RegisterBit(0);
-    constexpr unsigned int kMultiShot = RegisterBit(1);
-    constexpr RegisterField kCount{16, 31};
     device.GetRegisters().Set(offset, 0);
     if ((written & kOneShot) != 0) {
         device.StartShots(1, kOneShot);
-    } else if ((written & kMultiShot) != 0 && kCount.Get(written) != 0) {
-        device.StartShots(kCount.Get(written), kMultiShot | kCount.Make(kCount.Get(written)));
+    } else if ((written & kMultiShot) != 0 && kShotCount.Get(written) != 0) {
+        device.StartShots(kShotCount.Get(written), kMultiShot);
     } else {
         device.StopShots();
     }
@@ -91,7 +98,7 @@ std::vector<RegisterRow> MakeTriggerRegisters(const CameraDescription&) {
         {Register::kTriggerMode, 1, kWritable, kReset, "TRIGGER_MODE", ReadTriggerMode, TriggerModeWritten},
         {Register::kSoftwareTrigger, 1, kSwitchBit, 0, "SOFTWARE_TRIGGER", nullptr, SoftwareTriggerWritten,
          false, true},
-        {Register::kShots, 1, 0, 0, "ONE_SHOT", nullptr, ShotsWritten, false, true},
+        {Register::kShots, 1, 0, 0, "ONE_SHOT", ReadShots, ShotsWritten, false, true},
     };
 }
 

@@ -32,6 +32,7 @@ int HoldControl();
 /// Registers of the fake camera's memory.
 constexpr unsigned int kWidthAddress = 0x100;
 constexpr unsigned int kHeightAddress = 0x104;
+constexpr unsigned int kFrameCountAddress = 0x5000;  // frames that it sent
 constexpr unsigned int kTestAddress = 0x1F0;
 constexpr unsigned int kTextAddress = 0x200;  // 32 bytes
 

@@ -21,7 +21,6 @@ using std::chrono::steady_clock;
 
 constexpr unsigned int kGvcpCapability = 0x0934;
 constexpr unsigned int kCanResend = 0x00000004;
-constexpr unsigned int kFrameCountAddress = 0x5000;
 
 template <typename Condition>
 void WaitUntil(const Condition& isMet) {

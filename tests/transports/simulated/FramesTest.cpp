@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "IidcCamera.h"
 #include "Image.h"
@@ -36,14 +35,6 @@ long ReadNumber(const Frame& frame, unsigned int line) {
         }
         number = number * 10 + digit;
     }
-}
-
-/// The time stamp in a picture, in ticks of 1/24576000 s.
-unsigned int ReadStamp(const Frame& frame) {
-    const unsigned char* byte = frame.data;
-    const unsigned int word =
-        static_cast<unsigned int>(byte[0]) << 24 | byte[1] << 16U | byte[2] << 8U | byte[3];
-    return ((word >> 25) * 8000 + (word >> 12 & 0x1FFF)) * 3072 + (word & 0xFFF);
 }
 
 constexpr unsigned long long kExposure = 5000;  // microseconds
@@ -126,25 +117,15 @@ TEST(SimulatedFrames, CarryNumberPictureAndStamp) {
 TEST(SimulatedFrames, OfColourCamerasAreRawMosaics) {
     const auto pSimulation =
         MakeSimulation(R"({"clock": "manual", "cameras": [{"bayer": "GRBG", "interface": "gige"}]})");
-    const auto pCamera = OpenCamera(1001);
-    Listening stream(*pCamera);
-    WriteCommand(*pCamera, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(100000);
-    unsigned int count = 0;
-    stream.Drain([&](const Frame& frame) {
-        ++count;
-        EXPECT_EQ(frame.info.pixelFormat, PIXEL_FORMAT_RAW8);
-        EXPECT_EQ(frame.info.bayerFormat, BAYER_GRBG);
-        EXPECT_TRUE(frame.info.hasTimeStamp) << "comes beside the image on this interface";
-        const unsigned int y = 200;
-        const unsigned int x = 300;
-        const unsigned int phase = x + y + 4;
-        EXPECT_EQ(frame.data[y * 640 + x], SceneAt(phase + 85)) << "green";
-        EXPECT_EQ(frame.data[y * 640 + x + 1], SceneAt(phase + 1)) << "red";
-        EXPECT_EQ(frame.data[(y + 1) * 640 + x], SceneAt(phase + 170)) << "blue";
-        EXPECT_EQ(frame.data[(y + 1) * 640 + x + 1], SceneAt(phase + 1 + 85)) << "green";
-    });
-    EXPECT_EQ(count, 1U);
+    const Picture picture = TakePicture(*pSimulation, *OpenCamera(1001));
+    EXPECT_EQ(picture.info.pixelFormat, PIXEL_FORMAT_RAW8);
+    EXPECT_EQ(picture.info.bayerFormat, BAYER_GRBG);
+    EXPECT_TRUE(picture.info.hasTimeStamp) << "comes beside the image on this interface";
+    const unsigned int phase = 200 + 300 + 4;
+    EXPECT_EQ(picture.At(300, 200), SceneAt(phase + 85)) << "green";
+    EXPECT_EQ(picture.At(301, 200), SceneAt(phase + 1)) << "red";
+    EXPECT_EQ(picture.At(300, 201), SceneAt(phase + 170)) << "blue";
+    EXPECT_EQ(picture.At(301, 201), SceneAt(phase + 1 + 85)) << "green";
 }
 
 TEST(SimulatedFrames, ShowTheRegionOfFormat7) {
@@ -152,42 +133,10 @@ TEST(SimulatedFrames, ShowTheRegionOfFormat7) {
     const auto pCamera = OpenCamera(1001);
     WriteCommand(*pCamera, 0x800C, 320U << 16 | 200);
     WriteCommand(*pCamera, 0x8008, 100U << 16 | 202);
-    Listening stream(*pCamera);
-    WriteCommand(*pCamera, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(100000);
-    unsigned int count = 0;
-    stream.Drain([&](const Frame& frame) {
-        ++count;
-        EXPECT_EQ(frame.info.receivedSize, 64000U);
-        EXPECT_EQ(frame.info.stride, 320U);
-        EXPECT_EQ(frame.data[150 * 320 + 200], SceneAt(300 + (352 & ~3) + 4));
-    });
-    EXPECT_EQ(count, 1U);
-}
-
-TEST(SimulatedFrames, CountFromTheSwitchingOnOfTheirCamera) {
-    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}, {}]})");
-    const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
-    for (const unsigned int distance : {20000U, 5000U}) {
-        std::vector<unsigned int> stamps[2];
-        Listening first(*cameras[0]);
-        Listening second(*cameras[1]);
-        for (const auto& pCamera : cameras) {
-            WriteCommand(*pCamera, 0x12F8, 1);
-            WriteCommand(*pCamera, kTransmissionRegister, kOn);
-            pSimulation->AdvanceClock(pCamera == cameras[0] ? distance : kSecond);
-        }
-        first.Drain([&](const Frame& frame) { stamps[0].push_back(ReadStamp(frame)); });
-        second.Drain([&](const Frame& frame) { stamps[1].push_back(ReadStamp(frame)); });
-        ASSERT_GE(stamps[1].size(), 14U);
-        for (std::size_t index = 0; index < 14; ++index) {
-            EXPECT_EQ(stamps[1][index] - stamps[0][index], distance / 125 * 3072) << index;
-        }
-        for (const auto& pCamera : cameras) {
-            WriteCommand(*pCamera, kTransmissionRegister, 0);
-            pSimulation->AdvanceClock(3000);
-        }
-    }
+    const Picture picture = TakePicture(*pSimulation, *pCamera);
+    EXPECT_EQ(picture.info.receivedSize, 64000U);
+    EXPECT_EQ(picture.info.stride, 320U);
+    EXPECT_EQ(picture.At(200, 150), SceneAt(300 + (352 & ~3) + 4));
 }
 
 TEST(SimulatedFrames, ThatFindNoBufferAreCounted) {

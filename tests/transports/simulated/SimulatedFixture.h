@@ -108,6 +108,21 @@ constexpr unsigned int kTransmissionRegister = 0x614;
 constexpr unsigned int kOn = 0x80000000;
 constexpr unsigned long long kSecond = 1000000;  // microseconds
 
+/// The time stamp in a picture, in ticks of 1/24576000 s: 3072 to a cycle of 125 us.
+inline unsigned int ReadStamp(const Frame& frame) {
+    const unsigned char* byte = frame.data;
+    const unsigned int word =
+        static_cast<unsigned int>(byte[0]) << 24 | byte[1] << 16U | byte[2] << 8U | byte[3];
+    return ((word >> 25) * 8000 + (word >> 12 & 0x1FFF)) * 3072 + (word & 0xFFF);
+}
+
+/// The present time of a camera's bus in the same ticks.
+inline unsigned int ReadBusTicks(HardwareInterface& camera) {
+    TimeStamp now;
+    EXPECT_TRUE(IsOk(camera.GetBusTime(&now)));
+    return (now.cycleSeconds * 8000 + now.cycleCount) * 3072 + now.cycleOffset;
+}
+
 /// A picture as it was sent.
 struct Picture {
     FrameInfo info;

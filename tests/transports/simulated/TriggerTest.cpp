@@ -182,6 +182,7 @@ TEST_F(SimulatedTrigger, ShotsNeedNoTransmission) {
     }
     Write(0x61C, 0x40000007);
     Advance(200000);
+    EXPECT_EQ(ReadCommand(*m_pCamera, 0x61C), 0x40000005U) << "what is still to come";
     Write(0x61C, 0);
     Advance(kSecond);
     EXPECT_EQ(m_stream.Drain(), 2U) << "stopped";

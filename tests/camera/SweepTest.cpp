@@ -1,0 +1,285 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <regex>
+#include <set>
+
+#include "BusMaster.h"
+#include "Singleton.h"
+#include "SweepRows.h"
+#include "TestPicture.h"
+
+namespace Zevrin {
+
+/// In place of the transports of this build.
+std::vector<std::unique_ptr<Transport>> CreateTransports() {
+    std::vector<std::unique_ptr<Transport>> transports;
+    transports.push_back(std::make_unique<MeteredTransport>());
+    return transports;
+}
+
+namespace {
+
+struct Outcome {
+    Error error;
+    std::vector<std::string> accesses;
+    Registers changed;
+};
+
+/// A failure's text is that of the access which was lost, or, with 0, of the guard.
+testing::AssertionResult Follows(const Error& error, const Rule& rule, std::size_t number) {
+    const std::string reason =
+        number > 0 || rule.text == nullptr ? "Access " + std::to_string(number) + " is lost." : rule.text;
+    const std::string text = rule.text != nullptr ? rule.text : reason;
+    const std::string said = error.GetDescription();
+    const bool hasText = text.back() != ' '
+                             ? said == text
+                             : said.find(text) == 0 && said.rfind(reason) + reason.size() == said.size();
+    int causes = 0;
+    Error root = error;
+    for (; root.GetCause() != ERR_OK; root = root.GetCause()) {
+        ++causes;
+    }
+    const bool isWhole = hasText && causes == rule.causes && (causes == 0 || root.GetDescription() == reason);
+    return error == rule.type && (rule.type == ERR_OK ? causes == 0 : isWhole)
+               ? testing::AssertionSuccess()
+               : testing::AssertionFailure()
+                     << "not '" << text << "' with " << rule.causes << " causes but " << error.GetTrace();
+}
+
+testing::AssertionResult Holds(const Records& record, const Records& expected) {
+    const auto* const pBytes = reinterpret_cast<const unsigned char*>(&record);
+    const auto* const pExpected = reinterpret_cast<const unsigned char*>(&expected);
+    const auto* const pEnd = pBytes + sizeof record;
+    const auto* const pFound = std::mismatch(pBytes, pEnd, pExpected).first;
+    return pFound == pEnd ? testing::AssertionSuccess()
+                          : testing::AssertionFailure() << "byte " << pFound - pBytes << " of the records";
+}
+
+/// One camera of which every access goes through the meter, put back before each run to where it was.
+class Sweep : public testing::Test {
+  protected:
+    Sweep() {
+        Prepared(Simulation::FromJson(
+            R"({"clock": "manual", "cameras": [{"interface": "gige", "frameRate": 100}]})", &g_pSimulation));
+        Prepared(m_camera.Connect(kSerialNumber));
+        g_pSimulation->AdvanceClock(3000500);
+        for (unsigned int offset = 0; offset < 0x40000; offset += 4) {
+            if (g_meter.pDevice->GetRegisters().Has(offset)) {
+                m_offsets.push_back(offset);
+            }
+        }
+        m_home = GetRegisters();
+        m_untouched.Scribble();
+    }
+    ~Sweep() override {
+        Prepared(m_camera.Disconnect());
+        g_meter.pDevice.reset();
+        g_pSimulation.reset();
+    }
+
+    static RegisterFile::Settings GetRegisters() { return g_meter.pDevice->GetRegisters().Save(); }
+
+    void GoHome() {
+        if (m_camera.CheckValidity() != ERR_OK) {
+            Prepared(m_camera.Connect(kSerialNumber));
+        }
+        Error ignored = m_camera.StopCapture();
+        ignored = m_camera.DeregisterAllEvents();
+        Prepared(m_camera.WriteRegister(0x614, 0));
+        for (std::size_t index = 0; index < m_home.size(); ++index) {
+            g_meter.pDevice->GetRegisters().Set(m_offsets[index], m_home[index]);
+        }
+        Prepared(m_camera.ResetStats());
+        EXPECT_EQ(g_meter.opened, 1);
+    }
+
+    Outcome Run(
+        const Row& row, std::size_t lost, const std::function<void()>& spoil = [] {}) {
+        GoHome();
+        if (row.prepare) {
+            row.prepare(m_camera);
+        }
+        spoil();
+        m_records.Scribble();
+        const RegisterFile::Settings before = GetRegisters();
+        const int holds = Singleton<BusMaster>::m_iRefCount;
+        g_meter.Start(lost);
+        Outcome outcome{row.run(m_camera, m_records), {}, {}};
+        outcome.accesses.swap(g_meter.accesses);
+        g_meter.Start(0);
+        m_records.ForgetHostTime();
+        EXPECT_EQ(Singleton<BusMaster>::m_iRefCount, holds);
+        const RegisterFile::Settings after = GetRegisters();
+        for (std::size_t index = 0; index < after.size(); ++index) {
+            if (after[index] != before[index]) {
+                outcome.changed[m_offsets[index]] = after[index];
+            }
+        }
+        ++m_runs;
+        return outcome;
+    }
+
+    /// The access of this number was lost, or, with 0, nothing was, unless the rule is the guard's.
+    void Check(const Row& row, const Outcome& outcome, const Rule& rule, std::size_t number = 0) {
+        const bool isPassedOver = rule.type == ERR_OK;
+        Records expected;
+        std::memcpy(static_cast<void*>(&expected), isPassedOver ? &m_wholeRecords : &m_untouched,
+                    sizeof expected);
+        Registers left = isPassedOver ? m_whole.changed : Registers();
+        if (row.outcome && (number > 0 || !isPassedOver)) {
+            row.outcome(
+                {number, number > 0 ? m_whole.accesses[number - 1] : "", m_wholeRecords, expected, left});
+        }
+        EXPECT_TRUE(Follows(outcome.error, rule, number));
+        EXPECT_EQ(outcome.changed, left);
+        EXPECT_TRUE(Holds(m_records, expected));
+    }
+
+    void CheckSequence(const Row& row) {
+        std::string sequence;
+        for (const std::string& access : m_whole.accesses) {
+            sequence += (sequence.empty() ? "" : " ") + access;
+        }
+        EXPECT_TRUE(row.accesses == nullptr ? !sequence.empty() : sequence == row.accesses) << sequence;
+        for (const auto& exception : row.exceptions) {
+            EXPECT_NE((" " + sequence).find(" " + std::string(exception.first)), std::string::npos)
+                << exception.first;
+        }
+    }
+
+    void CheckGuard(const Row& row) {
+        SCOPED_TRACE("guard");
+        const Outcome stale = Run(row, 0, [&] { m_camera.SetGeneration(m_camera.GetGeneration() + 1); });
+        Check(
+            row, stale,
+            row.isGuarded ? Rule{ERR_INVALID_GENERATION, "Generation count is incorrect.", 1} : kPassedOver);
+        EXPECT_TRUE(!row.isGuarded || stale.accesses.empty());
+        if (row.isGuarded) {
+            const Outcome away = Run(row, 0, [&] { m_camera.m_bConnected = false; });
+            m_camera.m_bConnected = true;
+            Check(row, away, {ERR_NOT_CONNECTED, "Camera object is not connected to a camera.", 1});
+            EXPECT_TRUE(away.accesses.empty());
+        }
+    }
+
+    void CheckLoss(const Row& row, std::size_t number) {
+        const std::string access = m_whole.accesses[number - 1];
+        SCOPED_TRACE("without " + access);
+        Rule rule = row.rule;
+        for (const auto& exception : row.exceptions) {
+            rule = access.find(exception.first) == 0 ? exception.second : rule;
+        }
+        Check(row, Run(row, number), rule, number);
+        if (row.isGuarded) {
+            CameraStats stats;
+            Prepared(m_camera.GetStats(&stats));
+            const bool isRegister = access[0] == 'r' || access[0] == 'w';
+            EXPECT_EQ(stats.registerReadFailures + stats.registerWriteFailures, isRegister ? 1U : 0U);
+        }
+        Check(row, Run(row, 0), kPassedOver);
+    }
+
+    SweptCamera m_camera;
+    std::vector<unsigned int> m_offsets;  ///< of all registers
+    RegisterFile::Settings m_home;
+    Outcome m_whole;  ///< of the present row, with nothing lost
+    Records m_wholeRecords;
+    Records m_untouched;
+    Records m_records;
+    std::size_t m_runs = 0;
+};
+
+TEST_F(Sweep, EachAccessOfEachOperationIsLost) {
+    std::size_t accesses = 0;
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.operation);
+        m_whole = Run(row, 0);
+        std::memcpy(static_cast<void*>(&m_wholeRecords), &m_records, sizeof m_records);
+        Check(row, m_whole, kPassedOver);
+        CheckSequence(row);
+        CheckGuard(row);
+        for (std::size_t number = 1; number <= m_whole.accesses.size(); ++number) {
+            CheckLoss(row, number);
+        }
+        accesses += m_whole.accesses.size();
+    }
+    std::cout << kRows.size() << " operations, " << accesses << " accesses, " << m_runs << " outcomes\n";
+}
+
+TEST_F(Sweep, FormatsAreNotChangedUnderAStream) {
+    Start(m_camera);
+    const RegisterFile::Settings before = GetRegisters();
+    EXPECT_EQ(m_camera.SetVideoMode(&g_inputs.videoMode), ERR_ISOCH_ALREADY_STARTED);
+    EXPECT_EQ(m_camera.SetFormat7(&g_inputs.format7), ERR_ISOCH_ALREADY_STARTED);
+    EXPECT_EQ(m_camera.GetFormat7(&m_records.format7), ERR_OK);
+    EXPECT_EQ(GetRegisters(), before);
+}
+
+TEST_F(Sweep, SettingsChangeThePictureAsTheyShould) {
+    const auto set = [&](PropertyType type, float value) {
+        Property property = g_inputs.gain;
+        property.type = type;
+        property.absValue = value;
+        Prepared(m_camera.SetProperty(&property));
+    };
+    std::vector<unsigned int> inverse(kEntries);
+    std::generate(inverse.begin(), inverse.end(), [entry = kEntries]() mutable { return --entry; });
+    const struct {
+        const char* what;
+        std::function<void()> change;
+        std::function<double(double)> expected;  // of the scene, 0 to 1
+    } rows[] = {
+        {"nothing", [] {}, [](double scene) { return scene; }},
+        {"half the exposure", [&] { set(SHUTTER, 0.0025F); }, [](double scene) { return scene / 2; }},
+        {"20 dB of gain", [&] { set(GAIN, 20); }, [](double scene) { return std::min(1.0, scene * 10); }},
+        {"an inverse look-up table",
+         [&] {
+             Prepared(m_camera.SetLUTChannel(0, 0, kEntries, inverse.data()));
+             Prepared(m_camera.EnableLUT(true));
+         },
+         [](double scene) { return 1 - scene; }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        GoHome();
+        row.change();
+        Start(m_camera);
+        g_pSimulation->AdvanceClock(50000);
+        Image image;
+        Prepared(m_camera.RetrieveBuffer(&image));
+        for (const unsigned int x : {200U, 260U, 300U, 340U, 400U}) {
+            const auto phase = static_cast<unsigned int>(x + 200 + 4 * image.GetFrameId());
+            const unsigned int pixel = image.GetData()[200 * image.GetStride() + x];
+            EXPECT_NEAR(pixel, 255 * row.expected(SceneAt(phase) / 255.0), 1.01) << x;
+        }
+    }
+}
+
+/// The synchronized start has a test of its own, which loses accesses of several cameras.
+TEST(SweepRows, HaveEveryOperationThatTheHeadersDeclare) {
+    std::set<std::string> rows = {"CheckValidity", "SetAllIO", "ReleaseAllIO", "StartSyncCapture",
+                                  "StartSyncCaptureImageHelper"};
+    for (const Row& row : kRows) {
+        rows.insert(row.operation);
+    }
+    for (const char* header :
+         {"src/camera/CameraInternal.h", "src/camera/iidc/IidcCamera.h", "include/zevrin/CameraSystem.h"}) {
+        std::ifstream file(std::string(SOURCE_FOLDER) + "/" + header);
+        std::string text{std::istreambuf_iterator<char>(file), {}};
+        text.resize(std::min(text.find("\n  private:"), text.size()));
+        const std::regex declaration("\n    (?:virtual |static )?Error (\\w+)\\(");
+        std::sregex_iterator found(text.begin(), text.end(), declaration);
+        EXPECT_NE(found, std::sregex_iterator()) << header;
+        for (; found != std::sregex_iterator(); ++found) {
+            EXPECT_EQ(rows.count((*found)[1]), 1U) << (*found)[1] << " of " << header;
+        }
+    }
+}
+
+}  // namespace
+
+}  // namespace Zevrin
