@@ -4,6 +4,7 @@
 
 #include "zevrin/Error.h"
 #include "zevrin/Export.h"
+#include "zevrin/PixelBuffer.h"
 
 namespace Zevrin {
 
@@ -16,5 +17,8 @@ class Image;
 /// behind).
 /// Threads: any, for different files.
 ZEVRIN_API Error SaveImage(const Image& image, const std::string& path);
+
+/// The same for pixels that are in no image, such as a copy of one.
+ZEVRIN_API Error SavePixels(const PixelView& pixels, const std::string& path);
 
 }  // namespace Zevrin

@@ -19,6 +19,7 @@
 #include "Iso.h"
 #include "Singleton.h"
 #include "zevrin/InterfaceType.h"
+#include "zevrin/SyncReport.h"
 
 namespace Zevrin {
 
@@ -31,7 +32,7 @@ constexpr int kGrabRetries = 10;
 // The cycle clock of the bus: 8000 cycles a second, back at zero after 128 seconds.
 constexpr unsigned int kCyclesPerSecond = 8000;
 constexpr int kHalfWrap = 128 * static_cast<int>(kCyclesPerSecond) / 2;
-constexpr int kToleranceCycles = 5;
+constexpr int kToleranceCycles = kSyncLimitCycles;
 
 /// Rows are the passes of draining, columns the cameras.
 using DrainTable = std::array<std::array<Image, CameraInternal::kMaxSyncCameras>, kBuffers>;

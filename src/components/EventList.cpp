@@ -46,14 +46,15 @@ void EventList::SetIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned i
         }
         Unsubscribe();
         m_pDispatcher->Flush();
-        if (GetHardware() && !m_pDispatcher->IsEmpty() && !Subscribe()) {
+        if (GetHardware() && !m_pDispatcher->IsEmpty() &&
+            !(Subscribe() && Notify(m_pDispatcher->GetNames(), true))) {
             Log().warn("The registered device events cannot be had from the camera that is connected now.");
         }
     }
     m_pDispatcher->WaitForCallback(m_pDispatcher->GetNames());
 }
 
-/// The caller holds m_mutex, as with the two that follow.
+/// The caller holds m_mutex, as with the three that follow.
 bool EventList::Subscribe() {
     const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
     if (m_pSource == pHardware) {
@@ -82,6 +83,19 @@ void EventList::Unsubscribe() {
     }
 }
 
+/// Lets the camera send these events, or not. False when it refuses one.
+bool EventList::Notify(const std::vector<std::string>& names, bool on) {
+    bool isDone = true;
+    for (const std::string& name : names) {
+        const Error error = m_pSource ? m_pSource->SetEventNotification(name, on) : Error();
+        if (error != ERR_OK) {
+            Log().info("Device event {}: {}", Printable(name), error.GetDescription());
+            isDone = false;
+        }
+    }
+    return isDone;
+}
+
 int EventList::GetEventNames(std::vector<std::string>* pNames) {
     const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
     if (!pHardware) {
@@ -100,9 +114,13 @@ int EventList::Register(const std::vector<std::string>& names, const EventOption
     } catch (const boost::thread_resource_error&) {
         return Refuse(kNoThread, "the system refuses a thread to deliver it", name);
     }
-    if (!Subscribe()) {
+    if (!Subscribe() || !Notify(names, true)) {
+        Notify(names, false);
         for (const std::string& added : names) {
             m_pDispatcher->Remove(added);
+        }
+        if (m_pDispatcher->IsEmpty()) {
+            Unsubscribe();
         }
         return Refuse(kNotSupported, "the camera does not report it", name);
     }
@@ -149,6 +167,7 @@ int EventList::DeregisterEvent(EventOptions* pOptions) {
         if (!m_pDispatcher->Remove(name)) {
             return Refuse(kNotRegistered, "it is not registered", name);
         }
+        Notify({name}, false);
         if (m_pDispatcher->IsEmpty()) {
             Unsubscribe();
         }

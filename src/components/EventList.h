@@ -69,6 +69,7 @@ class EventList : public IOBase {
     int Register(const std::vector<std::string>& names, const EventOptions& options);
     int GetEventNames(std::vector<std::string>* pNames);
     bool Subscribe();
+    bool Notify(const std::vector<std::string>& names, bool on);
     void Unsubscribe();
 
     const boost::shared_ptr<EventDispatcher> m_pDispatcher;

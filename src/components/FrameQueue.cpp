@@ -59,6 +59,7 @@ Frame* FrameQueue::BeginFill(std::size_t keepWaiting) {
 
 void FrameQueue::EndFill(Frame* pFrame) {
     pFrame->info.receivedSize = std::min(pFrame->info.receivedSize, pFrame->capacity);
+    pFrame->info.gaps = m_gaps;
     if (!pFrame->info.hasTimeStamp) {
         pFrame->info.timeStamp = GetHostTime();
     }

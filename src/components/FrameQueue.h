@@ -29,6 +29,7 @@ struct FrameInfo {
     bool isBigEndian = true;         ///< of samples wider than a byte
     unsigned long long frameId = 0;  ///< the camera's own count
     std::size_t receivedSize = 0;    ///< bytes valid from the start of the buffer
+    unsigned int gaps = 0;           ///< interruptions of the stream before this frame; the queue says it
     bool isComplete = true;
     std::vector<ByteRange> missing;  ///< of an incomplete frame, what is black within `receivedSize`
     bool hasTimeStamp = false;       ///< the transport delivered `timeStamp` beside the pixels
@@ -68,6 +69,9 @@ class FrameQueue {
                unsigned char* memory, boost::shared_ptr<FrameCounters> counters);
     FrameQueue(const FrameQueue&) = delete;
     FrameQueue& operator=(const FrameQueue&) = delete;
+
+    /// How often the stream was interrupted before. Before the transport has the queue.
+    void SetGaps(unsigned int gaps) { m_gaps = gaps; }
 
     // The transport's side.
 
@@ -123,6 +127,7 @@ class FrameQueue {
     const GrabMode m_mode;
     const bool m_deliverIncomplete;
     const boost::shared_ptr<FrameCounters> m_pCounters;
+    unsigned int m_gaps = 0;
     std::unique_ptr<unsigned char[]> m_ownMemory;
     std::vector<Frame> m_frames;
 

@@ -12,4 +12,8 @@ Error HardwareInterface::SetEventSink(EventSink*) {
     return Failure(ERR_NOT_SUPPORTED, "This transport has no device events.");
 }
 
+Error HardwareInterface::SetEventNotification(const std::string& /*name*/, bool /*on*/) {
+    return Error();
+}
+
 }  // namespace Zevrin

@@ -144,6 +144,11 @@ class HardwareInterface {
     /// Errors: ERR_NOT_SUPPORTED, ERR_EVENT_FAILED (another sink is there), ERR_TRANSPORT_FAILED; the sink
     /// is told of nothing then. Null always succeeds where events are supported.
     virtual Error SetEventSink(EventSink* pSink);
+
+    /// Lets the camera send an event of this name, or not, for as long as there is a sink: a camera need not
+    /// send what nobody has asked for. A transport that makes no difference reports success. Errors:
+    /// ERR_NOT_SUPPORTED (its number is not known), the device's.
+    virtual Error SetEventNotification(const std::string& name, bool on);
 };
 
 }  // namespace Zevrin

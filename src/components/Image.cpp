@@ -89,6 +89,10 @@ unsigned long long Image::GetFrameId() const noexcept {
     return InfoOf(m_pFrame).frameId;
 }
 
+unsigned int Image::GetGaps() const noexcept {
+    return InfoOf(m_pFrame).gaps;
+}
+
 bool Image::IsComplete() const noexcept {
     return m_pFrame != nullptr && m_pFrame->info.isComplete;
 }

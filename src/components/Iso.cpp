@@ -103,7 +103,8 @@ class Iso::Transition {
     bool m_isUnderWay = false;
 };
 
-Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
+Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
+                        unsigned int gaps) {
     const Error error = CheckConfiguration(config);
     if (error != ERR_OK) {
         return error;
@@ -120,7 +121,7 @@ Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, cons
     }
     ReapCallbackThreads();
     try {
-        return StartStream(config, callback, pCallbackData, &transition);
+        return StartStream(config, callback, pCallbackData, gaps, &transition);
     } catch (const std::bad_alloc&) {
         return Failure(ERR_OUT_OF_MEMORY, "There is no memory to start a stream of %u buffers.",
                        config.numBuffers);
@@ -157,7 +158,7 @@ Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
 }
 
 Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                       Transition* pTransition) {
+                       unsigned int gaps, Transition* pTransition) {
     boost::shared_ptr<HardwareInterface> pHardware;
     Error error = RequireHardware(&pHardware);
     StreamFormat format;
@@ -174,6 +175,7 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
         m_resendsBase = counters;
     }
     if (error == ERR_OK) {
+        pQueue->SetGaps(gaps);
         error = pHardware->StartStream(config, pQueue);
     }
     if (error != ERR_OK) {

@@ -38,10 +38,12 @@ class Iso : public IOBase {
     /// What was done is undone when a later step fails. Waits for the callback of an earlier stream that
     /// stopped itself from within.
     /// @param callback  null: the one that `SetCallback` installed, if any
+    /// @param gaps      what the images tell: how often the stream was interrupted before
     /// Errors: ERR_ISOCH_ALREADY_STARTED, ERR_NOT_CONNECTED, ERR_VALUE_OUT_OF_RANGE (a setting),
     /// ERR_ISOCH_BUFFERS_FAILED (the caller's buffers are too small or too few), ERR_OUT_OF_MEMORY, the
     /// transport's.
-    Error StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData);
+    Error StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
+                       unsigned int gaps = 0);
 
     /// Stops everything even when the camera does not answer any more, which is then reported.
     /// Errors: ERR_ISOCH_NOT_STARTED, ERR_ISOCH_STOP_FAILED.
@@ -111,7 +113,7 @@ class Iso : public IOBase {
     Error MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
                     boost::shared_ptr<FrameQueue>* ppQueue);
     Error StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                      Transition* pTransition);
+                      unsigned int gaps, Transition* pTransition);
     Error BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
                       const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
                       const void* pCallbackData, Transition* pTransition);

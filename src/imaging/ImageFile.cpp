@@ -32,50 +32,65 @@ const WritableFormat* FindWritableFormat(PixelFormat format) {
     return nullptr;
 }
 
-/// Whether the rows that the image announces lie within the bytes that it holds.
-Error CheckSize(const Image& image) {
-    const std::size_t rowSize = (std::size_t{image.GetWidth()} * GetBitsPerPixel(image.GetPixelFormat())) / 8;
-    const std::size_t stride = image.GetStride();
-    const std::size_t height = image.GetHeight();
-    const std::size_t size = image.GetDataSize();
+/// Whether the rows that are announced lie within the bytes that are there.
+Error CheckSize(const PixelView& view) {
+    const std::size_t rowSize = (std::size_t{view.width} * GetBitsPerPixel(view.pixelFormat)) / 8;
+    const std::size_t height = view.height;
     // Divided instead of multiplied: the numbers come from outside.
-    if (rowSize == 0 || height == 0 || stride < rowSize || size < rowSize ||
-        (size - rowSize) / stride < height - 1) {
+    if (rowSize == 0 || height == 0 || view.stride < rowSize || view.size < rowSize ||
+        (view.size - rowSize) / view.stride < height - 1) {
         return Failure(ERR_INVALID_PARAMETER,
                        "The image holds %zu bytes, which are not %zu rows of %zu bytes, %zu bytes apart.",
-                       size, height, rowSize, stride);
+                       view.size, height, rowSize, view.stride);
     }
     return Error();
 }
 
 }  // namespace
 
-Error SaveImage(const Image& image, const std::string& path) {
-    if (!image.HasData()) {
+PixelView ViewOf(const Image& image) {
+    PixelView view;
+    view.data = image.GetData();
+    view.size = image.GetDataSize();
+    view.width = image.GetWidth();
+    view.height = image.GetHeight();
+    view.stride = image.GetStride();
+    view.pixelFormat = image.GetPixelFormat();
+    view.bayerTileFormat = image.GetBayerTileFormat();
+    view.isBigEndian = image.IsBigEndian();
+    return view;
+}
+
+Error SavePixels(const PixelView& view, const std::string& path) {
+    if (view.data == nullptr) {
         return Failure(ERR_INVALID_PARAMETER, "There is no image to be written to a file.");
     }
-    const WritableFormat* const pFormat = FindWritableFormat(image.GetPixelFormat());
+    const WritableFormat* const pFormat = FindWritableFormat(view.pixelFormat);
     if (pFormat == nullptr) {
         return Failure(
             ERR_NOT_SUPPORTED,
             "Images in %s cannot be written to PNG files; Mono8, Raw8, Mono16, Raw16, RGB8 and BGR8 "
             "can.",
-            GetPixelFormatName(image.GetPixelFormat()));
+            GetPixelFormatName(view.pixelFormat));
     }
-    const Error error = CheckSize(image);
+    const Error error = CheckSize(view);
     if (error != ERR_OK) {
         return error;
     }
     PngPixels pixels;
-    pixels.data = image.GetData();
-    pixels.width = image.GetWidth();
-    pixels.height = image.GetHeight();
-    pixels.stride = image.GetStride();
+    pixels.data = view.data;
+    pixels.width = view.width;
+    pixels.height = view.height;
+    pixels.stride = view.stride;
     pixels.isColor = pFormat->isColor;
     pixels.bitsPerSample = pFormat->bitsPerSample;
     pixels.isBgr = pFormat->isBgr;
-    pixels.isLittleEndian = !image.IsBigEndian();
+    pixels.isLittleEndian = !view.isBigEndian;
     return WritePngFile(pixels, path);
+}
+
+Error SaveImage(const Image& image, const std::string& path) {
+    return SavePixels(ViewOf(image), path);
 }
 
 }  // namespace Zevrin

@@ -53,16 +53,17 @@ class GigeTool : public testing::Test {
 TEST_F(GigeTool, DemoShowsFiveCamerasAndStopsTheOneThatItStarted) {
     const SpawnResult demo = Zevrin::Spawn({kDemo, BUILD_FOLDER, "images"}, m_options);
     EXPECT_EQ(0, demo.exitCode) << demo.output << demo.messages;
-    for (const char* part : {"1001", "1004", kSerial, "127.0.0.1", "150 images are in images/"}) {
+    for (const char* part : {"1001", "1004", kSerial, "127.0.0.1", "\nin step", "400 images"}) {
         EXPECT_NE(std::string::npos, demo.output.find(part)) << part << " in:\n" << demo.output;
     }
-    EXPECT_EQ(150U, CountWholePngs(m_folder.Path("images")));
+    EXPECT_EQ(1U, CountWholePngs(m_folder.Path("images/gige")));
+    EXPECT_TRUE(Zevrin::IsWholePng(m_folder.Path("images/contact-sheet.png")));
     EXPECT_TRUE(CanServe()) << "the demonstration's camera still runs";
 }
 
 TEST_F(GigeTool, InterruptedDemoStopsItsCameraToo) {
     Process demo({kDemo, BUILD_FOLDER, "images"}, m_options);
-    ASSERT_TRUE(demo.WaitForOutput("Grabbing")) << demo.Finish().messages;
+    ASSERT_TRUE(demo.WaitForOutput("Starting")) << demo.Finish().messages;
     demo.Signal(SIGINT);
     EXPECT_NE(0, demo.Finish().exitCode);
     EXPECT_TRUE(CanServe()) << "the demonstration's camera still runs";

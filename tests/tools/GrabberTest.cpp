@@ -98,6 +98,21 @@ TEST_F(GrabberTest, GoesOnAfterABusReset) {
     ExpectWholeFiles(outcome);
 }
 
+TEST_F(GrabberTest, WaitsForACameraThatComesBack) {
+    m_plan.reconnectSeconds = 60;
+    Grabber grabber(7, m_pCamera, m_plan);
+    grabber.Start();
+    for (unsigned int frames = 3; frames <= 9; frames += 3) {
+        WaitFor([&] { return grabber.CountFrames() >= frames; });
+        ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->Unplug(7).GetType());
+        ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->Replug(7).GetType());
+    }
+    WaitFor([&] { return grabber.CountFrames() >= 30; });
+    grabber.Stop();
+    EXPECT_EQ("stopped", grabber.Join().failure);
+    ExpectWholeFiles(grabber.Join());
+}
+
 TEST_F(GrabberTest, StopsWhenItIsTold) {
     Grabber grabber(7, m_pCamera, m_plan);
     grabber.Start();

@@ -51,6 +51,7 @@ const struct {
     {"src/components", {"include", "src/components"}},
     {"src/camera", {"include", "src/components", "src/camera", "src/camera/iidc"}},
     {"src/imaging", {"include", "src/components", "src/imaging"}},
+    {"src/sync", {"include", "src/components", "src/sync"}},
     {"src/transports/simulated", {"include", "src/components", "src/transports/simulated"}},
     {"src/transports/genicam", {"include", "src/components", "src/transports/genicam"}},
 };

@@ -44,7 +44,7 @@ std::string HelpFormatter::make_usage(const CLI::App* pApp, std::string) const {
         path = " " + pVerb->get_name() + path;
     }
     std::string usage = "\nUsage: zevrin [global options]" + path;
-    if (!pApp->get_subcommands({}).empty()) {
+    if (pApp->get_require_subcommand_min() > 0) {
         return usage + " <verb> [arguments]\n";
     }
     usage += " [options]";
@@ -92,7 +92,7 @@ std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem) {
             "there are more arguments than the verb takes; the last one is SERIAL, a camera's serial number";
     }
     const std::vector<const CLI::App*> verbs = pApp->get_subcommands({});
-    if (!verbs.empty()) {
+    if (pApp->get_require_subcommand_min() > 0) {
         text = unknown.empty() ? "a verb is needed" : "there is no verb \"" + unknown.front() + "\"";
         text += "; there are:";
         for (const CLI::App* pVerb : verbs) {

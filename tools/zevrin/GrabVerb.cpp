@@ -1,21 +1,13 @@
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstddef>
 #include <cstdio>
-#include <filesystem>
-#include <iostream>
 #include <memory>
-#include <set>
-#include <system_error>
-#include <thread>
 
 #include "CommandLine.h"
+#include "Folder.h"
 #include "Grabber.h"
 #include "Interruption.h"
 #include "Numbers.h"
 #include "Output.h"
+#include "Progress.h"
 #include "Session.h"
 #include "Tool.h"
 
@@ -28,76 +20,13 @@ using Grabbers = std::vector<std::unique_ptr<Grabber>>;
 constexpr unsigned int kMaxCount = 1000000;
 constexpr unsigned int kMaxTimeoutMs = 3600000;
 constexpr unsigned int kMaxBuffers = 4096;
-constexpr std::chrono::milliseconds kLookInterval(50);
-constexpr std::size_t kProgressWidth = 79;
+constexpr unsigned int kMaxReconnectSeconds = 86400;
 
 struct GrabOptions {
     GrabPlan plan;
     std::vector<unsigned int> named;
     bool all = false;
 };
-
-/// Before a camera is touched: a folder that cannot be written to is no reason to start a stream.
-void PrepareFolder(const std::string& folder) {
-    std::error_code problem;
-    std::filesystem::create_directories(folder, problem);
-    if (!std::filesystem::is_directory(folder)) {
-        const std::string reason = problem ? problem.message() : "it is no folder";
-        throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be made: " + reason);
-    }
-    if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be written to: " +
-                                           std::generic_category().message(errno));
-    }
-}
-
-std::vector<unsigned int> ChooseAll(Session& session, const GrabOptions& options) {
-    if (!options.all) {
-        const std::set<unsigned int> distinct(options.named.begin(), options.named.end());
-        if (distinct.size() != options.named.size()) {
-            throw ToolFailure(kExitUsage, "a serial number is given twice");
-        }
-        return session.Choose(options.named);
-    }
-    std::vector<unsigned int> all;
-    for (const Zevrin::CameraListing& camera : session.List()) {
-        all.push_back(camera.serialNumber);
-    }
-    return all.empty() ? session.Choose({}) : all;
-}
-
-/// One line, for each camera as long as there is room.
-void ShowProgress(const Grabbers& grabbers, unsigned int count) {
-    std::string line;
-    unsigned long long sum = 0;
-    for (const auto& pGrabber : grabbers) {
-        sum += pGrabber->CountFrames();
-        line += std::to_string(pGrabber->GetSerialNumber()) + ": " + std::to_string(pGrabber->CountFrames()) +
-                "/" + std::to_string(count) + "  ";
-    }
-    if (line.size() > kProgressWidth) {
-        line = std::to_string(grabbers.size()) + " cameras: " + std::to_string(sum) + "/" +
-               std::to_string(1ULL * count * grabbers.size());
-    }
-    std::cerr << "\r" + line << std::flush;
-}
-
-void WaitForAll(const Grabbers& grabbers, unsigned int count) {
-    const bool onTerminal = isatty(STDERR_FILENO) == 1;
-    const auto isDone = [](const auto& pGrabber) { return pGrabber->IsDone(); };
-    while (!std::all_of(grabbers.begin(), grabbers.end(), isDone)) {
-        if (IsInterrupted()) {
-            std::for_each(grabbers.begin(), grabbers.end(), [](const auto& pGrabber) { pGrabber->Stop(); });
-        }
-        if (onTerminal) {
-            ShowProgress(grabbers, count);
-        }
-        std::this_thread::sleep_for(kLookInterval);
-    }
-    if (onTerminal) {
-        std::cerr << "\r\x1b[K" << std::flush;  // the table takes the line's place
-    }
-}
 
 /// What can become of a frame that does not come.
 struct Loss {
@@ -190,7 +119,8 @@ void Grab(const Tool& tool, const GrabOptions& options) {
     }
     Session session(tool);
     Grabbers grabbers;
-    for (const unsigned int serialNumber : ChooseAll(session, options)) {
+    for (const unsigned int serialNumber :
+         options.all ? session.ChooseAll() : session.ChooseSeveral(options.named)) {
         grabbers.push_back(
             std::make_unique<Grabber>(serialNumber, session.Connect(serialNumber), options.plan));
     }
@@ -212,6 +142,7 @@ Examples:
   zevrin --simulate 1 grab -n 20 -o images
   zevrin grab 1001 1002 -n 20 --buffers 20
   zevrin --json grab --all -n 5 --timeout 5000
+  zevrin --simulate 1 grab -n 5 --reconnect 60
 )";
 
 }  // namespace
@@ -233,6 +164,10 @@ void AddGrabVerb(CLI::App& app, Tool& tool) {
               "Longest wait for one frame in milliseconds, 1 to 3600000 (default: 2000)");
     AddNumber(*pVerb, "--buffers", "<frames>", &pOptions->plan.buffers, {1, kMaxBuffers, 1},
               "Frames that may wait while files are written, 1 to 4096 (default: 10)");
+    AddNumber(*pVerb, "--reconnect", "<s>", &pOptions->plan.reconnectSeconds, {1, kMaxReconnectSeconds, 1},
+              "Waits so many seconds for a camera that went away, 1 to 86400, puts its settings back and "
+              "goes on, and "
+              "tells each step (default: it is not waited for)");
     pVerb->callback([&tool, pOptions] { tool.run = [&tool, pOptions] { Grab(tool, *pOptions); }; });
 }
 

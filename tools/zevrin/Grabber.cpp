@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <exception>
 
 #include <zevrin/ImageFile.h>
 
@@ -13,6 +12,7 @@ namespace {
 
 constexpr unsigned int kSliceMs = 100;  // how long a request to stop may have to wait
 constexpr unsigned int kMaxVainReconnections = 3;
+constexpr unsigned int kMsPerSecond = 1000;
 
 /// Seconds since 1970.
 double TimeOf(const Zevrin::Image& image) {
@@ -26,6 +26,27 @@ bool IsConnectionLost(const Zevrin::Error& error) {
 }
 
 }  // namespace
+
+Zevrin::Error WaitForImage(Zevrin::IidcCamera& camera, Zevrin::Image* pImage, unsigned int timeoutMs,
+                           const std::atomic<bool>& stop) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        const long long slice = std::clamp<long long>(left.count(), 0, kSliceMs);
+        const Zevrin::Error error = camera.WaitForBufferEvent(pImage, static_cast<unsigned int>(slice));
+        if (error != Zevrin::ERR_TIMEOUT || left.count() <= 0 || stop) {
+            return error;
+        }
+    }
+}
+
+void CheckImage(const Zevrin::Error& error, unsigned int timeoutMs) {
+    if (error == Zevrin::ERR_TIMEOUT) {
+        throw ToolFailure(kExitTimeout, "no frame came within " + std::to_string(timeoutMs) + " ms");
+    }
+    Check(error);
+}
 
 unsigned long long FrameNumbers::Add(unsigned long long frameId) {
     const bool isFollower = m_hasLast && frameId > m_lastId;
@@ -44,6 +65,10 @@ Grabber::Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera
 Grabber::~Grabber() {
     Stop();
     Join();
+    if (m_plan.reconnectSeconds != 0) {
+        const Zevrin::Error ignored = m_pCamera->SetReconnectPolicy(nullptr);  // no report comes from here on
+        static_cast<void>(ignored);
+    }
 }
 
 void Grabber::Start() {
@@ -58,24 +83,19 @@ const GrabOutcome& Grabber::Join() {
 }
 
 void Grabber::Run() {
-    try {
-        Grab();
-    } catch (const ToolFailure& failure) {
-        m_outcome.exitCode = failure.exitCode;
-        m_outcome.failure = failure.what();
-    } catch (const std::exception& problem) {
-        m_outcome.exitCode = kExitFailed;
-        m_outcome.failure = problem.what();
-    }
+    const WorkEnd end = RunToItsEnd([this] { Grab(); });
+    m_outcome.exitCode = end.exitCode;
+    m_outcome.failure = end.failure;
     CountLosses();
     m_done = true;
 }
 
 void Grabber::Grab() {
+    SetReconnectPolicy();
     StartStream();
     while (m_outcome.frames < m_plan.count) {
         Zevrin::Image image;
-        const Zevrin::Error error = Next(&image);
+        const Zevrin::Error error = WaitForImage(*m_pCamera, &image, m_plan.timeoutMs, m_stop);
         if (m_stop) {
             throw ToolFailure(kExitFailed, "stopped");
         }
@@ -83,11 +103,7 @@ void Grabber::Grab() {
             Resume(error);
             continue;
         }
-        if (error == Zevrin::ERR_TIMEOUT) {
-            throw ToolFailure(kExitTimeout,
-                              "no frame came within " + std::to_string(m_plan.timeoutMs) + " ms");
-        }
-        Check(error);
+        CheckImage(error, m_plan.timeoutMs);
         Take(image);
     }
     CountLosses();
@@ -115,6 +131,10 @@ void Grabber::StartStream() {
 
 /// After a bus reset the camera is still there under a new generation; one that went away is not.
 void Grabber::Resume(const Zevrin::Error& reason) {
+    if (m_plan.reconnectSeconds != 0) {
+        AwaitReturn();
+        return;
+    }
     if (++m_vainReconnections > kMaxVainReconnections) {
         Check(reason);
     }
@@ -129,18 +149,67 @@ void Grabber::Resume(const Zevrin::Error& reason) {
              std::to_string(m_outcome.frames));
 }
 
-/// Waits in slices, so that a request to stop is heard.
-Zevrin::Error Grabber::Next(Zevrin::Image* pImage) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(m_plan.timeoutMs);
+void Grabber::SetReconnectPolicy() {
+    if (m_plan.reconnectSeconds == 0) {
+        return;
+    }
+    Zevrin::ReconnectPolicy policy;
+    policy.limitMs = m_plan.reconnectSeconds * kMsPerSecond;
+    policy.userData = this;
+    policy.callback = [](const Zevrin::ReconnectReport* pReport) {
+        static_cast<const Grabber*>(pReport->userData)->ReportStep(*pReport);
+    };
+    Check(m_pCamera->SetReconnectPolicy(&policy));
+}
+
+void Grabber::AwaitReturn() {
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        const long long slice = std::clamp<long long>(left.count(), 0, kSliceMs);
-        const Zevrin::Error error = m_pCamera->WaitForBufferEvent(pImage, static_cast<unsigned int>(slice));
-        if (error != Zevrin::ERR_TIMEOUT || left.count() <= 0 || m_stop) {
-            return error;
+        const Zevrin::Error error = m_pCamera->WaitForReconnection(kSliceMs);
+        if (error == Zevrin::ERR_OK) {
+            m_numbers.Restart();
+            return;
+        }
+        if (m_stop) {
+            throw ToolFailure(kExitFailed, "stopped");
+        }
+        if (error != Zevrin::ERR_TIMEOUT) {
+            throw ToolFailure(kExitFailed, "the camera went away and did not come back within " +
+                                               std::to_string(m_plan.reconnectSeconds) + " s");
         }
     }
+}
+
+/// On a thread of the library. Failed tries are told by their number.
+void Grabber::ReportStep(const Zevrin::ReconnectReport& report) const {
+    std::string text;
+    switch (report.step) {
+        case Zevrin::RECONNECT_LOST:
+            text = "the connection was lost after frame " + std::to_string(m_frames);
+            break;
+        case Zevrin::RECONNECT_TRY_FAILED:
+            return;
+        case Zevrin::RECONNECT_CONNECTED:
+            text = "connected again, at try " + std::to_string(report.tries);
+            break;
+        case Zevrin::RECONNECT_RESTORED:
+            text = std::to_string(report.count) + " registers were put back";
+            if (report.error != Zevrin::ERR_OK) {
+                text += ", but not all: " + std::string(report.description);
+            }
+            break;
+        case Zevrin::RECONNECT_RESUMED:
+            text = "the stream runs again; this was its gap number " + std::to_string(report.count);
+            break;
+        case Zevrin::RECONNECT_DONE:
+            text = "the reconnection is done";
+            break;
+        case Zevrin::RECONNECT_GAVE_UP:
+            text = "given up after " + std::to_string(report.tries) + " tries: " + report.description;
+            break;
+    }
+    char seconds[16];
+    std::snprintf(seconds, sizeof seconds, "%.2f", report.elapsedMs / 1000.0);
+    Complain(NameOf(report.serialNumber) + ", " + seconds + " s: " + text);
 }
 
 void Grabber::Take(const Zevrin::Image& image) {

@@ -19,7 +19,8 @@ struct GrabPlan {
     unsigned int count = 10;        ///< frames
     unsigned int timeoutMs = 2000;  ///< for one frame
     unsigned int buffers = 10;
-    std::string folder;  ///< of the images; empty: none are written
+    std::string folder;                 ///< of the images; empty: none are written
+    unsigned int reconnectSeconds = 0;  ///< how long a camera that went away is waited for
 };
 
 /// What came of it.
@@ -52,7 +53,15 @@ class FrameNumbers {
     unsigned long long m_number = 0;
 };
 
-/// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again.
+/// Waits for the next image of a stream in slices, so that a request to stop is heard.
+Zevrin::Error WaitForImage(Zevrin::IidcCamera& camera, Zevrin::Image* pImage, unsigned int timeoutMs,
+                           const std::atomic<bool>& stop);
+
+/// Throws `ToolFailure` when waiting for an image ended with an error.
+void CheckImage(const Zevrin::Error& error, unsigned int timeoutMs);
+
+/// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again; so is
+/// the camera's absence when the plan says so, by the library's reconnect policy.
 class Grabber {
   public:
     Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera, const GrabPlan& plan);
@@ -77,7 +86,9 @@ class Grabber {
     void Grab();
     void StartStream();
     void Resume(const Zevrin::Error& reason);
-    Zevrin::Error Next(Zevrin::Image* pImage);
+    void SetReconnectPolicy();
+    void AwaitReturn();
+    void ReportStep(const Zevrin::ReconnectReport& report) const;
     void Take(const Zevrin::Image& image);
     void CountLosses();
 

@@ -1,5 +1,11 @@
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <memory>
 
 #include "CommandLine.h"
+#include "Interruption.h"
+#include "Numbers.h"
 #include "Output.h"
 #include "Session.h"
 #include "Tool.h"
@@ -7,6 +13,42 @@
 namespace ZevrinTool {
 
 namespace {
+
+constexpr unsigned int kMaxDurationMs = 86400000;
+constexpr std::chrono::milliseconds kLookInterval(1000);
+
+struct ListOptions {
+    bool watch = false;
+    unsigned int durationMs = 0;  ///< 0: no limit
+};
+
+void ShowChange(const Tool& tool, const Zevrin::CameraListing& camera, bool isPresent) {
+    if (tool.json) {
+        Json change = {{"change", isPresent ? "arrived" : "gone"}};
+        change.update(ToJson(camera));
+        PrintLine(change);
+        return;
+    }
+    std::cout << (isPresent ? "arrived  " : "gone     ") << camera.serialNumber << "  "
+              << Zevrin::GetInterfaceTypeName(camera.interfaceType) << "  " << camera.modelName << "  "
+              << camera.address << std::endl;
+}
+
+/// Networks tell of no change: they are looked at again and again. The library calls one at a time.
+void Watch(const Tool& tool, const ListOptions& options) {
+    using Clock = std::chrono::steady_clock;
+    Session session(tool);
+    CatchInterruptions();
+    session.Watch([&tool](const Zevrin::CameraListing& camera, bool isPresent) {
+        ShowChange(tool, camera, isPresent);
+    });
+    const auto end = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    do {
+        session.Rescan();
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+        WaitFor(options.durationMs != 0 ? std::min(left, kLookInterval) : kLookInterval);
+    } while (!IsInterrupted() && (options.durationMs == 0 || Clock::now() < end));
+}
 
 void List(const Tool& tool) {
     Session session(tool);
@@ -35,17 +77,30 @@ void List(const Tool& tool) {
     table.Print();
 }
 
-constexpr char kFooter[] = R"(Examples:
+constexpr char kFooter[] =
+    R"(With --watch, cameras that are there when it begins are told as arrived; with --json, each line is a document then.
+It ends when it is interrupted.
+
+Examples:
   zevrin list
   zevrin --simulate 4 list
   zevrin --json list
+  zevrin --simulate 2 list --watch --duration 500
 )";
 
 }  // namespace
 
 void AddListVerb(CLI::App& app, Tool& tool) {
     CLI::App* const pVerb = AddVerb(app, "list", "Lists the cameras that are there", kFooter);
-    pVerb->callback([&tool] { tool.run = [&tool] { List(tool); }; });
+    auto pOptions = std::make_shared<ListOptions>();
+    CLI::Option* const pWatch =
+        pVerb->add_flag("--watch", pOptions->watch, "Tells of cameras as they come and go");
+    AddNumber(*pVerb, "--duration", "<ms>", &pOptions->durationMs, {1, kMaxDurationMs, 1},
+              "Ends after this time in milliseconds, 1 to 86400000 (default: no limit)");
+    pVerb->get_option("--duration")->needs(pWatch);
+    pVerb->callback([&tool, pOptions] {
+        tool.run = [&tool, pOptions] { pOptions->watch ? Watch(tool, *pOptions) : List(tool); };
+    });
 }
 
 }  // namespace ZevrinTool

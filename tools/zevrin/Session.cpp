@@ -1,6 +1,7 @@
 #include "Session.h"
 
 #include <cstdlib>
+#include <set>
 
 namespace ZevrinTool {
 
@@ -52,6 +53,22 @@ std::vector<unsigned int> Session::Choose(const std::vector<unsigned int>& named
                           "a serial number is needed to tell the cameras apart; " + DescribeCameras());
     }
     return {cameras.front().serialNumber};
+}
+
+std::vector<unsigned int> Session::ChooseSeveral(const std::vector<unsigned int>& named) {
+    const std::set<unsigned int> distinct(named.begin(), named.end());
+    if (distinct.size() != named.size()) {
+        throw ToolFailure(kExitUsage, "a serial number is given twice");
+    }
+    return Choose(named);
+}
+
+std::vector<unsigned int> Session::ChooseAll() {
+    std::vector<unsigned int> all;
+    for (const Zevrin::CameraListing& camera : List()) {
+        all.push_back(camera.serialNumber);
+    }
+    return all.empty() ? Choose({}) : all;
 }
 
 boost::shared_ptr<Zevrin::IidcCamera> Session::Connect(unsigned int serialNumber) {

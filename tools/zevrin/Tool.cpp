@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <exception>
 #include <iostream>
 
 namespace ZevrinTool {
@@ -40,6 +41,17 @@ void Check(const Zevrin::Error& error, const std::string& what) {
         const std::string description = error.GetDescription();
         throw ToolFailure(ExitCodeOf(error), what.empty() ? description : what + ": " + description);
     }
+}
+
+WorkEnd RunToItsEnd(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const ToolFailure& failure) {
+        return {failure.exitCode, failure.what()};
+    } catch (const std::exception& problem) {
+        return {kExitFailed, problem.what()};
+    }
+    return WorkEnd();
 }
 
 std::string NameOf(unsigned int serialNumber) {

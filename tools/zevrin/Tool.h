@@ -32,6 +32,15 @@ ExitCode ExitCodeOf(const Zevrin::Error& error);
 /// Throws `ToolFailure` when `error` is one; `what` is put before its description.
 void Check(const Zevrin::Error& error, const std::string& what = std::string());
 
+/// How a piece of work ended.
+struct WorkEnd {
+    ExitCode exitCode = kExitGood;
+    std::string failure;  ///< why it ended early; empty when it did not
+};
+
+/// Runs the work of a thread, which nothing may be thrown out of.
+WorkEnd RunToItsEnd(const std::function<void()>& work);
+
 /// "camera 1001".
 std::string NameOf(unsigned int serialNumber);
 
@@ -58,6 +67,7 @@ void AddMemoryVerb(CLI::App& app, Tool& tool);
 void AddGpioVerb(CLI::App& app, Tool& tool);
 void AddEmbeddedVerb(CLI::App& app, Tool& tool);
 void AddStatsVerb(CLI::App& app, Tool& tool);
+void AddSyncVerb(CLI::App& app, Tool& tool);
 void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);

@@ -19,6 +19,7 @@ Exit codes: 0 good, 1 the operation failed, 2 usage, 3 no such camera, 4 time-ou
 Environment:
   ZEVRIN_SIMULATE    what --simulate says, for every program of the library
   ZEVRIN_TRANSPORTS  where to look for cameras, separated by commas: simulated, genicam (default: everywhere)
+  ZEVRIN_IIDC_BLOCK  where cameras have IIDC registers of their own: SERIAL=ADDRESS, separated by commas
   ZEVRIN_LOG         level of the library's log on standard error: off, error, warn, info, debug (default: off)
 
 Examples:
@@ -55,7 +56,7 @@ int Run(int argc, char** argv) {
     for (const auto pAdd :
          {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb, AddTriggerVerb, AddStrobeVerb,
           AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb,
-          AddFormatVerb, AddPlanVerb}) {
+          AddFormatVerb, AddSyncVerb, AddPlanVerb}) {
         pAdd(app, tool);
     }
     try {

@@ -1,5 +1,6 @@
 #include "KeepAssertions.h"
 // Before everything else.
+#include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 #include "BusMaster.h"
@@ -12,11 +13,22 @@
 #include "IidcCamera.h"
 #include "Info.h"
 #include "Iso.h"
+#include "Reconnector.h"
+#include "RememberingHardware.h"
+#include "SettingsMemory.h"
 #include "Singleton.h"
 
 namespace Zevrin {
 
-IidcCamera::IidcCamera() = default;
+IidcCamera::IidcCamera()
+    : m_pSettings(boost::make_shared<SettingsMemory>()),
+      m_pReconnector(std::make_unique<Reconnector>(Reconnector::Actions{
+          [this] { return !CheckGeneration(); },
+          [this] { Suspend(); },
+          [this](ReconnectSettings settings, const Reconnector::Actions::Tell& tell) {
+              return TryAgain(settings, tell);
+          },
+      })) {}
 
 IidcCamera::~IidcCamera() {
     GiveUp();
@@ -27,28 +39,14 @@ Error IidcCamera::Connect(unsigned int serialNumber) {
         return Failure(ERR_ALREADY_CONNECTED, "The object is connected to camera %u; disconnect it first.",
                        m_serialNumber);
     }
+    Error error = RequireOutsideOfReports();
+    if (error != ERR_OK) {
+        return error;
+    }
     GiveUp();
-
-    const SingletonHold<BusMaster> busMaster;
-    boost::shared_ptr<HardwareInterface> pHardware;
-    Error error = busMaster->AcquireHardware(serialNumber, &pHardware);
-    if (error != ERR_OK) {
-        return Wrap(error);
-    }
-    // Before the camera is opened: a bus reset from here on makes the connection stale, as it should.
-    const unsigned int generation = busMaster->GetGeneration(serialNumber);
-    error = pHardware->Open();
-    if (error != ERR_OK) {
-        return Wrap(error);
-    }
-    m_pHardware = pHardware;
-    const RegisterBases bases = pHardware->GetRegisterBases();
-    m_initialRegisterSpace = bases.initialRegisterSpace;
-    m_commandRegisters = bases.commandRegisters;
-    error = SetAllIO(pHardware, m_initialRegisterSpace, m_commandRegisters);
-    if (error == ERR_OK) {
-        error = m_pInfo->GetCameraInfo(&m_cameraInfo);
-    }
+    m_pSettings->Forget();
+    unsigned int generation = 0;
+    error = Attach(serialNumber, &generation);
     if (error != ERR_OK) {
         GiveUp();
         return Wrap(error);
@@ -56,12 +54,46 @@ Error IidcCamera::Connect(unsigned int serialNumber) {
     m_serialNumber = serialNumber;
     SetGeneration(generation);
     m_bConnected = true;
+    error = m_pReconnector->Start(serialNumber);
+    if (error != ERR_OK) {
+        GiveUp();
+        return Wrap(error);
+    }
     return Success();
+}
+
+/// Opens the camera and hands it to the components.
+Error IidcCamera::Attach(unsigned int serialNumber, unsigned int* pGeneration) {
+    const SingletonHold<BusMaster> busMaster;
+    boost::shared_ptr<HardwareInterface> pHardware;
+    Error error = busMaster->AcquireHardware(serialNumber, &pHardware);
+    if (error != ERR_OK) {
+        return error;
+    }
+    // Before the camera is opened: a bus reset from here on makes the connection stale, as it should.
+    *pGeneration = busMaster->GetGeneration(serialNumber);
+    error = pHardware->Open();
+    if (error != ERR_OK) {
+        return error;
+    }
+    m_pHardware = pHardware;
+    if (!m_pComponentHardware || m_pComponentHardware->GetHardware() != pHardware) {
+        m_pComponentHardware = boost::make_shared<RememberingHardware>(pHardware, m_pSettings);
+    }
+    const RegisterBases bases = pHardware->GetRegisterBases();
+    m_initialRegisterSpace = bases.initialRegisterSpace;
+    m_commandRegisters = bases.commandRegisters;
+    error = SetAllIO(m_pComponentHardware, m_initialRegisterSpace, m_commandRegisters);
+    return error == ERR_OK ? m_pInfo->GetCameraInfo(&m_cameraInfo) : error;
 }
 
 Error IidcCamera::Disconnect() {
     if (!IsConnected()) {
         return MakeError(ERR_NOT_CONNECTED, "Camera object is not connected to a camera.");
+    }
+    const Error error = RequireOutsideOfReports();
+    if (error != ERR_OK) {
+        return error;
     }
     GiveUp();
     return Success();
@@ -70,23 +102,39 @@ Error IidcCamera::Disconnect() {
 /// The serial number and the generation stay: operations say "not connected" from here on, not that the
 /// bus has changed.
 void IidcCamera::GiveUp() {
-    if (!m_pHardware) {
+    m_pReconnector->Stop();
+    if (!m_pHardware && !m_bConnected) {
         return;
     }
     m_pIso->StopForGood();               // no callback runs from here on
     m_pEventList->SetIO(nullptr, 0, 0);  // withdrawing the handle alone would leave the camera reporting
     const Error released = ReleaseAllIO();
     static_cast<void>(released);
-    m_pHardware->Close();
-    m_pHardware.reset();
+    CloseHardware();
     m_bConnected = false;
+}
+
+void IidcCamera::CloseHardware() {
+    if (m_pHardware) {
+        m_pHardware->Close();
+        m_pHardware.reset();
+    }
 }
 
 Error IidcCamera::StartCapture(ImageCallback callback, const void* pCallbackData) {
     return Wrapping(*this, [&] {
-        ZevrinConfig config;
-        const Error error = GetConfiguration(&config);
-        return error != ERR_OK ? error : m_pIso->StartCapture(config, callback, pCallbackData);
+        StreamStart start;
+        start.callback = callback;
+        start.pCallbackData = pCallbackData;
+        Error error = GetConfiguration(&start.config);
+        if (error == ERR_OK) {
+            error = m_pIso->StartCapture(start.config, callback, pCallbackData);
+        }
+        if (error == ERR_OK) {
+            boost::lock_guard<boost::mutex> lock(m_configMutex);
+            m_streamStart = start;
+        }
+        return error;
     });
 }
 

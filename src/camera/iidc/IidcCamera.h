@@ -2,16 +2,28 @@
 
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
+#include <functional>
+#include <memory>
 
 #include "CameraInternal.h"
 #include "zevrin/ImageFormat.h"
+#include "zevrin/Reconnection.h"
 
 namespace Zevrin {
+
+class Reconnector;
+class RememberingHardware;
+class SettingsMemory;
 
 /// The concrete camera for every register-mapped camera, whatever its transport.
 ///
 /// Keeps its configuration through disconnection, so that connecting again after a bus reset or a lost
-/// camera brings back how it streams. A stream is not resumed.
+/// camera brings back how it streams. With a reconnect policy it connects again by itself, puts back what was
+/// written, and resumes the stream.
+///
+/// How long a call can take: a camera of a network that falls silent is taken for lost within 1 s, with which
+/// every call that is under way ends; on other transports an access ends at once. A call that begins
+/// afterwards fails at once. Retrievals take as long as they are told to, or until the loss.
 class ZEVRIN_API IidcCamera : public CameraInternal {
   public:
     IidcCamera();
@@ -21,15 +33,39 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// Connects to the camera with this serial number. An object whose connection has gone stale (bus
     /// reset, camera lost) is disconnected first.
     /// Errors: ERR_ALREADY_CONNECTED, ERR_CAMERA_NOT_FOUND, ERR_CAMERA_LOST, ERR_ACCESS_DENIED,
-    /// ERR_TRANSPORT_FAILED; the object is disconnected then, save with the first.
+    /// ERR_TRANSPORT_FAILED; the object is disconnected then, save with the first. ERR_NOT_SUPPORTED, as with
+    /// `Disconnect`.
+    /// Takes up to a second for each network technology when the camera is to be looked for, and as long as
+    /// the camera takes to describe itself: some tenths of a second, as a rule. A camera that another program
+    /// controls and that does not say so takes 2.5 s to refuse.
     /// Threads: not beside any other operation on this object.
     Error Connect(unsigned int serialNumber) override;
 
     /// Stops the stream, if one runs, waits for its callback (unless called from within it), and gives the
-    /// camera up. Not guarded.
-    /// Errors: ERR_NOT_CONNECTED.
-    /// Threads: not beside any other operation on this object.
+    /// camera up. Not guarded. Of a lost camera nothing is waited for but an access, or a try to connect
+    /// again, that is under way. Errors: ERR_NOT_CONNECTED; ERR_NOT_SUPPORTED with a reconnect policy from
+    /// within an image callback or a report of the policy, for which it would wait. Threads: not beside any
+    /// other operation on this object.
     Error Disconnect() override;
+
+    /// What is done when the connection goes stale; null: nothing, which is the default. Applies at once, and
+    /// to later connections. Not guarded.
+    ///
+    /// A lost connection shows as without a policy: waiting retrievals end with ERR_CAMERA_LOST, and
+    /// operations fail with ERR_INVALID_GENERATION until it is made again. The stream then runs on with the
+    /// same counts; `Image::GetGaps` marks its images. A call that takes the policy away waits for a try that
+    /// is under way. Errors: ERR_VALUE_OUT_OF_RANGE (nothing is changed), ERR_FAILED (the system refuses a
+    /// thread), ERR_NOT_SUPPORTED, as with `Disconnect`. Threads: not beside `Connect`, `Disconnect` or
+    /// itself.
+    Error SetReconnectPolicy(const ReconnectPolicy* pPolicy);
+
+    /// Errors: ERR_INVALID_PARAMETER.
+    Error GetReconnectPolicy(ReconnectPolicy* pPolicy) const;
+
+    /// Waits, for at most `timeoutMs` milliseconds, until the connection holds: for whoever was told
+    /// ERR_CAMERA_LOST or ERR_INVALID_GENERATION and has a policy that makes it again.
+    /// Errors: ERR_NOT_CONNECTED, ERR_TIMEOUT, ERR_CAMERA_LOST (given up, or no policy).
+    Error WaitForReconnection(unsigned int timeoutMs);
 
     /// Starts the stream as configured.
     /// @param callback  called with each image; null: the one that `SetCallback` installed, if any.
@@ -67,16 +103,39 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error SetFormat7(const Format7Settings* pSettings);
 
   private:
+    /// With what a stream is resumed.
+    struct StreamStart {
+        ZevrinConfig config;
+        ImageCallback callback = nullptr;
+        const void* pCallbackData = nullptr;
+        unsigned int gaps = 0;  ///< until now
+    };
+
+    Error Attach(unsigned int serialNumber, unsigned int* pGeneration);
+    void CloseHardware();
     void GiveUp();
+    Error RequireOutsideOfReports() const;
+    void Suspend();
+    Error TryAgain(ReconnectSettings settings,
+                   const std::function<void(ReconnectStep, unsigned int, const Error&)>& tell);
+    Error Restore(unsigned int* pCount, Error* pRefusal);
+    Error ResumeStream(unsigned int* pGaps);
     template <typename Operation>
     Error SettingFormat(const Operation& operation);
 
-    boost::shared_ptr<HardwareInterface> m_pHardware;
+    const boost::shared_ptr<SettingsMemory> m_pSettings;
+    boost::shared_ptr<RememberingHardware> m_pComponentHardware;  // kept through an absence of the camera
+    boost::shared_ptr<HardwareInterface> m_pHardware;             // while it is open
 
-    boost::mutex m_configMutex;  // guards m_config
+    mutable boost::mutex m_configMutex;  // guards the two that follow
     ZevrinConfig m_config;
+    StreamStart m_streamStart;
 
     boost::mutex m_formatMutex;  // guards the camera's choice of format, which two components change
+
+    bool m_isStreamToResume = false;  // the reconnector's thread's own
+
+    std::unique_ptr<Reconnector> m_pReconnector;  // its thread ends before everything else
 };
 
 }  // namespace Zevrin

@@ -40,11 +40,6 @@ Error ReadBounded(GenicamDevice& device, const char* feature, long long max, lon
     return error;
 }
 
-/// Split, so that the product does not overflow.
-unsigned long long ToNanoseconds(unsigned long long ticks, unsigned long long frequency) {
-    return ticks / frequency * kNanosecondsPerSecond + ticks % frequency * kNanosecondsPerSecond / frequency;
-}
-
 Error ReadLatched(GenicamDevice& device, const Clock& clock, unsigned long long* pNanoseconds) {
     boost::lock_guard<boost::recursive_mutex> lock(device.GetAccessMutex());
     long long ticks = 0;
@@ -80,20 +75,29 @@ void ReadSize(GenicamDevice& device, const char* feature, unsigned int* pPixels)
 
 bool OffersColor(GenicamDevice& device) {
     bool isColor = false;
-    const Error error = device.Access(
-        ERR_TRANSPORT_FAILED, "Asking for pixel formats", [&](ArvDevice* pDevice, GError** ppReport) {
+    const Error error = device.Ask<bool>(
+        ERR_TRANSPORT_FAILED, "Asking for pixel formats",
+        [](ArvDevice* pDevice, GError** ppReport) {
+            bool hasColor = false;
             guint count = 0;
             gint64* const formats =
                 arv_device_dup_available_enumeration_feature_values(pDevice, "PixelFormat", &count, ppReport);
             for (guint index = 0; formats != nullptr && index < count; ++index) {
-                isColor = isColor || IsColor(static_cast<ArvPixelFormat>(formats[index]));
+                hasColor = hasColor || IsColor(static_cast<ArvPixelFormat>(formats[index]));
             }
             g_free(formats);
-        });
+            return hasColor;
+        },
+        &isColor);
     return error == ERR_OK && isColor;
 }
 
 }  // namespace
+
+/// Split, so that the product does not overflow.
+unsigned long long ToNanoseconds(unsigned long long ticks, unsigned long long frequency) {
+    return ticks / frequency * kNanosecondsPerSecond + ticks % frequency * kNanosecondsPerSecond / frequency;
+}
 
 Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
     boost::lock_guard<boost::recursive_mutex> lock(device.GetAccessMutex());
@@ -135,9 +139,20 @@ void ReadIdentity(GenicamDevice& device, CameraIdentity* pIdentity) {
     ReadText(device, "DeviceVersion", &pIdentity->firmwareVersion);
     ReadText(device, "DeviceFirmwareVersion", &pIdentity->firmwareVersion);
     ReadText(device, "SensorName", &pIdentity->sensorInfo);
+    ReadSize(device, "WidthMax", &pIdentity->sensorWidth);  // as far as nothing better is told
+    ReadSize(device, "HeightMax", &pIdentity->sensorHeight);
     ReadSize(device, "SensorWidth", &pIdentity->sensorWidth);
     ReadSize(device, "SensorHeight", &pIdentity->sensorHeight);
     pIdentity->isColor = OffersColor(device);
+}
+
+Error ReadTickFrequency(GenicamDevice& device, unsigned long long* pFrequency) {
+    return device.Ask<unsigned long long>(
+        ERR_TRANSPORT_FAILED, "Asking for the clock's frequency",
+        [](ArvDevice* pDevice, GError** ppReport) {
+            return arv_gv_device_get_timestamp_tick_frequency(ARV_GV_DEVICE(pDevice), ppReport);
+        },
+        pFrequency);
 }
 
 Error ReadClock(GenicamDevice& device, unsigned long long* pNanoseconds) {

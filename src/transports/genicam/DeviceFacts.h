@@ -14,6 +14,13 @@ Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat);
 /// Adds what only an opened device tells; a feature that the device lacks leaves its field alone.
 void ReadIdentity(GenicamDevice& device, CameraIdentity* pIdentity);
 
+/// @param frequency  ticks per second, 1 to 10^10
+unsigned long long ToNanoseconds(unsigned long long ticks, unsigned long long frequency);
+
+/// Ticks per second of a GigE Vision device's clock; 0: it has none.
+/// Errors: the device's.
+Error ReadTickFrequency(GenicamDevice& device, unsigned long long* pFrequency);
+
 /// Nanoseconds of the device's own clock.
 /// Errors: ERR_FEATURE_ABSENT (it has none that can be read, or it stands still), the device's.
 Error ReadClock(GenicamDevice& device, unsigned long long* pNanoseconds);

@@ -13,14 +13,17 @@ constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
 constexpr guint64 kNanosecondsPerMicrosecond = 1000;
 constexpr guint64 kBitsPerByte = 8;
 
-/// The time of arrival by the host's clock, and the cycle time by the camera's.
+/// The time of arrival by the host's clock, and the cycle time by the camera's; of a camera without a clock,
+/// by the host's. There is a stamp in any case: never are pixels to be taken for one.
 void SetTimeStamp(ArvBuffer* pBuffer, FrameInfo* pInfo) {
-    const guint64 cameraTime = arv_buffer_get_timestamp(pBuffer);
-    if (cameraTime == 0) {
-        return;  // a camera without a clock
+    pInfo->hasTimeStamp = true;
+    if (!HasLeader(pBuffer)) {
+        pInfo->timeStamp = GetHostTime();
+        return;
     }
     const guint64 hostTime = arv_buffer_get_system_timestamp(pBuffer);
-    pInfo->hasTimeStamp = true;
+    const guint64 ownTime = arv_buffer_get_timestamp(pBuffer);
+    const guint64 cameraTime = ownTime != 0 ? ownTime : hostTime;
     pInfo->timeStamp.seconds = static_cast<long long>(hostTime / kNanosecondsPerSecond);
     pInfo->timeStamp.microSeconds =
         static_cast<unsigned int>(hostTime % kNanosecondsPerSecond / kNanosecondsPerMicrosecond);

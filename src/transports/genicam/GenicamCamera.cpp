@@ -13,7 +13,7 @@
 #include "GenicamDevice.h"
 #include "GenicamStream.h"
 #include "LossReporter.h"
-#include "RegisterView.h"
+#include "RegisterAccess.h"
 
 namespace Zevrin {
 
@@ -77,7 +77,7 @@ CameraIdentity GenicamCamera::GetIdentity() const {
 }
 
 RegisterBases GenicamCamera::GetRegisterBases() const {
-    return RegisterView::GetBases();
+    return RegisterAccess::GetBases();
 }
 
 /// A camera that does not answer is reported as lost, so that it is looked for before the next try.
@@ -137,12 +137,18 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         }
         return error;
     }
-    session.pView = boost::make_shared<RegisterView>(session.pDevice, [pWeak] {
-        const auto pThis = pWeak.lock();
-        if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
-            pStream->ExpectRestart();
-        }
-    });
+    error = OpenRegisters(
+        session.pDevice, identity.serialNumber,
+        [pWeak] {
+            const auto pThis = pWeak.lock();
+            if (const auto pStream = pThis ? pThis->GetStream() : nullptr) {
+                pStream->ExpectRestart();
+            }
+        },
+        &session.pView);
+    if (error != ERR_OK) {
+        return error;
+    }
     ReadIdentity(*session.pDevice, &identity);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
@@ -151,6 +157,7 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         m_isLost = false;
         ++m_openCount;
     }
+    m_events.Begin(session.pDevice);
     if (session.pDevice->IsLost()) {
         report();  // it was lost before it could be found here
     }
@@ -171,18 +178,7 @@ void GenicamCamera::Close() {
         boost::lock_guard<boost::mutex> streamLock(m_streamMutex);
         EndStream();
     }
-    if (session.pDevice && session.pDevice->IsLost()) {
-        End(std::move(session), nullptr);
-    }
-}
-
-/// Gives a device that does not answer a thread to end on.
-void GenicamCamera::End(Session session, boost::shared_ptr<GenicamStream> pStream) {
-    m_pReporter->GetEndings().Post([session, pStream] {
-        if (pStream) {
-            pStream->Stop();
-        }
-    });
+    m_events.End();
 }
 
 /// First the report, so that whoever is woken finds the generation raised.
@@ -202,8 +198,10 @@ void GenicamCamera::HandleLoss() {
     ReportLoss();
     if (pStream) {
         pStream->Fail(GenicamDevice::MakeLostError());
+        pStream->BeginStop();
     }
-    End(std::move(session), std::move(pStream));
+    m_events.End();
+    session.pDevice->End();  // a stream that nobody stops would keep it
 }
 
 Error GenicamCamera::RequireSession(Session* pSession) const {
@@ -361,6 +359,25 @@ void GenicamCamera::EndStream() {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_endedStreams = Sum(m_endedStreams, counters);
     m_pStream.reset();
+}
+
+Error GenicamCamera::GetEventNames(std::vector<std::string>* pNames) {
+    Session session;
+    const Error error = RequireSession(&session);
+    return error == ERR_OK ? DeviceEvents::GetNames(*session.pDevice, pNames) : error;
+}
+
+boost::shared_ptr<GenicamDevice> GenicamCamera::GetDevice() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_session.pDevice;
+}
+
+Error GenicamCamera::SetEventSink(EventSink* pSink) {
+    return m_events.SetSink(GetDevice(), pSink);
+}
+
+Error GenicamCamera::SetEventNotification(const std::string& name, bool on) {
+    return m_events.SetNotification(GetDevice(), name, on);
 }
 
 StreamCounters GenicamCamera::GetStreamCounters() const {

@@ -5,6 +5,7 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "DeviceEvents.h"
 #include "DeviceListing.h"
 #include "HardwareInterface.h"
 
@@ -13,7 +14,7 @@ namespace Zevrin {
 class GenicamDevice;
 class GenicamStream;
 class LossReporter;
-class RegisterView;
+class RegisterAccess;
 
 /// A GigE Vision or USB3 Vision camera, present or away.
 class GenicamCamera : public HardwareInterface, public boost::enable_shared_from_this<GenicamCamera> {
@@ -44,26 +45,31 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override;
     void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override;
     StreamCounters GetStreamCounters() const override;
+    Error GetEventNames(std::vector<std::string>* pNames) override;
+    Error SetEventSink(EventSink* pSink) override;
+    Error SetEventNotification(const std::string& name, bool on) override;
 
   private:
     /// What there is while the camera is under control.
     struct Session {
         boost::shared_ptr<GenicamDevice> pDevice;
-        boost::shared_ptr<RegisterView> pView;
+        boost::shared_ptr<RegisterAccess> pView;
     };
 
     Error OpenSession(bool* pIsToBeReported);
     void ReportLoss();
     Error RequireSession(Session* pSession) const;
     boost::shared_ptr<GenicamStream> GetStream() const;
+    boost::shared_ptr<GenicamDevice> GetDevice() const;
     void EndStream();
     void HandleLoss();
-    void End(Session session, boost::shared_ptr<GenicamStream> pStream);
 
     const boost::shared_ptr<LossReporter> m_pReporter;
 
     boost::mutex m_openMutex;    // one opening or closing at a time
     boost::mutex m_streamMutex;  // one start or stop of a stream at a time
+
+    DeviceEvents m_events;
 
     mutable boost::mutex m_mutex;  // guards what follows; never held while anything else is called
     DeviceListing m_listing;

@@ -7,6 +7,7 @@
 #include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstring>
 #include <memory>
@@ -14,8 +15,13 @@
 #include <vector>
 
 #include "AravisError.h"
+#include "CallThread.h"
+#include "ControlProbe.h"
+#include "ControlWatch.h"
 #include "Failure.h"
 #include "FormatText.h"
+#include "GObjectHandle.h"
+#include "Gvcp.h"
 
 namespace Zevrin {
 
@@ -25,21 +31,23 @@ namespace {
 constexpr guint64 kPhysicalIdAddress = 0x0008;  // 16 bits of the MAC address, then 32
 constexpr guint64 kSerialNumberAddress = 0x00D8;
 constexpr unsigned int kSerialNumberSize = 16;
-constexpr guint64 kControlPrivilegeAddress = 0x0A00;
-constexpr unsigned int kControlledMask = 0x3;  // control access or exclusive access is granted
 
+constexpr auto kQuadletSize = static_cast<unsigned int>(sizeof(unsigned int));
 constexpr unsigned int kMaxQuadletsOfRun = 128;  // GVCP carries at most 540 bytes, address included
 
 constexpr boost::chrono::seconds kLongestSignal(10);
 
-/// GigE Vision devices are opened by address: by their id Aravis would look for them again, for a second.
-const std::string& GetOpeningName(const DeviceListing& listing) {
-    return listing.interfaceType == INTERFACE_GIGE ? listing.address : listing.id;
+/// GigE Vision devices are opened by address, which leaves the list of devices alone: a silent one is not
+/// waited for by others. By their id Aravis would look for them again, for a second.
+ArvDevice* OpenByAddress(const std::string& ownAddress, const std::string& address, GError** ppReport) {
+    const GObjectHandle<GInetAddress> pOwn(g_inet_address_new_from_string(ownAddress.c_str()));
+    const GObjectHandle<GInetAddress> pDevice(g_inet_address_new_from_string(address.c_str()));
+    return arv_gv_device_new(pOwn.get(), pDevice.get(), ppReport);
 }
 
-GObjectHandle<ArvDevice> OpenByName(const std::string& name, AravisError* pError) {
+ArvDevice* OpenById(const std::string& id, GError** ppReport) {
     boost::lock_guard<boost::mutex> lock(GetDeviceListMutex());
-    return GObjectHandle<ArvDevice>(arv_open_device(name.c_str(), pError->Out()));
+    return arv_open_device(id.c_str(), ppReport);
 }
 
 /// The MAC address, in the form in which Aravis lists it, also for the serial number of a device that has
@@ -67,221 +75,338 @@ Error CheckSerialNumber(ArvDevice* pDevice, const DeviceListing& listing) {
     return Error();
 }
 
-/// Aravis opens a device that it may only read from, too.
+/// Aravis opens a device that it may only read from, too. The privilege is not read to find out: some devices
+/// take that for the heartbeat of a program that has died.
 Error CheckControl(ArvDevice* pDevice, const DeviceListing& listing) {
     if (arv_gv_device_is_controller(ARV_GV_DEVICE(pDevice))) {
         return Error();
     }
     AravisError error;
-    guint32 privilege = 0;
-    arv_device_read_register(pDevice, kControlPrivilegeAddress, &privilege, error.Out());
+    guint32 version = 0;
+    arv_device_read_register(pDevice, GvcpRegister::kVersion, &version, error.Out());
     if (error.IsSet()) {
         return Failure(error.GetType(ERR_TRANSPORT_FAILED), "The camera at %s does not answer: %s.",
                        Printable(listing.address).c_str(), error.GetText().c_str());
     }
-    if ((privilege & kControlledMask) != 0) {
-        return Failure(ERR_ACCESS_DENIED, "Another program controls the camera at %s.",
-                       Printable(listing.address).c_str());
-    }
-    return Failure(ERR_TRANSPORT_FAILED, "The camera at %s does not grant control.",
+    return Failure(ERR_ACCESS_DENIED, "Another program controls the camera at %s.",
                    Printable(listing.address).c_str());
-}
-
-}  // namespace
-
-boost::mutex GenicamDevice::m_lossMutex;
-
-Error GenicamDevice::Open(const DeviceListing& listing, std::function<void()> onLost,
-                          boost::shared_ptr<GenicamDevice>* ppDevice) {
-    AravisError report;
-    GObjectHandle<ArvDevice> pDevice = OpenByName(GetOpeningName(listing), &report);
-    if (!pDevice) {
-        const ErrorType type = report.GetType(ERR_TRANSPORT_FAILED);
-        return Failure(type == ERR_TIMEOUT ? ERR_CAMERA_LOST : type, "The camera at %s cannot be opened: %s.",
-                       Printable(listing.address).c_str(), report.GetText().c_str());
-    }
-    if (ARV_IS_GV_DEVICE(pDevice.get())) {
-        Error error = CheckSerialNumber(pDevice.get(), listing);
-        if (error == ERR_OK) {
-            error = CheckControl(pDevice.get(), listing);
-        }
-        if (error != ERR_OK) {
-            return error;
-        }
-    }
-    *ppDevice = boost::make_shared<GenicamDevice>(std::move(pDevice));
-    (*ppDevice)->WatchControl(std::move(onLost));
-    return Error();
-}
-
-GenicamDevice::GenicamDevice(GObjectHandle<ArvDevice> pDevice)
-    : m_pDevice(std::move(pDevice)),
-      m_isGigE(ARV_IS_GV_DEVICE(m_pDevice.get())),
-      m_pWatch(boost::make_shared<Watch>()) {}
-
-GenicamDevice::~GenicamDevice() {
-    if (m_signalHandler != 0) {
-        g_signal_handler_disconnect(m_pDevice.get(), m_signalHandler);
-    }
-    WaitForSoleReference();
-    {
-        boost::lock_guard<boost::mutex> lock(m_lossMutex);
-        m_pWatch->hasDeviceEnded = true;
-    }
-    m_pDevice.reset();
 }
 
 /// A thread that is telling of a loss has a reference for as long as it tells. Were that the last one, the
 /// device would end on that thread, which it waits for.
-void GenicamDevice::WaitForSoleReference() const {
+void WaitForSoleReference(ArvDevice* pDevice) {
     const auto deadline = boost::chrono::steady_clock::now() + kLongestSignal;
-    while (g_atomic_int_get(&G_OBJECT(m_pDevice.get())->ref_count) > 1 &&
+    while (g_atomic_int_get(&G_OBJECT(pDevice)->ref_count) > 1 &&
            boost::chrono::steady_clock::now() < deadline) {
         boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
     }
 }
 
-void GenicamDevice::WatchControl(std::function<void()> onLost) {
-    WatchHandle* pHandle = nullptr;
+/// Guards what was made for all devices' losses. It is there before any thread of Aravis, as a device's own
+/// would not be, and stays: a lost device's thread may outlive everything else.
+boost::mutex& GetLossMutex() {
+    static auto* const pMutex = std::make_unique<boost::mutex>().release();
+    return *pMutex;
+}
+
+/// The memory of GigE Vision is big-endian, that of USB3 Vision little-endian.
+void SwapToHost(bool isGigE, std::vector<unsigned int>* pValues) {
+    std::transform(pValues->begin(), pValues->end(), pValues->begin(),
+                   [isGigE](unsigned int value) { return isGigE ? htobe32(value) : htole32(value); });
+}
+
+/// Calls `access(address, values, count)` for as many quadlets at a time as a packet carries.
+template <typename Pointer, typename RunAccess>
+Error InRuns(unsigned int address, Pointer pValues, unsigned int count, const RunAccess& access) {
+    Error error;
+    for (unsigned int done = 0; done < count && error == ERR_OK;) {
+        const unsigned int length = std::min(count - done, kMaxQuadletsOfRun);
+        error = access(address + done * kQuadletSize, pValues + done, length);
+        done += length;
+    }
+    return error;
+}
+
+}  // namespace
+
+struct GenicamDevice::Loss {
+    std::function<void()> onLost;
+    std::atomic<bool> isLost{false};
+    bool hasDeviceEnded = false;
+    CallThread calls;
+};
+
+Error GenicamDevice::Open(const DeviceListing& listing, std::function<void()> onLost,
+                          boost::shared_ptr<GenicamDevice>* ppDevice) {
+    boost::shared_ptr<GenicamDevice> pDevice;
+    Error error;
+    try {
+        pDevice = boost::make_shared<GenicamDevice>(listing);
+        error = pDevice->OpenDevice();
+    } catch (const boost::thread_resource_error&) {
+        return Failure(ERR_TRANSPORT_FAILED, "The system refuses a thread for the camera at %s.",
+                       Printable(listing.address).c_str());
+    }
+    if (error == ERR_OK) {
+        pDevice->WatchControl(std::move(onLost));
+        *ppDevice = std::move(pDevice);
+    }
+    return error;
+}
+
+GenicamDevice::GenicamDevice(const DeviceListing& listing)
+    : m_listing(listing), m_pLoss(boost::make_shared<Loss>()) {}
+
+GenicamDevice::~GenicamDevice() {
+    End();
+    m_pWatch.reset();
+}
+
+/// The watch goes on meanwhile: it sees to it that a device which falls silent now is not waited for.
+void GenicamDevice::End() {
+    if (m_pDevice == nullptr || m_hasEnded.exchange(true)) {
+        return;
+    }
+    // The job holds the thread that it runs on, whose object must not end there while others wait.
+    m_pLoss->calls.Run([pDevice = m_pDevice, handler = m_signalHandler, pLoss = m_pLoss] {
+        EndDevice(pDevice, handler, pLoss);
+    });
+}
+
+void GenicamDevice::EndDevice(ArvDevice* pDevice, gulong signalHandler, const LossHandle& pLoss) {
+    if (signalHandler != 0) {
+        g_signal_handler_disconnect(pDevice, signalHandler);
+    }
+    WaitForSoleReference(pDevice);
     {
-        boost::lock_guard<boost::mutex> lock(m_lossMutex);
-        m_pWatch->onLost = std::move(onLost);
-        pHandle =
-            std::make_unique<WatchHandle>(m_pWatch).release();  // the connection's own, which it deletes
+        boost::lock_guard<boost::mutex> lock(GetLossMutex());
+        pLoss->hasDeviceEnded = true;
+    }
+    g_object_unref(pDevice);
+}
+
+/// The device is asked beforehand, since Aravis takes many seconds to find that there is none.
+Error GenicamDevice::OpenDevice() {
+    std::function<ArvDevice*(GError**)> open = [id = m_listing.id](GError** ppReport) {
+        return OpenById(id, ppReport);
+    };
+    if (IsGigE()) {
+        ControlProbe probe(m_listing.address);
+        if (!probe.Finds()) {
+            return Failure(ERR_CAMERA_LOST, "The camera at %s does not answer.",
+                           Printable(m_listing.address).c_str());
+        }
+        m_pWatch = std::make_unique<ControlWatch>(m_listing.address, [pLoss = m_pLoss] { Notice(pLoss); });
+        open = [own = probe.GetOwnAddress(), address = m_listing.address](GError** ppReport) {
+            return OpenByAddress(own, address, ppReport);
+        };
+    }
+    struct Answer {
+        GObjectHandle<ArvDevice> pDevice;
+        AravisError report;
+        Error error;
+    };
+    const auto pAnswer = boost::make_shared<Answer>();
+    const bool isDone = m_pLoss->calls.Run([pAnswer, open, listing = m_listing] {
+        pAnswer->pDevice.reset(open(pAnswer->report.Out()));
+        if (pAnswer->pDevice && ARV_IS_GV_DEVICE(pAnswer->pDevice.get())) {
+            pAnswer->error = CheckSerialNumber(pAnswer->pDevice.get(), listing);
+            if (pAnswer->error == ERR_OK) {
+                pAnswer->error = CheckControl(pAnswer->pDevice.get(), listing);
+            }
+        }
+    });
+    if (!isDone) {
+        return MakeLostError();
+    }
+    if (!pAnswer->pDevice) {
+        const ErrorType type = pAnswer->report.GetType(ERR_TRANSPORT_FAILED);
+        return Failure(type == ERR_TIMEOUT ? ERR_CAMERA_LOST : type, "The camera at %s cannot be opened: %s.",
+                       Printable(m_listing.address).c_str(), pAnswer->report.GetText().c_str());
+    }
+    m_pDevice = pAnswer->pDevice.release();
+    return pAnswer->error;
+}
+
+std::string GenicamDevice::GetOwnAddress() const {
+    return IsGigE() ? ControlProbe(m_listing.address).GetOwnAddress() : std::string();
+}
+
+void GenicamDevice::WatchControl(std::function<void()> onLost) {
+    LossHandle* pHandle = nullptr;
+    {
+        boost::lock_guard<boost::mutex> lock(GetLossMutex());
+        m_pLoss->onLost = std::move(onLost);
+        pHandle = std::make_unique<LossHandle>(m_pLoss).release();  // the connection's own, which it deletes
     }
     m_signalHandler = g_signal_connect_data(
-        m_pDevice.get(), "control-lost", G_CALLBACK(&GenicamDevice::OnControlLost), pHandle,
-        [](gpointer pData, GClosure*) { delete static_cast<WatchHandle*>(pData); }, GConnectFlags{});
-    if (ARV_IS_GV_DEVICE(m_pDevice.get()) && !arv_gv_device_is_controller(ARV_GV_DEVICE(m_pDevice.get()))) {
-        OnControlLost(m_pDevice.get(), pHandle);  // before anyone listened
+        m_pDevice, "control-lost", G_CALLBACK(&GenicamDevice::OnControlLost), pHandle,
+        [](gpointer pData, GClosure*) { delete static_cast<LossHandle*>(pData); }, GConnectFlags{});
+    // It may have been lost before anyone listened.
+    if (IsLost() || (ARV_IS_GV_DEVICE(m_pDevice) && !arv_gv_device_is_controller(ARV_GV_DEVICE(m_pDevice)))) {
+        Notice(m_pLoss);
     }
 }
 
 void GenicamDevice::OnControlLost(ArvDevice* pDevice, gpointer pData) {
-    std::function<void()> onLost;
+    LossHandle pLoss;
     {
-        boost::lock_guard<boost::mutex> lock(m_lossMutex);
-        const WatchHandle pWatch = *static_cast<WatchHandle*>(pData);
-        if (pWatch->hasDeviceEnded) {
+        boost::lock_guard<boost::mutex> lock(GetLossMutex());
+        pLoss = *static_cast<LossHandle*>(pData);
+        if (pLoss->hasDeviceEnded) {
             // GLib took its reference too late to keep the device, whose end waits for this thread; giving it
             // back must not end the device once more.
             g_object_ref(pDevice);
             return;
         }
-        pWatch->isLost = true;
-        onLost.swap(pWatch->onLost);
     }
+    Notice(pLoss);
+}
+
+void GenicamDevice::Notice(const LossHandle& pLoss) {
+    std::function<void()> onLost;
+    {
+        boost::lock_guard<boost::mutex> lock(GetLossMutex());
+        pLoss->isLost = true;
+        onLost.swap(pLoss->onLost);
+    }
+    pLoss->calls.LetGo();
     if (onLost) {
         onLost();
     }
+}
+
+bool GenicamDevice::IsLost() const {
+    return m_pLoss->isLost;
 }
 
 Error GenicamDevice::MakeLostError() {
     return Failure(ERR_CAMERA_LOST, "The camera has gone away, or another program has taken it over.");
 }
 
-Error GenicamDevice::Access(ErrorType otherwise, const char* what,
-                            const std::function<void(ArvDevice*, GError**)>& call) {
+Error GenicamDevice::Access(ErrorType otherwise, const std::string& what, Call call) {
     if (IsLost()) {
-        return MakeLostError();  // without waiting for an access that will time out
+        return MakeLostError();  // without waiting for an access that hangs
     }
     boost::lock_guard<boost::recursive_mutex> lock(m_accessMutex);
-    if (IsLost()) {
-        return MakeLostError();
-    }
-    AravisError report;
-    call(m_pDevice.get(), report.Out());
-    if (!report.IsSet()) {
-        return Error();
-    }
-    if (IsLost()) {
-        return MakeLostError();
-    }
-    return Failure(report.GetType(otherwise), "%s failed: %s.", what, report.GetText().c_str());
+    return IsLost() ? MakeLostError() : RunCall(otherwise, what, std::move(call));
 }
 
-Error GenicamDevice::AccessFeature(const char* feature,
-                                   const std::function<void(ArvDevice*, GError**)>& call) {
-    return Access(ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature).c_str(), call);
+Error GenicamDevice::RunCall(ErrorType otherwise, const std::string& what, Call call) {
+    const auto pReport = boost::make_shared<AravisError>();
+    const bool isDone = m_pLoss->calls.Run(
+        [pReport, pDevice = m_pDevice, call = std::move(call)] { call(pDevice, pReport->Out()); });
+    if (!isDone || (pReport->IsSet() && IsLost())) {
+        return MakeLostError();
+    }
+    if (!pReport->IsSet()) {
+        return Error();
+    }
+    return Failure(pReport->GetType(otherwise), "%s failed: %s.", what.c_str(), pReport->GetText().c_str());
+}
+
+/// Posted, so that accesses under way have ended; features are not made for threads.
+bool GenicamDevice::EndStream(ArvStream* pStream) {
+    return m_pLoss->calls.Run([pStream] { g_object_unref(pStream); });
+}
+
+Error GenicamDevice::AccessFeature(const char* feature, FeatureCall<void> call) {
+    return Access(ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature),
+                  [call = std::move(call), name = std::string(feature)](
+                      ArvDevice* pDevice, GError** ppReport) { call(pDevice, name.c_str(), ppReport); });
+}
+
+template <typename T>
+Error GenicamDevice::AskFeature(const char* feature, FeatureCall<T> call, T* pResult) {
+    const auto pValue = boost::make_shared<T>();
+    const Error error = AccessFeature(
+        feature, [call = std::move(call), pValue](ArvDevice* pDevice, const char* name, GError** ppReport) {
+            *pValue = call(pDevice, name, ppReport);
+        });
+    if (error == ERR_OK) {
+        *pResult = std::move(*pValue);
+    }
+    return error;
 }
 
 bool GenicamDevice::Offers(const char* feature) {
     gboolean isOffered = FALSE;
-    const Error error = AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
-        isOffered = arv_device_is_feature_available(pDevice, feature, ppReport);
-    });
+    const Error error = AskFeature<gboolean>(feature, arv_device_is_feature_available, &isOffered);
     return error == ERR_OK && isOffered;
 }
 
 Error GenicamDevice::Execute(const char* feature) {
-    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
-        arv_device_execute_command(pDevice, feature, ppReport);
-    });
+    return AccessFeature(feature, arv_device_execute_command);
 }
 
 Error GenicamDevice::GetInteger(const char* feature, long long* pValue) {
-    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
-        *pValue = arv_device_get_integer_feature_value(pDevice, feature, ppReport);
-    });
+    return AskFeature<long long>(feature, arv_device_get_integer_feature_value, pValue);
 }
 
 Error GenicamDevice::SetInteger(const char* feature, long long value) {
-    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
-        arv_device_set_integer_feature_value(pDevice, feature, value, ppReport);
+    return AccessFeature(feature, [value](ArvDevice* pDevice, const char* name, GError** ppReport) {
+        arv_device_set_integer_feature_value(pDevice, name, value, ppReport);
     });
 }
 
 Error GenicamDevice::GetText(const char* feature, std::string* pText) {
-    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
-        *pText = BoundedText(arv_device_get_string_feature_value(pDevice, feature, ppReport));
-    });
+    return AskFeature<std::string>(
+        feature,
+        [](ArvDevice* pDevice, const char* name, GError** ppReport) {
+            return BoundedText(arv_device_get_string_feature_value(pDevice, name, ppReport));
+        },
+        pText);
 }
 
 Error GenicamDevice::SetText(const char* feature, const char* text) {
-    return AccessFeature(feature, [&](ArvDevice* pDevice, GError** ppReport) {
-        arv_device_set_string_feature_value(pDevice, feature, text, ppReport);
+    return AccessFeature(
+        feature, [value = std::string(text)](ArvDevice* pDevice, const char* name, GError** ppReport) {
+            arv_device_set_string_feature_value(pDevice, name, value.c_str(), ppReport);
+        });
+}
+
+// Single quadlets go as registers, which every device has; runs go as memory, in its own byte order.
+
+Error GenicamDevice::ReadMemory(unsigned int address, unsigned int* pValues, unsigned int count) {
+    using Values = std::vector<unsigned int>;
+    return InRuns(address, pValues, count, [&](unsigned int start, unsigned int* pRun, unsigned int length) {
+        Values values;
+        const Error error = Ask<Values>(
+            ERR_READ_REGISTER_FAILED,
+            FormatText("Reading device memory at 0x%08X (%u bytes)", start, length * kQuadletSize),
+            [start, length, isGigE = IsGigE()](ArvDevice* pDevice, GError** ppReport) {
+                Values read(length);
+                if (length == 1) {
+                    arv_device_read_register(pDevice, start, read.data(), ppReport);
+                } else if (arv_device_read_memory(pDevice, start, length * kQuadletSize, read.data(),
+                                                  ppReport)) {
+                    SwapToHost(isGigE, &read);
+                }
+                return read;
+            },
+            &values);
+        std::copy(values.begin(), values.end(), pRun);
+        return error;
     });
 }
 
-Error GenicamDevice::ReadMemory(unsigned int address, unsigned int* pValues, unsigned int count) {
-    return AccessMemory(false, address, pValues, count);
-}
-
 Error GenicamDevice::WriteMemory(unsigned int address, const unsigned int* pValues, unsigned int count) {
-    std::vector<unsigned int> values(pValues, pValues + count);
-    return AccessMemory(true, address, values.data(), count);
-}
-
-/// Single quadlets go as registers, which every device has; runs go as memory, in its own byte order.
-Error GenicamDevice::AccessMemory(bool write, unsigned int address, unsigned int* pValues,
-                                  unsigned int count) {
-    const ErrorType otherwise = write ? ERR_WRITE_REGISTER_FAILED : ERR_READ_REGISTER_FAILED;
-    // The memory of GigE Vision is big-endian, that of USB3 Vision little-endian.
-    const auto swap = [this](unsigned int value) { return m_isGigE ? htobe32(value) : htole32(value); };
-    Error error;
-    for (unsigned int done = 0; done < count && error == ERR_OK;) {
-        const unsigned int length = std::min(count - done, kMaxQuadletsOfRun);
-        const unsigned int start = address + done * static_cast<unsigned int>(sizeof(unsigned int));
-        const guint32 size = length * static_cast<guint32>(sizeof(unsigned int));
-        unsigned int* const pRun = pValues + done;
-        const std::string what =
-            FormatText("%s device memory at 0x%08X (%u bytes)", write ? "Writing" : "Reading", start, size);
-        error = Access(otherwise, what.c_str(), [&](ArvDevice* pDevice, GError** ppReport) {
-            if (length == 1) {
-                write ? arv_device_write_register(pDevice, start, *pRun, ppReport)
-                      : arv_device_read_register(pDevice, start, pRun, ppReport);
-                return;
+    return InRuns(
+        address, pValues, count, [&](unsigned int start, const unsigned int* pRun, unsigned int length) {
+            std::vector<unsigned int> values(pRun, pRun + length);
+            if (length > 1) {
+                SwapToHost(IsGigE(), &values);
             }
-            if (write) {
-                std::transform(pRun, pRun + length, pRun, swap);
-                arv_device_write_memory(pDevice, start, size, pRun, ppReport);
-            } else if (arv_device_read_memory(pDevice, start, size, pRun, ppReport)) {
-                std::transform(pRun, pRun + length, pRun, swap);
-            }
+            return Access(
+                ERR_WRITE_REGISTER_FAILED,
+                FormatText("Writing device memory at 0x%08X (%u bytes)", start, length * kQuadletSize),
+                [start, values](ArvDevice* pDevice, GError** ppReport) mutable {
+                    const auto size = static_cast<guint32>(values.size() * kQuadletSize);
+                    values.size() == 1
+                        ? arv_device_write_register(pDevice, start, values.front(), ppReport)
+                        : arv_device_write_memory(pDevice, start, size, values.data(), ppReport);
+                });
         });
-        done += length;
-    }
-    return error;
 }
 
 }  // namespace Zevrin

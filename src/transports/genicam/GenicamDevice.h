@@ -3,43 +3,58 @@
 #include <arv.h>
 
 #include <atomic>
+#include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "DeviceListing.h"
-#include "GObjectHandle.h"
 #include "zevrin/Error.h"
 
 namespace Zevrin {
 
+class ControlWatch;
+
 /// A device under this program's control: its memory and its GenICam features.
 ///
-/// Accesses are made one at a time. Control ends with the object, which for a device that does not answer
-/// takes some seconds; the object may not end on a thread of Aravis.
-/// Threads: any.
+/// Accesses are made one at a time, on a thread of the device's own: when the device is lost, whoever waits
+/// for one leaves at once, and Aravis goes on trying by itself. A GigE Vision device that falls silent is
+/// noticed within a second, so no operation takes longer than an answer and that second. Control ends with
+/// the object, which does not wait for a lost device. Threads: any.
 class GenicamDevice {
   public:
-    /// @param onLost  called once, on a thread of Aravis, when control is lost; it only leaves word
-    /// Errors: ERR_CAMERA_LOST (no answer), ERR_ACCESS_DENIED (another program controls it),
+    /// @param onLost  called once, on a thread of the device or of Aravis, when control is lost; it only
+    /// leaves
+    ///                word
+    /// Errors: ERR_CAMERA_LOST (no answer, after a second), ERR_ACCESS_DENIED (another program controls it),
     /// ERR_TRANSPORT_FAILED.
     static Error Open(const DeviceListing& listing, std::function<void()> onLost,
                       boost::shared_ptr<GenicamDevice>* ppDevice);
 
-    /// Takes the device over. For `Open`.
-    explicit GenicamDevice(GObjectHandle<ArvDevice> pDevice);
+    /// For `Open`. Throws boost::thread_resource_error.
+    explicit GenicamDevice(const DeviceListing& listing);
     ~GenicamDevice();
     GenicamDevice(const GenicamDevice&) = delete;
     GenicamDevice& operator=(const GenicamDevice&) = delete;
 
+    /// Gives a lost device up, after what is under way; does not wait.
+    void End();
+
     /// Whether control was lost; every access fails from then on, without being tried.
-    bool IsLost() const { return m_pWatch->isLost; }
+    bool IsLost() const;
     static Error MakeLostError();
 
-    bool IsGigE() const { return m_isGigE; }
+    bool IsGigE() const { return m_listing.interfaceType == INTERFACE_GIGE; }
+
+    /// On its network.
+    const std::string& GetAddress() const { return m_listing.address; }
+
+    /// The address of this machine that the device is reached from; empty for USB3 Vision.
+    std::string GetOwnAddress() const;
 
     /// Whether its packet size is the one that negotiation found; that is done once.
     bool IsPacketSizeNegotiated() const { return m_isPacketSizeNegotiated; }
@@ -68,39 +83,58 @@ class GenicamDevice {
     Error GetText(const char* feature, std::string* pText);
     Error SetText(const char* feature, const char* text);
 
-    /// Lets `call(device, GError**)` reach the device by itself, as one access named `what`.
+    /// Lets `call(device, GError**)` reach the device by itself, as one access named `what`. The call owns
+    /// what it works with: when the device is lost, it may go on after this has returned.
     /// @param otherwise  the type of a failure that does not tell its own
-    Error Access(ErrorType otherwise, const char* what,
-                 const std::function<void(ArvDevice*, GError**)>& call);
+    using Call = std::function<void(ArvDevice*, GError**)>;
+    Error Access(ErrorType otherwise, const std::string& what, Call call);
+
+    /// The same for a call that has a result.
+    template <typename T>
+    Error Ask(ErrorType otherwise, const std::string& what, std::function<T(ArvDevice*, GError**)> call,
+              T* pResult) {
+        const auto pValue = boost::make_shared<T>();
+        Error error = Access(otherwise, what, [call, pValue](ArvDevice* pDevice, GError** ppReport) {
+            *pValue = call(pDevice, ppReport);
+        });
+        if (error == ERR_OK) {
+            *pResult = std::move(*pValue);
+        }
+        return error;
+    }
+
+    /// Ends a stream of the device on the device's thread. Waits, unless the device is lost.
+    /// @return whether it has ended
+    bool EndStream(ArvStream* pStream);
 
     /// Held by whoever makes several accesses that belong together.
     boost::recursive_mutex& GetAccessMutex() { return m_accessMutex; }
 
   private:
-    /// What the thread that notices a loss works with. It may be at it when the device has ended.
-    struct Watch {
-        std::function<void()> onLost;
-        std::atomic<bool> isLost{false};
-        bool hasDeviceEnded = false;
-    };
-    using WatchHandle = boost::shared_ptr<Watch>;
+    /// What the threads that notice a loss work with. They may be at it when the device has ended.
+    struct Loss;
+    using LossHandle = boost::shared_ptr<Loss>;
 
     static void OnControlLost(ArvDevice* pDevice, gpointer pData);
-    Error AccessFeature(const char* feature, const std::function<void(ArvDevice*, GError**)>& call);
-    Error AccessMemory(bool write, unsigned int address, unsigned int* pValues, unsigned int count);
+    static void Notice(const LossHandle& pLoss);
+    static void EndDevice(ArvDevice* pDevice, gulong signalHandler, const LossHandle& pLoss);
+    Error OpenDevice();
     void WatchControl(std::function<void()> onLost);
-    void WaitForSoleReference() const;
+    Error RunCall(ErrorType otherwise, const std::string& what, Call call);
+    template <typename T>
+    using FeatureCall = std::function<T(ArvDevice*, const char*, GError**)>;
+    Error AccessFeature(const char* feature, FeatureCall<void> call);
+    template <typename T>
+    Error AskFeature(const char* feature, FeatureCall<T> call, T* pResult);
 
-    GObjectHandle<ArvDevice> m_pDevice;  // set by the constructor
-    const bool m_isGigE;                 // else USB3 Vision
+    const DeviceListing m_listing;
+    const LossHandle m_pLoss;
+    std::unique_ptr<ControlWatch> m_pWatch;  // of GigE Vision
+    ArvDevice* m_pDevice = nullptr;          // one reference, given up on the device's thread; set by Open
+    gulong m_signalHandler = 0;
+    std::atomic<bool> m_hasEnded{false};
     std::atomic<bool> m_isPacketSizeNegotiated{false};
     std::optional<long long> m_ownPacketDelay;  // used by one start of a stream at a time
-
-    // Guards what was made for all watches. It is there before any thread of Aravis, as a watch's own would
-    // not be.
-    static boost::mutex m_lossMutex;
-    const WatchHandle m_pWatch;
-    gulong m_signalHandler = 0;
 
     // One access at a time: Aravis' features are not made for threads, and a device answers one request at
     // a time anyway.

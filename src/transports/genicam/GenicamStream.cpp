@@ -2,6 +2,8 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <boost/thread/thread.hpp>
 #include <limits>
 #include <utility>
 
@@ -84,49 +86,68 @@ Error GenicamStream::Create(const ZevrinConfig& config) {
         // Not the whole of a larger buffer: Aravis expects as many packets as fill the buffer.
         m_buffers.emplace_back(arv_buffer_new_full(m_format.payloadSize, pFrame->data, pFrame, nullptr));
     }
-    ArvStream* pStream = nullptr;
-    Error error = m_pDevice->Access(
-        ERR_ISOCH_START_FAILED, "Setting up the stream", [&](ArvDevice* pDevice, GError** ppReport) {
-            pStream = arv_device_create_stream(pDevice, &GenicamStream::OnStreamEvent, this, ppReport);
-        });
-    if (error == ERR_OK && pStream == nullptr) {
+    GObjectHandle<ArvStream> pStream;
+    // The stream calls this object, which therefore lives for as long as the call.
+    Error error = m_pDevice->Ask<GObjectHandle<ArvStream>>(
+        ERR_ISOCH_START_FAILED, "Setting up the stream",
+        [pThis = shared_from_this()](ArvDevice* pDevice, GError** ppReport) {
+            return GObjectHandle<ArvStream>(
+                arv_device_create_stream(pDevice, &GenicamStream::OnStreamEvent, pThis.get(), ppReport));
+        },
+        &pStream);
+    if (error == ERR_OK && !pStream) {
         error = Failure(ERR_ISOCH_START_FAILED, "The camera has no stream.");
     }
     if (error != ERR_OK) {
         return error;
     }
-    ApplyStreamSettings(pStream, config, m_format.payloadSize);
+    ApplyStreamSettings(pStream.get(), config, m_format.payloadSize);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
-        m_pStream = pStream;
+        m_pStream = pStream.release();
     }
     m_pQueue->SetFreeListener([this] { Supply(); });
     HandOverFreeFrames();
     return Error();
 }
 
-/// Ending the thread is left to the end of the stream object: Aravis complains when it is done before.
-void GenicamStream::Stop() {
-    boost::lock_guard<boost::mutex> stopLock(m_stopMutex);
+/// Ending the thread is left to the end of the stream object: Aravis complains when it is done before. That
+/// end also writes to the device, so it is the device's thread on which it comes.
+void GenicamStream::BeginStop() {
     ArvStream* pStream = nullptr;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
         m_isStopping = true;
-        if (m_pStream == nullptr) {
+        if (m_pStream == nullptr || m_isEnding) {
             return;
         }
+        m_isEnding = true;
         pStream = m_pStream;
         m_finalCounters = ReadCounters(pStream);
     }
     m_pQueue->SetFreeListener(nullptr);
     m_marking.Stop();
-    {
-        // It writes to the device at its end.
-        boost::lock_guard<boost::recursive_mutex> lock(m_pDevice->GetAccessMutex());
-        g_object_unref(pStream);
+    if (m_pDevice->EndStream(pStream)) {
+        NoticeThreadEnd();
     }
+}
+
+void GenicamStream::NoticeThreadEnd() {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_hasThreadEnded = true;
+    m_threadEnded.notify_all();
+}
+
+void GenicamStream::Stop() {
+    const boost::this_thread::disable_interruption notInterrupted;
+    boost::lock_guard<boost::mutex> stopLock(m_stopMutex);
+    BeginStop();
     {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        m_threadEnded.wait(lock, [this] { return m_pStream == nullptr || m_hasThreadEnded; });
+        if (m_pStream == nullptr) {
+            return;
+        }
         m_pStream = nullptr;
     }
     for (std::size_t index = 0; index < m_isHandedOver.size(); ++index) {
@@ -158,8 +179,11 @@ StreamCounters GenicamStream::GetCounters() const {
 /// On the stream's own thread of Aravis, which first puts a filled buffer into its output queue and then
 /// calls. It ends before the stream object is gone.
 void GenicamStream::OnStreamEvent(void* pData, ArvStreamCallbackType type, ArvBuffer* /*pBuffer*/) noexcept {
+    auto* const pThis = static_cast<GenicamStream*>(pData);
     if (type == ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE) {
-        static_cast<GenicamStream*>(pData)->OnBufferDone();
+        pThis->OnBufferDone();
+    } else if (type == ARV_STREAM_CALLBACK_TYPE_EXIT) {
+        pThis->NoticeThreadEnd();  // this object may be gone now
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include <arv.h>
 
+#include <boost/smart_ptr/enable_shared_from_this.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <cstddef>
 #include <vector>
@@ -25,7 +27,7 @@ class GenicamDevice;
 /// Each buffer of the queue has an ArvBuffer made over its memory, so that Aravis puts packets where the
 /// application reads pixels. A buffer is free, in Aravis' hands, waiting, or held by an image; here it is
 /// handed to Aravis whenever it is free, and taken back filled.
-class GenicamStream {
+class GenicamStream : public boost::enable_shared_from_this<GenicamStream> {
   public:
     /// Errors: ERR_ISOCH_BUFFERS_FAILED, ERR_ISOCH_START_FAILED, ERR_VALUE_OUT_OF_RANGE (packet settings),
     /// ERR_CAMERA_LOST.
@@ -42,9 +44,12 @@ class GenicamStream {
     /// Whoever waits for an image gets `reason`, unless the stream is being stopped.
     void Fail(const Error& reason);
 
-    /// When it returns, nothing touches the queue and its memory any more. Takes some seconds when the device
-    /// does not answer. A second call waits for the first.
+    /// When it returns, nothing touches the queue and its memory any more. Of a lost device nothing but an
+    /// access that is still under way is waited for. A second call waits for the first.
     void Stop();
+
+    /// The device is lost: ends what can be ended without waiting. `Stop` is still to be called.
+    void BeginStop();
 
     /// The camera is about to begin anew, and may count its frames anew.
     void ExpectRestart();
@@ -54,6 +59,7 @@ class GenicamStream {
     StreamCounters GetCounters() const;
 
   private:
+    void NoticeThreadEnd();
     static void OnStreamEvent(void* pData, ArvStreamCallbackType type, ArvBuffer* pBuffer) noexcept;
     Error Create(const ZevrinConfig& config);
     void OnBufferDone();
@@ -79,6 +85,9 @@ class GenicamStream {
     mutable boost::mutex m_mutex;    // guards what follows; never held while the queue may call back
     ArvStream* m_pStream = nullptr;  // one reference
     bool m_isStopping = false;
+    bool m_isEnding = false;        // m_pStream is being given up
+    bool m_hasThreadEnded = false;  // Aravis' receiving one
+    boost::condition_variable m_threadEnded;
     std::vector<bool> m_isHandedOver;  // by index of the frame
     std::size_t m_handedOver = 0;
     FrameIds m_frameIds;

@@ -10,7 +10,6 @@ namespace Zevrin {
 Error LossReporter::Start() {
     try {
         m_reports.Start();
-        m_endings.Start();
     } catch (const boost::thread_resource_error&) {
         return Failure(ERR_TRANSPORT_FAILED, "The system refuses a thread that watches over cameras.");
     }
@@ -19,7 +18,6 @@ Error LossReporter::Start() {
 
 void LossReporter::Stop() {
     m_reports.Stop();
-    m_endings.Stop();
 }
 
 void LossReporter::SetListener(TopologyListener* pListener) {

@@ -10,11 +10,10 @@
 
 namespace Zevrin {
 
-/// Tells the bus manager which cameras were lost, and gives what they leave behind a thread to end on.
+/// Tells the bus manager which cameras were lost.
 ///
-/// Aravis notices a loss on a thread that the lost device's end waits for, and reports run into the
-/// application's code, which may end the device: reports are therefore made on a thread of their own. Ending
-/// takes seconds for a device that does not answer, so that has another one.
+/// A loss is noticed on threads that the lost device's end waits for, and reports run into the application's
+/// code, which may end the device: reports are therefore made on a thread of their own.
 class LossReporter {
   public:
     /// Must have succeeded before a camera is opened.
@@ -29,7 +28,6 @@ class LossReporter {
     void ReportLost(const boost::shared_ptr<HardwareInterface>& pCamera);
 
     Worker& GetReports() { return m_reports; }
-    Worker& GetEndings() { return m_endings; }
 
   private:
     boost::mutex m_mutex;  // guards what follows
@@ -37,7 +35,6 @@ class LossReporter {
     TopologyListener* m_pListener = nullptr;
     unsigned int m_underWay = 0;
 
-    Worker m_endings;
     Worker m_reports;
 };
 

@@ -10,6 +10,7 @@ namespace Zevrin {
 struct PixelLayout {
     PixelFormat format = PIXEL_FORMAT_UNKNOWN;
     BayerTileFormat bayerFormat = BAYER_NONE;
+    unsigned int depth = 0;  ///< bits of a sample that mean something
 };
 
 PixelLayout GetPixelLayout(ArvPixelFormat pixelFormat);

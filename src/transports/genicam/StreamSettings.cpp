@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 
+#include "DeviceFacts.h"
 #include "Failure.h"
 #include "GenicamDevice.h"
 #include "GigePackets.h"
@@ -27,7 +28,7 @@ Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
                        packetSize, GigePacket::kSizeStep, GigePacket::kMinSize, GigePacket::kMaxSize);
     }
     return device.Access(
-        ERR_TRANSPORT_FAILED, "Setting the packet size", [&](ArvDevice* pDevice, GError** ppReport) {
+        ERR_TRANSPORT_FAILED, "Setting the packet size", [packetSize](ArvDevice* pDevice, GError** ppReport) {
             ArvGvDevice* const pGigeDevice = ARV_GV_DEVICE(pDevice);
             // Aravis would try again when the stream is created.
             arv_gv_device_set_packet_size_adjustment(pGigeDevice, ARV_GV_PACKET_SIZE_ADJUSTMENT_NEVER);
@@ -46,11 +47,8 @@ Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
         const std::optional<long long> own = device.GetOwnPacketDelay();
         return own ? device.SetInteger(kPacketDelay, *own) : Error();
     }
-    guint64 frequency = 0;
-    Error error = device.Access(
-        ERR_TRANSPORT_FAILED, "Asking for the clock's frequency", [&](ArvDevice* pDevice, GError** ppReport) {
-            frequency = arv_gv_device_get_timestamp_tick_frequency(ARV_GV_DEVICE(pDevice), ppReport);
-        });
+    unsigned long long frequency = 0;
+    Error error = ReadTickFrequency(device, &frequency);
     if (error != ERR_OK) {
         return error;
     }

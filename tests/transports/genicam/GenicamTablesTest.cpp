@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <fstream>
+#include <string>
 #include <vector>
 
 #include "BufferMarks.h"
 #include "DeviceListing.h"
+#include "FeatureTable.h"
 #include "FrameIds.h"
 #include "PixelFormats.h"
 
@@ -127,6 +130,25 @@ TEST(GenicamTables, PixelFormatsKeepTheirSizeAndColourOrder) {
         if (layout.format != PIXEL_FORMAT_UNKNOWN) {
             EXPECT_EQ(GetBitsPerPixel(layout.format), ARV_PIXEL_FORMAT_BIT_PER_PIXEL(one.genicam));
         }
+    }
+}
+
+TEST(GenicamTables, DocumentNamesEveryFeatureOfTheRegisterView) {
+    std::ifstream file(ZEVRIN_GIGE_DOCUMENT);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const auto expectNamed = [&](const char* name) {
+        if (name != nullptr) {
+            EXPECT_NE(text.find(name), std::string::npos) << name;
+        }
+    };
+    for (const PropertyMapping& mapping : kPropertyMappings) {
+        for (const ValueFeature& value : mapping.values) {
+            expectNamed(value.feature);
+        }
+        for (const FeatureNames& names : {mapping.autos, mapping.switches, mapping.selector.entries}) {
+            std::for_each(names.begin(), names.end(), expectNamed);
+        }
+        expectNamed(mapping.selector.feature);
     }
 }
 

@@ -170,10 +170,10 @@ TEST_F(GigeTest, WhatCannotBeReachedIsNamed) {
         ErrorType type;
         const char* text;
     } cases[] = {
-        {m_camera.ReadRegister(0x620, values), ERR_READ_REGISTER_FAILED, "0xFFFF F0F00620"},
-        {m_camera.WriteRegister(0x620, 0), ERR_WRITE_REGISTER_FAILED, "0xFFFF F0F00620"},
+        {m_camera.ReadRegister(0x640, values), ERR_READ_REGISTER_FAILED, "0xFFFF F0F00640"},
+        {m_camera.WriteRegister(0x640, 0), ERR_WRITE_REGISTER_FAILED, "0xFFFF F0F00640"},
         {m_camera.ReadBaseRegister(0x400, values), ERR_READ_REGISTER_FAILED, "0xFFFF F0000400"},
-        {m_camera.ReadRegisterBlock(0xFFFF, 0xF0F00614, values, 2), ERR_READ_REGISTER_FAILED, "F0F00618"},
+        {m_camera.ReadRegisterBlock(0xFFFF, 0xF0F00630, values, 2), ERR_READ_REGISTER_FAILED, "F0F00634"},
         {m_camera.ReadRegisterBlock(0x1234, 0x100, values, 1), ERR_READ_REGISTER_FAILED, "0x1234 00000100"},
         {m_camera.WriteRegisterBlock(0x1234, 0x100, values, 1), ERR_WRITE_REGISTER_FAILED, "0x1234 00000100"},
         {m_camera.WriteRegister(0x610, 0, true), ERR_NOT_SUPPORTED, "one by one"},

@@ -134,6 +134,10 @@ TEST_F(GigeNetworkTest, LostPacketsAreSentAgainOrTheirFramesAreCorrupt) {
                 remote.Quieten();
                 requested = stream.GetNumResendPacketsRequested();
                 received = stream.GetNumResendPacketsReceived();
+                CameraStats stats;
+                ASSERT_OK(remote.Get().GetStats(&stats));
+                EXPECT_EQ(stats.numResendPacketsRequested, requested);
+                EXPECT_EQ(stats.numImagesCorrupt, stream.GetNumOfImageCorrupt());
                 ASSERT_OK(remote.Get().Disconnect());
             }
             EXPECT_EQ(seen.wrong, 0U) << "what is not missing is as it was sent";

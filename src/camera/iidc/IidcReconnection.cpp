@@ -1,0 +1,130 @@
+#include "KeepAssertions.h"
+// Before everything else.
+#include <boost/thread/lock_guard.hpp>
+
+#include "CallbackThread.h"
+#include "CameraShapes.h"
+#include "Failure.h"
+#include "HardwareInterface.h"
+#include "IidcCamera.h"
+#include "Iso.h"
+#include "Reconnector.h"
+#include "SettingsMemory.h"
+
+// How the camera object connects again by itself. What has no lock here is kept apart by the reconnector's
+// thread: it runs only between a connection and its end, and the object counts as connected throughout, under
+// a generation that is not the present one.
+
+namespace Zevrin {
+
+/// The reconnector's thread waits for image callbacks, and is waited for.
+Error IidcCamera::RequireOutsideOfReports() const {
+    if (m_pReconnector->IsRunning() &&
+        (m_pReconnector->IsCurrent() || CallbackThread::IsWithinCallbackOf(*m_pIso))) {
+        return MakeError(ERR_NOT_SUPPORTED,
+                         "With a reconnect policy, a callback can neither connect nor disconnect.");
+    }
+    return Success();
+}
+
+Error IidcCamera::SetReconnectPolicy(const ReconnectPolicy* pPolicy) {
+    Error error = RequireOutsideOfReports();
+    if (error != ERR_OK) {
+        return error;
+    }
+    m_pReconnector->Stop();
+    error = m_pReconnector->SetPolicy(pPolicy != nullptr ? *pPolicy : ReconnectPolicy());
+    const Error started = IsConnected() ? m_pReconnector->Start(m_serialNumber) : Error();
+    error = error == ERR_OK ? started : error;
+    return error == ERR_OK ? Success() : Wrap(error);
+}
+
+Error IidcCamera::GetReconnectPolicy(ReconnectPolicy* pPolicy) const {
+    if (pPolicy == nullptr) {
+        return Failure(ERR_INVALID_PARAMETER, "The reconnect policy needs a record to go to.");
+    }
+    *pPolicy = m_pReconnector->GetPolicy();
+    return Success();
+}
+
+Error IidcCamera::WaitForReconnection(unsigned int timeoutMs) {
+    if (!IsConnected()) {
+        return MakeError(ERR_NOT_CONNECTED, "Camera object is not connected to a camera.");
+    }
+    const Error error = m_pReconnector->Wait(timeoutMs);
+    return error == ERR_OK ? Success() : Wrap(error);
+}
+
+void IidcCamera::Suspend() {
+    m_isStreamToResume = m_pIso->IsGrabStarted();
+    m_pIso->StopForGood();
+    CloseHardware();
+}
+
+Error IidcCamera::TryAgain(ReconnectSettings settings,
+                           const std::function<void(ReconnectStep, unsigned int, const Error&)>& tell) {
+    unsigned int generation = 0;
+    Error error = Attach(m_serialNumber, &generation);
+    if (error == ERR_OK) {
+        tell(RECONNECT_CONNECTED, 0, error);
+        if (settings == RECONNECT_KEEP) {
+            m_pSettings->Forget();
+        } else {
+            unsigned int count = 0;
+            Error refusal;
+            error = Restore(&count, &refusal);
+            if (error == ERR_OK) {
+                tell(RECONNECT_RESTORED, count, refusal);
+            }
+        }
+    }
+    if (error == ERR_OK && m_isStreamToResume) {
+        unsigned int gaps = 0;
+        error = ResumeStream(&gaps);
+        if (error == ERR_OK) {
+            tell(RECONNECT_RESUMED, gaps, error);
+        }
+    }
+    if (error == ERR_OK) {
+        SetGeneration(generation);
+    } else {
+        m_pIso->StopForGood();
+        CloseHardware();
+    }
+    return error;
+}
+
+/// What the camera refuses does not keep the rest from being put back.
+Error IidcCamera::Restore(unsigned int* pCount, Error* pRefusal) {
+    for (const SettingsMemory::Run& run : m_pSettings->GetRuns()) {
+        const auto size = static_cast<unsigned int>(run.values.size());
+        const Error error =
+            m_pHardware->WriteQuadlets(run.addressHigh, run.addressLow, run.values.data(), size, false);
+        if (error == ERR_CAMERA_LOST || error == ERR_TIMEOUT || error == ERR_NOT_CONNECTED) {
+            return error;
+        }
+        if (error == ERR_OK) {
+            *pCount += size;
+        } else if (*pRefusal == ERR_OK) {
+            *pRefusal = error;
+        }
+    }
+    return Error();
+}
+
+Error IidcCamera::ResumeStream(unsigned int* pGaps) {
+    StreamStart start;
+    {
+        boost::lock_guard<boost::mutex> lock(m_configMutex);
+        start = m_streamStart;
+    }
+    *pGaps = start.gaps + 1;
+    const Error error = m_pIso->StartCapture(start.config, start.callback, start.pCallbackData, *pGaps);
+    if (error == ERR_OK) {
+        boost::lock_guard<boost::mutex> lock(m_configMutex);
+        m_streamStart.gaps = *pGaps;
+    }
+    return error;
+}
+
+}  // namespace Zevrin

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "FileHandle.h"
+
+namespace Zevrin {
+
+/// Asks a GigE Vision device whether it is there, beside whoever controls it, on a socket of its own.
+///
+/// A question is a read of the version register, which is no sign of life of a controlling program; any
+/// answer will do, also one that refuses. Threads: one thread at a time.
+class ControlProbe {
+  public:
+    /// @param address  of the device, as four numbers; a probe of an address that is none never has an answer
+    explicit ControlProbe(const std::string& address);
+
+    /// Asks once.
+    void Ask();
+
+    /// Waits for an answer to any of the last questions.
+    /// @param wakeHandle  ends the wait when it can be read from; -1: none
+    bool WaitForAnswer(std::chrono::milliseconds limit, int wakeHandle);
+
+    /// Asks until there is an answer, for as long as a camera that is there may be silent.
+    bool Finds();
+
+    /// The address of this machine from which the device is reached; empty when there is no way to it.
+    std::string GetOwnAddress() const;
+
+  private:
+    bool TakeAnswer();
+
+    FileHandle m_socket;
+    unsigned short m_requestId = 0;
+};
+
+}  // namespace Zevrin

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <boost/thread/thread.hpp>
+#include <functional>
+#include <string>
+
+#include "ControlProbe.h"
+#include "FileHandle.h"
+
+namespace Zevrin {
+
+/// Watches over a GigE Vision device on a thread of its own, since Aravis' heartbeat takes several seconds to
+/// notice a silent one.
+///
+/// The device is asked every 150 ms and taken for lost when five questions in a row had no answer: within
+/// 0.9 s. Register traffic is left alone: the questions go over another socket. A device that has never
+/// answered here, which some do not while another controls them, is left to the heartbeat.
+class ControlWatch {
+  public:
+    /// @param onSilent  called once, on the thread of the watch, which it may not end
+    /// Throws boost::thread_resource_error.
+    ControlWatch(const std::string& address, std::function<void()> onSilent);
+    ~ControlWatch();
+    ControlWatch(const ControlWatch&) = delete;
+    ControlWatch& operator=(const ControlWatch&) = delete;
+
+  private:
+    void Run();
+    bool IsToEnd() const;
+
+    ControlProbe m_probe;
+    const std::function<void()> m_onSilent;
+    const FileHandle m_end;  // can be read from when the thread is to end
+    boost::thread m_thread;
+};
+
+}  // namespace Zevrin

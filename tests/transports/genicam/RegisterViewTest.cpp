@@ -1,0 +1,344 @@
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <thread>
+
+#include "CameraWords.h"
+#include "GigeFixture.h"
+#include "support/TemporaryFolder.h"
+
+namespace Zevrin {
+namespace {
+
+// Registers of the fake camera's memory, as lab.xml lays features over it.
+constexpr unsigned int kTemperatureAddress = 0x4048;  // a tenth of a degree Celsius
+constexpr unsigned int kFramesLostAddress = 0x4138;
+
+/// Both sides of a setting: the object's, and that of a program of its own.
+struct Mapping {
+    const char* what;
+    Setting setting;
+    const char* givenToDevice;  ///< NAME=VALUE sets
+    const char* seenByObject;
+    const char* givenToObject;
+    const char* seenAtDevice;  ///< NAME?VALUE is to be, NAME=VALUE selects
+};
+
+// What is switched to auto or off is set before and looked at after what that would lock.
+const Mapping kMappings[] = {
+    {"exposure", Absolute(SHUTTER), "ExposureTime=2000", "0.002", "0.05", "ExposureTime?50000"},
+    {"gain", Absolute(GAIN), "GainSelector=All Gain=3.5", "3.5", "7.5", "GainSelector=All Gain?7.5"},
+    {"black level", Absolute(BRIGHTNESS), "BlackLevel=16", "25", "50", "BlackLevel?32"},
+    {"saturation", Absolute(SATURATION), "Saturation=1", "50", "75", "Saturation?1.5"},
+    {"gamma", Absolute(GAMMA), "Gamma=0.5", "0.5", "2", "Gamma?2"},
+    {"frame rate", Absolute(FRAME_RATE), "AcquisitionFrameRate=30", "30", "12.5",
+     "AcquisitionFrameRate?12.5"},
+    {"sharpness", Raw(SHARPNESS), "Sharpness=3", "3 0", "6 0", "Sharpness?6"},
+    {"white balance", Raw(WHITE_BALANCE),
+     "BalanceRatioSelector=Red BalanceRatio=4 BalanceRatioSelector=Blue BalanceRatio=1", "4095 0", "0 4095",
+     "BalanceRatioSelector=Red BalanceRatio?1 BalanceRatioSelector=Blue BalanceRatio?4"},
+    {"trigger delay", Absolute(TRIGGER_DELAY), "TriggerDelay=1500", "0.0015", "0.002", "TriggerDelay?2000"},
+    {"exposure auto", Modes(SHUTTER), "ExposureAuto=Continuous", "1 1 0", "1 0 1", "ExposureAuto?Once"},
+    {"gain auto", Modes(GAIN), "GainAuto=Continuous", "1 1 0", "1 0 0", "GainAuto?Off"},
+    {"white balance auto", Modes(WHITE_BALANCE), "BalanceWhiteAuto=Once", "1 0 1", "1 1 0",
+     "BalanceWhiteAuto?Continuous"},
+    {"gamma switch", Modes(GAMMA), "GammaEnable=true", "1 0 0", "0 0 0", "GammaEnable?false"},
+    {"rate switch", Modes(FRAME_RATE), "AcquisitionFrameRateEnable=false", "0 0 0", "1 0 0",
+     "AcquisitionFrameRateEnable?true"},
+    {"trigger", TheTrigger(),
+     "TriggerSelector=FrameStart TriggerMode=On TriggerSource=Line1 TriggerActivation=FallingEdge "
+     "ExposureMode=TriggerWidth",
+     "1 1 1 0", "1 7 0 1",
+     "TriggerSelector=FrameStart TriggerMode?On TriggerSource?Software TriggerActivation?RisingEdge "
+     "ExposureMode?Timed"},
+    {"software trigger", Fire(), "R[0x406c]=0", "", "", "R[0x406c]?0x00000001"},
+    {"pin 1", Pin(1), "LineSelector=Line1 LineMode=Output", "1", "0", "LineSelector=Line1 LineMode?Input"},
+    {"pin 2", Pin(2), "LineSelector=Line2 LineMode=Input", "0", "1", "LineSelector=Line2 LineMode?Output"},
+    {"strobe 1", StrobeOf(1),
+     "LineSelector=Line1 LineMode=Output LineSource=ExposureActive LineInverter=true", "1 0", "0 1",
+     "LineSelector=Line1 LineSource?Off LineInverter?false"},
+    {"strobe 0", StrobeOf(0), "LineSelector=Line0 LineSource=UserOutput0", "0 1", "1 0",
+     "LineSelector=Line0 LineSource?ExposureActive LineMode?Output LineInverter?true"},
+    {"user sets", TheMemoryChannel(), "UserSetSelector=UserSet1", "0 2", "2 1",
+     "UserSetSelector?UserSet1 R[0x40a0]?0x00000001 R[0x40a4]?0x00000001"},
+    {"look-up table", LutEntry(),
+     "LUTSelector=Red LUTEnable=true LUTSelector=Green LUTEnable=true LUTIndex=3 LUTValue=44", "1 44",
+     "0 201", "LUTSelector=Red LUTEnable?false LUTSelector=Green LUTEnable?false LUTIndex=3 LUTValue?201"},
+    {"region", Region(), "Width=256 Height=128 OffsetX=16 OffsetY=4 PixelFormat=Mono12",
+     "0 16 4 256 128 Mono16", "1 8 2 1008 400 Raw16",
+     "BinningHorizontal?2 BinningVertical?2 OffsetX?8 OffsetY?2 Width?1008 Height?400 PixelFormat?BayerRG12"},
+};
+
+std::string Describe(const char* file) {
+    return std::string(ZEVRIN_DESCRIPTIONS) + "/" + file;
+}
+
+/// The values that arv-tool names, one after another, for arguments NAME=VALUE and NAME?VALUE.
+std::vector<std::string> AskArvTool(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command = {ZEVRIN_ARV_TOOL, "-a", "127.0.0.1", "control"};
+    for (const std::string& argument : arguments) {
+        command.push_back(argument.substr(0, argument.find('?')));
+    }
+    std::istringstream said(RunProgram(command));
+    std::vector<std::string> values;
+    for (std::string line; std::getline(said, line);) {
+        const std::size_t begin = line.find(" = ");
+        values.push_back(begin == std::string::npos
+                             ? line
+                             : line.substr(begin + 3, line.find(' ', begin + 3) - begin - 3));
+    }
+    return values;
+}
+
+std::vector<std::string> Split(const std::string& text) {
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
+class RegisterViewTest : public GigeTest {
+  protected:
+    void SetUp() override { StartFakeCamera({"--genicam", Describe("lab.xml")}); }
+
+    /// With the first of the marks replaced.
+    void StartHostileCamera(const std::string& mark, const std::string& text) {
+        std::ifstream file(Describe("hostile.xml"));
+        std::string description(std::istreambuf_iterator<char>(file), {});
+        ASSERT_NE(description.find(mark), std::string::npos);
+        description.replace(description.find(mark), mark.size(), text);
+        const TemporaryFolder folder;
+        std::ofstream(folder.Path("hostile.xml")) << description;
+        StartFakeCamera({"--genicam", folder.Path("hostile.xml")});
+    }
+
+    PropertyInfo GetInfo(PropertyType type) {
+        PropertyInfo info;
+        info.type = type;
+        EXPECT_EQ(m_camera.GetPropertyInfo(&info).GetType(), ERR_OK) << GetPropertyTypeName(type);
+        return info;
+    }
+};
+
+TEST_F(RegisterViewTest, EveryMappingHoldsFromBothSides) {
+    std::vector<std::string> arguments;
+    for (const Mapping& mapping : kMappings) {
+        for (const std::string& word : Split(mapping.givenToDevice)) {
+            arguments.push_back(word);
+        }
+    }
+    ASSERT_EQ(AskArvTool(arguments).size(), arguments.size());
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    for (const Mapping& mapping : kMappings) {
+        EXPECT_EQ(mapping.setting.get(m_camera), mapping.seenByObject) << mapping.what;
+    }
+
+    arguments.clear();
+    std::vector<std::string> expected;
+    std::vector<std::string> what;
+    for (const Mapping& mapping : kMappings) {
+        std::istringstream words(mapping.givenToObject);
+        const Error error = mapping.setting.set(m_camera, words);
+        EXPECT_EQ(error.GetType(), ERR_OK) << mapping.what << ": " << error.GetTrace();
+        for (const std::string& word : Split(mapping.seenAtDevice)) {
+            arguments.push_back(word);
+            expected.push_back(word.substr(word.find_first_of("=?") + 1));
+            what.push_back(mapping.what + (": " + word));
+        }
+    }
+    ASSERT_OK(m_camera.Disconnect());  // else the other program may not select
+    const std::vector<std::string> seen = AskArvTool(arguments);
+    ASSERT_EQ(seen.size(), expected.size());
+    for (std::size_t index = 0; index < seen.size(); ++index) {
+        EXPECT_EQ(seen[index], expected[index]) << what[index];
+    }
+}
+
+TEST_F(RegisterViewTest, AbilitiesAndRangesAreTheCamerasOwn) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    ASSERT_OK(Write(kTemperatureAddress, 412));
+    const struct {
+        PropertyType type;
+        const char* text;  ///< auto, manual, one push, switch, absolute, raw and absolute range
+    } cases[] = {
+        {SHUTTER, "1 1 1 0 1 0 4095 2e-05 0.1"},   {GAIN, "1 1 0 0 1 0 4095 0 24"},
+        {BRIGHTNESS, "0 1 0 0 1 0 4095 0 100"},    {SHARPNESS, "0 1 0 0 0 0 7 0 0"},
+        {FRAME_RATE, "0 1 0 1 1 0 4095 1 120"},    {WHITE_BALANCE, "1 1 1 0 0 0 4095 0 0"},
+        {TRIGGER_DELAY, "0 1 0 0 1 0 4095 0 0.5"}, {TEMPERATURE, "0 0 0 0 1 0 4092 -273.15 136"},
+    };
+    for (const auto& one : cases) {
+        const PropertyInfo info = GetInfo(one.type);
+        EXPECT_TRUE(info.present && info.readOutSupported) << GetPropertyTypeName(one.type);
+        EXPECT_EQ(Join(info.autoSupported, info.manualSupported, info.onePushSupported, info.onOffSupported,
+                       info.absValSupported, info.min, info.max, info.absMin, info.absMax),
+                  one.text)
+            << GetPropertyTypeName(one.type);
+    }
+    EXPECT_EQ(Absolute(TEMPERATURE).get(m_camera), "41.2");
+    CameraStats stats;
+    ASSERT_OK(Write(kFramesLostAddress, 5));
+    ASSERT_OK(m_camera.GetStats(&stats));
+    EXPECT_NEAR(stats.property17Value, 3143.5, 0.6) << "a tenth of a kelvin";
+    EXPECT_EQ(Join(stats.transmitFailures, stats.registerReadFailures), "5 0");
+    ASSERT_OK(m_camera.ResetStats());
+    ASSERT_OK(m_camera.GetStats(&stats));
+    EXPECT_EQ(stats.transmitFailures, 0U);
+
+    Format7Info format;
+    format.mode = 1;
+    ASSERT_OK(m_camera.GetFormat7Info(&format));
+    EXPECT_EQ(Join(format.maxWidth, format.maxHeight, format.unitWidth, format.unitHeight, format.unitLeft,
+                   format.unitTop),
+              "1024 512 16 4 8 2");
+    EXPECT_EQ(format.pixelFormatMask, 1U << PIXEL_FORMAT_MONO8 | 1U << PIXEL_FORMAT_MONO16 |
+                                          1U << PIXEL_FORMAT_RAW8 | 1U << PIXEL_FORMAT_RAW16);
+    EmbeddedImageInfo embedded;
+    ASSERT_OK(m_camera.GetEmbeddedImageInfo(&embedded));
+    EXPECT_TRUE(embedded.timestamp.available && embedded.timestamp.onOff);
+
+    // Past the components, whose own checks would come first.
+    const struct {
+        unsigned int address;
+        unsigned int value;
+        const char* text;
+    } refused[] = {
+        {0x2078, 0x7FC00000, "it must be 2e-05 to 0.1"},  // absolute value of the shutter: not a number
+        {0x2078, 0x3F800000, "it must be 2e-05 to 0.1"},
+        {0x20B8, 0x43960000, "cannot be written"},  // of the temperature
+        {0x300C, 0x01080080, "Width is to be 264; it must be 16 to 2048 in steps of 16"},
+        {0x3008, 0x00030000, "OffsetX is to be 3"},
+        {0x3010, 0x04000000, "no colour coding 4"},
+        {0x830, 0x82400000, "TriggerSource cannot become Line2"},
+        {0x830, 0x82E20000, "no trigger mode 2"},
+        {0x2A00, 0x82001000, "must be 0"},  // strobe delay
+        {0x608, 0x00000000, "format 7 only"},
+        {0x604, 0x40000000, "no mode 2"},
+        {0x624, 0x30000000, "memory channel 3"},
+        {0x404, 0, "it is read-only"},
+    };
+    for (const auto& one : refused) {
+        const Error error = m_camera.WriteRegister(one.address, one.value);
+        EXPECT_EQ(error.GetType(), ERR_WRITE_REGISTER_FAILED) << std::hex << one.address;
+        EXPECT_NE(std::string(error.GetDescription()).find(one.text), std::string::npos) << error.GetTrace();
+    }
+}
+
+TEST_F(RegisterViewTest, WhatTheCameraLacksIsAbsent) {
+    StartFakeCamera({"--genicam", Describe("bare.xml")});
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    for (unsigned int type = 0; type < kPropertyTypeCount; ++type) {
+        EXPECT_FALSE(GetInfo(static_cast<PropertyType>(type)).present) << type;
+    }
+    // Inquiry and control registers of all that can be inquired, and where their blocks would be.
+    for (const unsigned int address : {0x100U, 0x19CU, 0x2E0U, 0x400U, 0x404U, 0x408U, 0x40CU, 0x48CU, 0x490U,
+                                       0x51CU, 0x530U, 0x71CU, 0x81CU, 0x830U, 0x880U}) {
+        unsigned int value = 1;
+        ASSERT_OK(m_camera.ReadRegister(address, &value));
+        EXPECT_EQ(value, 0U) << std::hex << address;
+    }
+    unsigned int value = 0;
+    for (const unsigned int address : {0x81CU, 0x830U, 0x62CU, 0x11F8U, 0x2078U, 0x100000U + 0x1000U}) {
+        EXPECT_EQ(m_camera.WriteRegister(address, 0x80000000).GetType(), ERR_WRITE_REGISTER_FAILED)
+            << std::hex << address;
+    }
+    EXPECT_EQ(m_camera.ReadRegister(0x11F8, &value).GetType(), ERR_READ_REGISTER_FAILED);
+    EXPECT_EQ(m_camera.StartCapture(nullptr, nullptr).GetType(), ERR_FEATURE_ABSENT);
+}
+
+TEST_F(RegisterViewTest, NonsenseIsAbsentAndHarmless) {
+    std::string entries;
+    for (unsigned int number = 0; number < 50000; ++number) {
+        entries += "<EnumEntry Name=\"E" + std::to_string(number) + "\"><Value>1</Value></EnumEntry>";
+    }
+    StartHostileCamera("<!--ENTRIES-->", entries);
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    for (unsigned int type = 0; type < kPropertyTypeCount; ++type) {
+        const bool makesSense = type == SHUTTER || type == FRAME_RATE;
+        EXPECT_EQ(GetInfo(static_cast<PropertyType>(type)).present, makesSense) << type;
+    }
+    EXPECT_EQ(GetInfo(SHUTTER).absMax, 3600) << "where the camera names no end";
+    EXPECT_EQ(GetInfo(FRAME_RATE).max, 4095U);
+    const Error error = m_camera.StartCapture(nullptr, nullptr);
+    EXPECT_EQ(error.GetType(), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_NE(std::string(error.GetDescription()).find("PayloadSize is 4095 bytes"), std::string::npos)
+        << error.GetTrace();
+    // Nothing that can be read or written makes harm; what is written is refused or taken.
+    for (unsigned int address = 0; address < 0x4000; address += 4) {
+        unsigned int value = 0;
+        const Error readError = m_camera.ReadRegister(address, &value);
+        const Error writeError = m_camera.WriteRegister(address, 0xFFFFFFFF);
+        EXPECT_TRUE(readError == ERR_OK || readError == ERR_READ_REGISTER_FAILED) << readError.GetTrace();
+        EXPECT_TRUE(writeError == ERR_OK || writeError == ERR_WRITE_REGISTER_FAILED) << writeError.GetTrace();
+    }
+}
+
+TEST_F(RegisterViewTest, DescriptionThatDoesNotEndIsRefused) {
+    // Each of these comes from the next twice.
+    std::string doubling;
+    for (unsigned int number = 0; number < 40; ++number) {
+        const std::string next = "<pVariable Name=\"X\">N" + std::to_string(number + 1) + "</pVariable>";
+        doubling += "<SwissKnife Name=\"N" + std::to_string(number) + "\">" + next + next +
+                    "<Formula>X</Formula></SwissKnife>";
+    }
+    const struct {
+        std::string nodes;
+        const char* text;
+    } cases[] = {
+        {"<Integer Name=\"SensorWidth\"><pValue>B</pValue></Integer>"
+         "<IntSwissKnife Name=\"B\"><pVariable Name=\"A\">SensorWidth</pVariable><Formula>A</Formula>"
+         "</IntSwissKnife>",
+         "SensorWidth comes from itself"},
+        {doubling, "comes from too many others"},
+    };
+    for (const auto& one : cases) {
+        StartHostileCamera("<!--MORE-->", one.nodes);
+        const Error error = m_camera.Connect(kSerialNumber);
+        EXPECT_EQ(error.GetType(), ERR_INVALID_DESCRIPTION) << error.GetTrace();
+        EXPECT_NE(std::string(error.GetDescription()).find(one.text), std::string::npos) << error.GetTrace();
+    }
+}
+
+TEST_F(RegisterViewTest, RegistersThatShareASelectorDoNotMixThreadsUp) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    std::vector<std::thread> threads;
+    for (unsigned int output = 0; output < 2; ++output) {
+        threads.emplace_back([this, output] {
+            const Setting strobe = StrobeOf(output);
+            for (unsigned int round = 0; round < 30; ++round) {
+                const std::string wanted = Join(round % 2, (round + output) % 2);
+                std::istringstream words(wanted);
+                EXPECT_EQ(strobe.set(m_camera, words).GetType(), ERR_OK);
+                EXPECT_EQ(strobe.get(m_camera), wanted) << output;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST_F(RegisterViewTest, RegistersInTheCamerasMemoryAreUsedWhereTheyAre) {
+    constexpr unsigned int kBlock = 0x8000;
+    const std::string serial = std::to_string(kSerialNumber);
+    const auto connectWith = [this](const std::string& text) {
+        setenv("ZEVRIN_IIDC_BLOCK", text.c_str(), 1);
+        const Error error = m_camera.Connect(kSerialNumber);
+        unsetenv("ZEVRIN_IIDC_BLOCK");
+        return error;
+    };
+    EXPECT_EQ(connectWith(serial + "=0x8001").GetType(), ERR_INVALID_PARAMETER);
+    ASSERT_OK(connectWith("1=0x100," + serial + "=0x8000"));
+    ASSERT_OK(Write(kBlock + 0x81C, 0x82000123));
+    unsigned int value = 0;
+    ASSERT_OK(m_camera.ReadRegister(0x81C, &value));
+    EXPECT_EQ(value, 0x82000123);
+    ASSERT_OK(m_camera.WriteRegister(kTransmission, 0x80000000));
+    ASSERT_OK(Read(kBlock + kTransmission, &value));
+    EXPECT_EQ(value, 0x80000000);
+    ASSERT_OK(Write(kBlock + 0x2000, 77));
+    ASSERT_OK(m_camera.ReadBaseRegister(0xF02000, &value));  // where a camera would say that a block is
+    EXPECT_EQ(value, 77U);
+    EXPECT_EQ(m_camera.ReadBaseRegister(0x400, &value).GetType(), ERR_READ_REGISTER_FAILED);
+}
+
+}  // namespace
+}  // namespace Zevrin

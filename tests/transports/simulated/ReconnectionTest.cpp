@@ -1,0 +1,260 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "BusMaster.h"
+#include "IidcCamera.h"
+#include "Image.h"
+#include "Iso.h"
+#include "Registers.h"
+#include "SettingsMemory.h"
+#include "SimulatedFixture.h"
+#include "Singleton.h"
+
+namespace Zevrin {
+namespace {
+
+constexpr unsigned int kSerial = 51;
+constexpr unsigned int kPatienceMs = 30000;
+constexpr unsigned int kGain = 0x820;
+constexpr unsigned int kShutter = 0x81C;
+
+class TestCamera : public IidcCamera {
+  public:
+    Iso& GetStream() { return *m_pIso; }
+};
+
+/// A simulated camera under a clock set by hand, its object, and the steps that the policy reports.
+class Reconnection : public testing::Test {
+  protected:
+    Reconnection() {
+        std::vector<std::unique_ptr<Transport>> transports;
+        transports.push_back(std::make_unique<SimulatedTransport>());
+        // The library's own way would look for cameras on the network, too.
+        Singleton<BusMaster>::m_pInstance = new BusMaster(std::move(transports));
+        m_pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{"serial": 51}]})");
+        m_pCamera = std::make_unique<TestCamera>();
+    }
+    ~Reconnection() override { m_pCamera.reset(); }
+
+    void SetPolicy(unsigned int limitMs, ReconnectSettings settings = RECONNECT_RESTORE) {
+        ReconnectPolicy policy;
+        policy.limitMs = limitMs;
+        policy.intervalMs = 5;
+        policy.settings = settings;
+        policy.userData = this;
+        policy.callback = [](const ReconnectReport* pReport) {
+            auto* const pThis = static_cast<Reconnection*>(const_cast<void*>(pReport->userData));
+            boost::lock_guard<boost::mutex> lock(pThis->m_mutex);
+            if (pReport->step != RECONNECT_TRY_FAILED) {  // how often depends on the machine
+                pThis->m_steps.push_back(*pReport);
+            }
+        };
+        ASSERT_TRUE(IsOk(m_pCamera->SetReconnectPolicy(&policy)));
+    }
+
+    /// Without failed tries.
+    std::vector<ReconnectStep> GetSteps() {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        std::vector<ReconnectStep> steps;
+        for (const ReconnectReport& report : m_steps) {
+            steps.push_back(report.step);
+        }
+        return steps;
+    }
+
+    bool Reaches(ReconnectStep step) {
+        const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(kPatienceMs);
+        while (boost::chrono::steady_clock::now() < deadline) {
+            const std::vector<ReconnectStep> steps = GetSteps();
+            if (std::find(steps.begin(), steps.end(), step) != steps.end()) {
+                return true;
+            }
+            boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
+        }
+        return false;
+    }
+
+    unsigned int ReadBack(unsigned int offset) {
+        unsigned int value = 0;
+        EXPECT_TRUE(IsOk(m_pCamera->ReadRegister(offset, &value)));
+        return value;
+    }
+
+    /// Takes what has arrived; all of it is to have this many gaps before it.
+    unsigned int Drain(unsigned int gaps) {
+        unsigned int frames = 0;
+        Image image;
+        for (; m_pCamera->GetStream().WaitForBufferEvent(&image, 0) == ERR_OK; ++frames) {
+            EXPECT_EQ(image.GetGaps(), gaps);
+        }
+        return frames;
+    }
+
+    boost::shared_ptr<Simulation> m_pSimulation;
+    std::unique_ptr<TestCamera> m_pCamera;
+    boost::mutex m_mutex;  // guards the steps
+    std::vector<ReconnectReport> m_steps;
+};
+
+TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
+    SetPolicy(kPatienceMs);
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    const unsigned int gainBefore = ReadBack(kGain);
+    // The mode means nothing before the format, nor the rate before the mode.
+    const VideoModeSetting mode{0, 5, 3, {}};
+    ASSERT_TRUE(IsOk(m_pCamera->SetVideoMode(&mode)));
+    ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kShutter, 0x82000123)));
+    ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kGain, gainBefore ^ 5)));
+    const unsigned int gain = ReadBack(kGain);
+    ASSERT_NE(gain, gainBefore);
+    ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
+    m_pSimulation->AdvanceClock(kSecond / 3);
+    unsigned int delivered = Drain(0);
+    EXPECT_GT(delivered, 0U);
+    unsigned long long sent = 0;
+    for (unsigned int gaps = 1; gaps <= 2; ++gaps) {
+        boost::thread waiting([&] {
+            Image image;
+            const Error error = m_pCamera->GetStream().WaitForBufferEvent(&image, kPatienceMs);
+            EXPECT_TRUE(error == ERR_CAMERA_LOST || error == ERR_ISOCH_NOT_STARTED) << error.GetTrace();
+        });
+        SimulatedFrameCounts counts;
+        ASSERT_TRUE(IsOk(m_pSimulation->GetFrameCounts(kSerial, &counts)));
+        sent = counts.sent;
+        ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+        unsigned int value = 0;
+        EXPECT_EQ(m_pCamera->ReadRegister(kGain, &value).GetType(), ERR_INVALID_GENERATION);
+        waiting.join();
+        EXPECT_EQ(m_pCamera->WaitForReconnection(1).GetType(), ERR_TIMEOUT);
+        ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
+        ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+        VideoModeSetting restored;
+        ASSERT_TRUE(IsOk(m_pCamera->GetVideoMode(&restored)));
+        EXPECT_EQ(restored.mode, 5U);
+        EXPECT_EQ(restored.frameRate, 3U);
+        EXPECT_EQ(ReadBack(kGain), gain);
+        EXPECT_EQ(ReadBack(kShutter) & 0xFFF, 0x123U);
+        m_pSimulation->AdvanceClock(kSecond / 3);
+        const unsigned int resumed = Drain(gaps);
+        EXPECT_GT(resumed, 0U);
+        delivered += resumed;
+    }
+    EXPECT_EQ(GetSteps(), (std::vector<ReconnectStep>{RECONNECT_LOST, RECONNECT_CONNECTED, RECONNECT_RESTORED,
+                                                      RECONNECT_RESUMED, RECONNECT_DONE, RECONNECT_LOST,
+                                                      RECONNECT_CONNECTED, RECONNECT_RESTORED,
+                                                      RECONNECT_RESUMED, RECONNECT_DONE}));
+    SimulatedFrameCounts counts;
+    ASSERT_TRUE(IsOk(m_pCamera->StopCapture()));
+    ASSERT_TRUE(IsOk(m_pSimulation->GetFrameCounts(kSerial, &counts)));
+    const Iso& stream = m_pCamera->GetStream();
+    EXPECT_GT(counts.sent, sent);
+    EXPECT_EQ(counts.sent, delivered + stream.GetNumOfImageCorrupt() + stream.GetNumOfImageDropped() +
+                               stream.GetNumOfImageDriverDropped());
+    EXPECT_EQ(delivered, stream.GetNumOfImageDelivered());
+}
+
+TEST_F(Reconnection, KeepsTheCamerasOwnStateWhenAskedTo) {
+    SetPolicy(kPatienceMs, RECONNECT_KEEP);
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    const unsigned int powerUp = ReadBack(kGain);
+    ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kGain, powerUp ^ 5)));
+    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+    ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
+    ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    EXPECT_EQ(ReadBack(kGain), powerUp);
+}
+
+TEST_F(Reconnection, SurvivesABusResetAndSaysWhatTheCameraRefuses) {
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    SetPolicy(kPatienceMs);
+    ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kGain, 0x82000011)));
+    ASSERT_TRUE(IsOk(m_pSimulation->SetFaults(kSerial, R"({"registers": {"addresses": ["0x820"]}})")));
+    ASSERT_TRUE(IsOk(m_pSimulation->ResetBus(kSerial)));
+    ASSERT_TRUE(Reaches(RECONNECT_DONE));
+    ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    EXPECT_EQ(GetSteps(), (std::vector<ReconnectStep>{RECONNECT_LOST, RECONNECT_CONNECTED, RECONNECT_RESTORED,
+                                                      RECONNECT_DONE}));
+    EXPECT_NE(m_steps[2].error, ERR_OK);
+    EXPECT_EQ(m_steps[2].count, 0U);
+}
+
+TEST_F(Reconnection, EndsWithItsTimeOrWithThePolicy) {
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+    EXPECT_EQ(m_pCamera->WaitForReconnection(kPatienceMs).GetType(), ERR_CAMERA_LOST) << "off by default";
+    SetPolicy(20);
+    EXPECT_EQ(m_pCamera->WaitForReconnection(kPatienceMs).GetType(), ERR_CAMERA_LOST);
+    ASSERT_TRUE(Reaches(RECONNECT_GAVE_UP));
+    ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    SetPolicy(kPatienceMs);
+    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+    ASSERT_TRUE(Reaches(RECONNECT_LOST));
+    ASSERT_TRUE(IsOk(m_pCamera->Disconnect())) << "while it is tried";
+    EXPECT_EQ(m_pCamera->WaitForReconnection(1).GetType(), ERR_NOT_CONNECTED);
+
+    ReconnectPolicy wrong;
+    wrong.intervalMs = 0;
+    EXPECT_EQ(m_pCamera->SetReconnectPolicy(&wrong).GetType(), ERR_VALUE_OUT_OF_RANGE);
+}
+
+TEST(SettingsMemory, HoldsTheLastWritesInTheirOrderAndNoActions) {
+    using Writes = std::vector<SettingsMemory::Run>;
+    constexpr unsigned int kBase = 0xF0F00000;
+    const struct {
+        const char* what;
+        Writes writes;
+        Writes runs;
+    } cases[] = {
+        {"a later write of a register comes later",
+         {{kRegisterSpace, kBase + 0x820, {1}},
+          {kRegisterSpace, kBase + 0x81C, {2}},
+          {kRegisterSpace, kBase + 0x820, {3}}},
+         {{kRegisterSpace, kBase + 0x81C, {2}}, {kRegisterSpace, kBase + 0x820, {3}}}},
+        {"what was written together stays together",
+         {{kDeviceMemory, 0x100, {1, 2, 3}},
+          {kDeviceMemory, 0x108, {4}},
+          {kRegisterSpace, kBase + 0x600, {5}}},
+         {{kDeviceMemory, 0x100, {1, 2}}, {kDeviceMemory, 0x108, {4}}, {kRegisterSpace, kBase + 0x600, {5}}}},
+        {"actions are none: transmission, one shot, saving, the software trigger",
+         {{kRegisterSpace, kBase + 0x614, {kOn}},
+          {kRegisterSpace, kBase + 0x61C, {kOn}},
+          {kRegisterSpace, kBase + 0x618, {kOn}},
+          {kRegisterSpace, kBase + 0x62C, {kOn}},
+          {kDeviceMemory, 0x614, {7}}},
+         {{kDeviceMemory, 0x614, {7}}}},
+        {"initializing undoes what went before, in the register space",
+         {{kDeviceMemory, 0x100, {1}},
+          {kRegisterSpace, kBase + 0x820, {1}},
+          {kRegisterSpace, kBase, {kOn}},
+          {kRegisterSpace, kBase + 0x81C, {2}}},
+         {{kDeviceMemory, 0x100, {1}}, {kRegisterSpace, kBase + 0x81C, {2}}}},
+        {"one push is not pushed again",
+         {{kRegisterSpace, kBase + 0x80C, {0x86000001}}},
+         {{kRegisterSpace, kBase + 0x80C, {0x82000001}}}},
+    };
+    for (const auto& row : cases) {
+        SettingsMemory memory;
+        for (const SettingsMemory::Run& write : row.writes) {
+            memory.Remember(kBase, write.addressHigh, write.addressLow, write.values.data(),
+                            static_cast<unsigned int>(write.values.size()));
+        }
+        const Writes runs = memory.GetRuns();
+        ASSERT_EQ(runs.size(), row.runs.size()) << row.what;
+        for (std::size_t index = 0; index < runs.size(); ++index) {
+            EXPECT_EQ(runs[index].addressHigh, row.runs[index].addressHigh) << row.what;
+            EXPECT_EQ(runs[index].addressLow, row.runs[index].addressLow) << row.what;
+            EXPECT_EQ(runs[index].values, row.runs[index].values) << row.what;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace Zevrin

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include <zevrin/SyncReport.h>
+
+namespace ZevrinTool {
+
+/// An image of a synchronized run, and the file that it went to.
+struct SyncEntry {
+    Zevrin::SyncRecord record;
+    std::string file;              ///< without folders; empty: it was not written
+    unsigned long long bytes = 0;  ///< of the file
+    unsigned int width = 0;        ///< pixels
+    unsigned int height = 0;       ///< pixels
+    unsigned long long stride = 0;
+    std::string pixelFormat;
+};
+
+/// A recorded run: JSON documents, one on each line, the first of which describes the others.
+struct SyncIndex {
+    std::vector<unsigned int> cameras;
+    std::vector<SyncEntry> entries;
+};
+
+constexpr char kSyncIndexName[] = "index.jsonl";
+
+std::string FormatSyncIndex(const SyncIndex& index);
+
+/// What is good of an index that may come from anywhere, and a sentence for every line that is not.
+struct SyncIndexReading {
+    SyncIndex index;
+    std::vector<std::string> problems;
+};
+
+/// Throws `ToolFailure` when there is no such file or its first line is not that of an index.
+SyncIndexReading ReadSyncIndex(const std::string& path);
+
+/// A sentence for every image that is not in `folder` as the index says.
+std::vector<std::string> FindMissingFiles(const SyncIndex& index, const std::string& folder);
+
+}  // namespace ZevrinTool

@@ -1,0 +1,282 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include <zevrin/SaveBytes.h>
+
+#include "Choices.h"
+#include "CommandLine.h"
+#include "Folder.h"
+#include "Interruption.h"
+#include "Numbers.h"
+#include "Progress.h"
+#include "Session.h"
+#include "SyncGrabber.h"
+#include "SyncOutput.h"
+#include "SyncVerify.h"
+
+namespace ZevrinTool {
+
+namespace {
+
+constexpr unsigned int kMaxCount = 100000;
+constexpr unsigned int kMaxTimeoutMs = 3600000;
+constexpr unsigned int kMaxRetries = 1000;
+constexpr unsigned int kMaxQueueMiB = 65536;
+constexpr std::size_t kMiB = 1024 * 1024;
+
+enum Format : unsigned int { kPng, kRaw, kNone };
+const Choices kFormats = {{"png", kPng}, {"raw", kRaw}, {"none", kNone}};
+
+struct SyncOptions {
+    SyncPlan plan;
+    std::vector<unsigned int> named;
+    std::string folder;
+    std::string contactSheet;
+    unsigned int format = kPng;
+    unsigned int retries = 3;
+    unsigned int queueMiB = 512;
+};
+
+using Cameras = std::vector<boost::shared_ptr<Zevrin::IidcCamera>>;
+
+/// All that share a bus clock; GigE Vision cameras alone are left to the library to refuse.
+std::vector<unsigned int> ChooseAllOnBuses(Session& session) {
+    std::vector<unsigned int> chosen;
+    for (const Zevrin::CameraListing& camera : session.List()) {
+        if (camera.interfaceType != Zevrin::INTERFACE_GIGE) {
+            chosen.push_back(camera.serialNumber);
+        }
+    }
+    return chosen.empty() ? session.ChooseAll() : chosen;
+}
+
+void StopAll(const Cameras& cameras) {
+    for (const auto& pCamera : cameras) {
+        const Zevrin::Error ignored = pCamera->StopCapture();  // those that did not start
+        static_cast<void>(ignored);
+    }
+}
+
+/// Failures that another attempt can turn into success.
+bool IsWorthARetry(const Zevrin::Error& error) {
+    return error == Zevrin::ERR_ISOCH_SYNC_FAILED || error == Zevrin::ERR_ISOCH_START_FAILED ||
+           error == Zevrin::ERR_ISOCH_FAILED || error == Zevrin::ERR_TIMESTAMP_FAILED;
+}
+
+/// Returns how many attempts it took.
+unsigned int StartInStep(const Cameras& cameras, unsigned int retries) {
+    const std::vector<boost::shared_ptr<Zevrin::CameraInternal>> all(cameras.begin(), cameras.end());
+    for (unsigned int attempt = 1;; ++attempt) {
+        const Zevrin::Error error = Zevrin::CameraInternal::StartSyncCapture(
+            static_cast<unsigned int>(all.size()), all, nullptr, nullptr);
+        if (error == Zevrin::ERR_OK) {
+            return attempt;
+        }
+        StopAll(cameras);
+        if (error == Zevrin::ERR_NOT_SUPPORTED) {
+            Check(error, "GigE Vision cameras share no bus clock and cannot be started in step");
+        }
+        const std::string what = "start " + std::to_string(attempt) + " of at most " +
+                                 std::to_string(retries + 1) + " failed: " + error.GetDescription();
+        if (IsInterrupted() || attempt > retries || !IsWorthARetry(error)) {
+            throw ToolFailure(ExitCodeOf(error), what);
+        }
+        Complain(what + " Starting again.");
+    }
+}
+
+/// The cameras of a run, and all that came of it.
+class SyncRun {
+  public:
+    SyncRun(const SyncOptions& options, const std::vector<unsigned int>& serialNumbers)
+        : m_options(options), m_sheet(serialNumbers.size()), m_pool(options.queueMiB * kMiB) {
+        m_index.cameras = serialNumbers;
+    }
+    /// Nothing is handed over any more when the pool ends.
+    ~SyncRun() { EndGrabbing(); }
+    SyncRun(const SyncRun&) = delete;
+    SyncRun& operator=(const SyncRun&) = delete;
+
+    void Grab(const Cameras& cameras) {
+        for (std::size_t i = 0; i < cameras.size(); ++i) {
+            m_grabbers.push_back(
+                std::make_unique<SyncGrabber>(m_index.cameras[i], cameras[i], m_options.plan, &m_pool,
+                                              m_options.contactSheet.empty() ? nullptr : &m_sheet));
+        }
+        for (const auto& pGrabber : m_grabbers) {
+            pGrabber->Start();
+        }
+        WaitForAll(m_grabbers, m_options.plan.count);
+        EndGrabbing();
+        m_pool.Finish();
+        for (const auto& pGrabber : m_grabbers) {
+            const auto& entries = pGrabber->GetEntries();
+            m_index.entries.insert(m_index.entries.end(), entries.begin(), entries.end());
+        }
+    }
+
+    const SyncIndex& GetIndex() const { return m_index; }
+
+    unsigned int CountRefused() const {
+        unsigned int refused = 0;
+        for (const auto& pGrabber : m_grabbers) {
+            refused += pGrabber->CountRefused();
+        }
+        return refused;
+    }
+
+    void SaveContactSheet(const Zevrin::SyncReport& report) const {
+        if (!m_options.contactSheet.empty()) {
+            m_sheet.Save(report, RecordsOf(m_index), m_options.contactSheet);
+        }
+    }
+
+    /// Every camera that ended early is named, and whatever was not written.
+    void ReportFailures() const {
+        ExitCode exitCode = kExitGood;
+        std::string text;
+        const auto add = [&](ExitCode code, const std::string& line) {
+            exitCode = exitCode == kExitGood ? code : exitCode;
+            text += (text.empty() ? "" : "\nzevrin: ") + line;
+        };
+        for (const auto& pGrabber : m_grabbers) {
+            const WorkEnd& end = pGrabber->Join();
+            if (end.exitCode != kExitGood) {
+                add(end.exitCode, NameOf(pGrabber->GetSerialNumber()) + ": " + end.failure + " (" +
+                                      std::to_string(pGrabber->CountFrames()) + " of " +
+                                      std::to_string(m_options.plan.count) + " images were grabbed)");
+            }
+            if (const std::string failure = pGrabber->GetWriteFailure(); !failure.empty()) {
+                add(kExitFailed, NameOf(pGrabber->GetSerialNumber()) + ": " + failure);
+            }
+        }
+        if (const unsigned int refused = CountRefused(); refused > 0) {
+            add(kExitFailed, std::to_string(refused) +
+                                 " images were not written: more than --queue allows were waiting for it");
+        }
+        if (exitCode != kExitGood) {
+            throw ToolFailure(exitCode, text);
+        }
+    }
+
+  private:
+    void EndGrabbing() {
+        for (const auto& pGrabber : m_grabbers) {
+            pGrabber->Stop();
+        }
+        for (const auto& pGrabber : m_grabbers) {
+            pGrabber->Join();
+        }
+    }
+
+    const SyncOptions& m_options;
+    SyncIndex m_index;
+    std::vector<std::unique_ptr<SyncGrabber>> m_grabbers;
+    ContactSheet m_sheet;
+    WriterPool m_pool;  // ends before what its work is for
+};
+
+void Save(const std::string& text, const std::string& path) {
+    Check(Zevrin::SaveBytes(text.data(), text.size(), path));
+}
+
+std::string MakeTitle(const std::vector<unsigned int>& serialNumbers) {
+    std::string title = "Synchronized run of cameras ";
+    for (std::size_t i = 0; i < serialNumbers.size(); ++i) {
+        title += (i == 0                          ? ""
+                  : i + 1 == serialNumbers.size() ? " and "
+                                                  : ", ") +
+                 std::to_string(serialNumbers[i]);
+    }
+    return title;
+}
+
+void Sync(const Tool& tool, SyncOptions options) {
+    if (!options.folder.empty()) {
+        PrepareFolder(options.folder);
+    }
+    if (options.format != kNone) {
+        options.plan.folder = options.folder;
+        options.plan.suffix = options.format == kRaw ? ".raw" : ".png";
+    }
+    Session session(tool);
+    const std::vector<unsigned int> serialNumbers =
+        options.named.empty() ? ChooseAllOnBuses(session) : session.ChooseSeveral(options.named);
+    Cameras cameras;
+    for (const unsigned int serialNumber : serialNumbers) {
+        cameras.push_back(session.Connect(serialNumber));
+    }
+    CatchInterruptions();
+    const unsigned int attempts = StartInStep(cameras, options.retries);
+    SyncRun run(options, serialNumbers);
+    run.Grab(cameras);
+    if (!options.folder.empty()) {
+        Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kSyncIndexName);
+    }
+    if (run.GetIndex().entries.empty()) {
+        run.ReportFailures();
+    }
+    const Zevrin::SyncReport report = Analyze(run.GetIndex());
+    if (!options.folder.empty()) {
+        Save(Zevrin::FormatSyncReportAsJson(report), options.folder + "/report.json");
+        Save(Zevrin::FormatSyncReportAsHtml(report, MakeTitle(serialNumbers)),
+             options.folder + "/report.html");
+    }
+    run.SaveContactSheet(report);
+    ShowSyncReport(tool, report, {{"attempts", attempts}, {"notWritten", run.CountRefused()}});
+    run.ReportFailures();
+    if (!report.isInStep) {
+        throw ToolFailure(kExitFailed, DescribeReasons(report));
+    }
+}
+
+constexpr char kFooter[] =
+    R"(Without serial numbers it takes all cameras that are there, save GigE Vision cameras, which share no bus clock. The
+first one is what the others are compared with. LATE are images that came after one that was taken later, TWICE those that
+came again. The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html.
+
+Examples:
+  zevrin sync -n 5
+  zevrin sync 1002 1001 -n 5 -o run --contact-sheet run/sheet.png
+  zevrin sync verify run
+)";
+
+void AddOptions(CLI::App& verb, SyncOptions* pOptions) {
+    AddNumbers(verb, "SERIAL", &pOptions->named, NumberRule(), "Serial numbers of the cameras");
+    AddNumber(verb, "-n,--count", "<sets>", &pOptions->plan.count, {1, kMaxCount, 1},
+              "Images to grab from each camera, 1 to 100000 (default: 200)");
+    verb.add_option(
+            "-o,--output", pOptions->folder,
+            "Folder for images, index and report, made when it is missing (default: nothing is written)")
+        ->type_name("<folder>");
+    AddChoice(
+        verb, "--format", "<format>", [pOptions](unsigned int value) { pOptions->format = value; }, kFormats,
+        "Form of the images: png, raw (the bytes as they are) or none (default: png)");
+    verb.add_option("--contact-sheet", pOptions->contactSheet,
+                    "PNG file that shows images of some sets side by side (default: none)")
+        ->type_name("<file>");
+    AddNumber(verb, "--retries", "<times>", &pOptions->retries, {0, kMaxRetries, 1},
+              "Starts again when the cameras did not start in step, 0 to 1000 times (default: 3)");
+    AddNumber(verb, "--timeout", "<ms>", &pOptions->plan.timeoutMs, {1, kMaxTimeoutMs, 1},
+              "Longest wait for one image in milliseconds, 1 to 3600000 (default: 2000)");
+    AddNumber(verb, "--queue", "<MiB>", &pOptions->queueMiB, {1, kMaxQueueMiB, 1},
+              "Memory for images that wait to be written in MiB, 1 to 65536 (default: 512)");
+}
+
+}  // namespace
+
+void AddSyncVerb(CLI::App& app, Tool& tool) {
+    CLI::App* const pVerb =
+        AddVerb(app, "sync", "Starts cameras in step, grabs, and proves that they are in step", kFooter);
+    auto pOptions = std::make_shared<SyncOptions>();
+    AddOptions(*pVerb, pOptions.get());
+    CLI::App* const pVerify = AddSyncVerifyVerb(*pVerb, tool);
+    pVerb->callback([&tool, pOptions, pVerify] {
+        if (!pVerify->parsed()) {
+            tool.run = [&tool, pOptions] { Sync(tool, *pOptions); };
+        }
+    });
+}
+
+}  // namespace ZevrinTool
