@@ -72,5 +72,6 @@ void AddSyncVerb(CLI::App& app, Tool& tool);
 void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);
+void AddPlanVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

@@ -57,7 +57,7 @@ int Run(int argc, char** argv) {
     for (const auto pAdd :
          {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddCaptureVerb, AddPropertyVerb, AddTriggerVerb,
           AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb,
-          AddEventsVerb, AddFormatVerb, AddSyncVerb}) {
+          AddEventsVerb, AddFormatVerb, AddSyncVerb, AddPlanVerb}) {
         pAdd(app, tool);
     }
     try {
