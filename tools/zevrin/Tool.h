@@ -71,5 +71,7 @@ void AddSyncVerb(CLI::App& app, Tool& tool);
 void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);
+void AddConfigVerb(CLI::App& app, Tool& tool);
+void AddCheckVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

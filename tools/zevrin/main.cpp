@@ -56,7 +56,7 @@ int Run(int argc, char** argv) {
     for (const auto pAdd :
          {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb, AddTriggerVerb, AddStrobeVerb,
           AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb,
-          AddFormatVerb, AddSyncVerb}) {
+          AddFormatVerb, AddSyncVerb, AddConfigVerb, AddCheckVerb}) {
         pAdd(app, tool);
     }
     try {
