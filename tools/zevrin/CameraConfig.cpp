@@ -23,11 +23,13 @@ Json DescribeCamera(Zevrin::IidcCamera& camera) {
             {"firmware", info.firmwareVersion},  {"interface", GetInterfaceTypeName(info.interfaceType)}};
 }
 
-/// The camera moves what it adjusts by itself.
-bool IsAdjusted(const Json& object, const std::string& key) {
-    const auto found = object.find("auto");
-    return found != object.end() && *found == true &&
-           (key == "raw" || key == "rawSecond" || key == "absolute");
+/// Whether a value is the camera's to choose: what it adjusts by itself, and a packet size that is left to
+/// it.
+bool IsLeftToCamera(const Json& object, const std::string& key) {
+    const bool isAuto = object.contains("auto") && object.at("auto") == true;
+    const bool isRegion = object.contains("coding");
+    return (isAuto && (key == "raw" || key == "rawSecond" || key == "absolute")) ||
+           (isRegion && key == "packetSize" && object.at(key) == 0);
 }
 
 void Compare(const Json& wanted, const Json& present, const std::string& path,
@@ -39,7 +41,7 @@ void Compare(const Json& wanted, const Json& present, const std::string& path,
         return;
     }
     for (const auto& entry : wanted.items()) {
-        if (!IsAdjusted(wanted, entry.key())) {
+        if (!IsLeftToCamera(wanted, entry.key())) {
             const auto found = present.find(entry.key());
             Compare(entry.value(), found != present.end() ? *found : Json(),
                     (path.empty() ? "" : path + ".") + entry.key(), pChanges);

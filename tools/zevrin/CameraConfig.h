@@ -52,7 +52,7 @@ struct ConfigChange {
     Json to;
 };
 
-/// What `wanted` has and `present` has not, leaving out values that the camera adjusts by itself.
+/// What `wanted` has and `present` has not, leaving out values that are the camera's to choose.
 std::vector<ConfigChange> CompareConfigs(const Json& wanted, const Json& present);
 
 }  // namespace ZevrinTool

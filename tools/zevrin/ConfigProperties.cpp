@@ -111,6 +111,19 @@ void CheckModes(const ConfigEntry& entry, const PropertyInfo& info, const Proper
     }
 }
 
+/// Whoever changes only the value that does not rule would see nothing happen.
+void CheckRule(const ConfigEntry& entry, const Property& present, const Property& wanted) {
+    const bool isRawSame = wanted.valueA == present.valueA && wanted.valueB == present.valueB;
+    const bool isAbsoluteSame = Exactly(wanted.absValue) == Exactly(present.absValue);
+    const bool isRuleSame = wanted.absControl == present.absControl;
+    if (entry.Has("absolute") && isRuleSame && !wanted.autoManualMode && isRawSame != isAbsoluteSame &&
+        isRawSame == !wanted.absControl) {
+        entry.Refuse(wanted.absControl ? "raw" : "absolute",
+                     std::string("it does not rule, by \"absoluteRules\", and ") +
+                         (wanted.absControl ? "absolute" : "raw") + " is as it was");
+    }
+}
+
 void PlanOne(ConfigEntry& entry, PropertyType type, IidcCamera& camera, ConfigPlan* pPlan) {
     const PropertyReading reading = ReadProperty(camera, type);
     const PropertyInfo info = reading.info;
@@ -124,6 +137,7 @@ void PlanOne(ConfigEntry& entry, PropertyType type, IidcCamera& camera, ConfigPl
     entry.Read("on", &wanted.onOff);
     entry.Read("auto", &wanted.autoManualMode);
     CheckModes(entry, info, wanted);
+    CheckRule(entry, reading.property, wanted);
     entry.RefuseOthers();
     if (!entry.IsGood()) {
         return;
