@@ -47,6 +47,10 @@ void CheckRun::TryAlways(const std::string& name, const std::function<std::strin
 }
 
 CheckStream::CheckStream(const CheckRun& run) : m_camera(run.GetCamera()), m_timeoutMs(run.GetTimeoutMs()) {
+    // Nothing is to be left out unseen.
+    Zevrin::ZevrinConfig config;
+    config.deliverIncomplete = true;
+    Check(m_camera.SetConfiguration(&config));
     Check(m_camera.StartCapture(nullptr, nullptr), "starting a stream");
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <fstream>
 #include <set>
 #include <system_error>
@@ -96,6 +97,23 @@ std::string Clean(std::string problem) {
     return problem.size() > kMaxProblem ? problem.substr(0, kMaxProblem) + "..." : problem;
 }
 
+/// The word at which the parser stopped, such as NaN, of which it tells the first letter.
+std::string WordAt(const std::string& text, std::size_t byte) {
+    constexpr std::size_t kMaxWord = 20;
+    const auto isOfWord = [&](std::size_t at) {
+        return at < text.size() && std::strchr(" \t\r\n,:[]{}\"", text[at]) == nullptr;
+    };
+    std::size_t begin = std::min(byte, text.size());
+    while (begin > 0 && byte - begin < kMaxWord && isOfWord(begin - 1)) {
+        --begin;
+    }
+    std::size_t end = begin;
+    while (end - begin < kMaxWord && isOfWord(end)) {
+        ++end;
+    }
+    return begin == end ? "" : text.substr(begin, end - begin) + " is no JSON; ";
+}
+
 bool IsListOfNumbers(const Json& value) {
     return value.is_array() &&
            std::all_of(value.begin(), value.end(), [](const Json& entry) { return entry.is_number(); });
@@ -128,6 +146,7 @@ void Append(const Json& value, std::size_t indent, std::string* pText) {
 Json ReadJsonFile(const std::string& path) {
     const std::string text = ReadBounded(path);
     Inspector inspector;
+    std::string word;
     std::string problem;
     try {
         return Json::parse(text, [&](int, Json::parse_event_t event, const Json& parsed) {
@@ -135,10 +154,13 @@ Json ReadJsonFile(const std::string& path) {
         });
     } catch (const ToolFailure& failure) {
         problem = failure.what();
+    } catch (const Json::parse_error& failure) {
+        word = Clean(WordAt(text, failure.byte));
+        problem = failure.what();
     } catch (const Json::exception& failure) {
         problem = failure.what();
     }
-    FailToRead(path, Clean(inspector.GetPath()) + Clean(problem));
+    FailToRead(path, Clean(inspector.GetPath()) + word + Clean(problem));
 }
 
 std::string ToReadableText(const Json& document) {
