@@ -108,6 +108,7 @@ TEST_F(ConfigTool, TellsEachValueThatItRefusesAndWritesNothing) {
         std::string file;
         int exitCode;
         std::vector<std::string> messages;
+        bool isLate = false;  ///< only the camera itself refuses it
     } cases[] = {
         {property(R"("gain": {"absolute": 5})"), 0, {}},
         {with(R"("camera": {"model": "other"})"),
@@ -145,9 +146,11 @@ TEST_F(ConfigTool, TellsEachValueThatItRefusesAndWritesNothing) {
         {with(R"("image": {"format": 0, "mode": 5, "frameRate": 31})"),
          1,
          {"image.frameRate is 31: it must"}},
-        {with(R"("image": {"format": 7, "mode": 0, "width": 16, "height": 16, "packetSize": 4096})"),
+        {with(R"("image": {"format": 7, "mode": 0, "width": 16, "height": 16, "packetSize": 65532},
+                   "properties": {"gain": {"raw": 3, "auto": true}}, "trigger": {"mode": 1, "on": true})"),
          1,
-         {"image: ", "the camera is left as it was"}},
+         {"image: The packet size is to be 65532", "the camera is left as it was"},
+         true},
         {with(R"("trigger": {"mode": 5, "source": "x"}, "pins": {"outputs": [32]}, "strobes": {"4": {}})"),
          1,
          {"trigger.mode is 5: it must be one of 0, 1, 14, 15", "trigger.source is \"x\": it must be one of",
@@ -174,19 +177,18 @@ TEST_F(ConfigTool, TellsEachValueThatItRefusesAndWritesNothing) {
     for (const auto& row : cases) {
         const std::string shown = row.file.substr(0, 300);
         Write("file.json", row.file);
-        for (const std::string mode : {"--dry-run", ""}) {
-            const SpawnResult result = Run("--simulate 1 --json config load file.json " + mode);
-            const bool isLate =
-                mode == "--dry-run" && row.messages.size() == 2 && row.messages[0] == "image: ";
-            const bool isNote = row.exitCode == 0;
-            EXPECT_EQ(isLate ? 0 : row.exitCode, result.exitCode) << shown << result.messages;
+        for (const bool isDry : {true, false}) {
+            const SpawnResult result =
+                Run(std::string("--simulate 1 --json config load file.json ") + (isDry ? "--dry-run" : ""));
+            const bool isLoaded = row.exitCode == 0 || (isDry && row.isLate);
+            EXPECT_EQ(isLoaded ? 0 : 1, result.exitCode) << shown << result.messages;
             for (const std::string& part : row.messages) {
+                // What the camera made of a value is not known before.
                 const bool isSaid = result.messages.find(part) != std::string::npos;
-                EXPECT_TRUE(isSaid || isLate || (isNote && mode == "--dry-run")) << part << " in:\n"
-                                                                                 << result.messages;
+                EXPECT_TRUE(isSaid || (isDry && isLoaded)) << part << " in:\n" << result.messages;
             }
             if (!result.output.empty()) {
-                EXPECT_EQ(result.exitCode == 0, Json::parse(result.output).at("applied")) << shown;
+                EXPECT_EQ(isLoaded, Json::parse(result.output).at("applied")) << shown;
             }
         }
     }

@@ -82,7 +82,7 @@ bool CheckStream::IsQuiet() {
 void PrepareToStream(Zevrin::IidcCamera& camera) {
     Zevrin::TriggerModeInfo trigger;
     Check(camera.GetTriggerModeInfo(&trigger));
-    if (trigger.present) {
+    if (trigger.present && trigger.onOffSupported) {
         Zevrin::TriggerMode mode;
         Check(camera.GetTriggerMode(&mode));
         mode.onOff = false;

@@ -43,7 +43,7 @@ class CheckRun {
     void Begin(const std::string& group) { m_group = group; }
 
     /// Runs one check, which throws `ToolFailure` or `CheckIsAbsent`, or returns what it looked at. After an
-    /// interruption none is run any more.
+    /// interruption nothing is run any more.
     void Try(const std::string& name, const std::function<std::string()>& check);
 
     /// The same whether interrupted or not.
@@ -68,7 +68,7 @@ class CheckStream {
     /// The next frame, whole and the next by its number. Throws `ToolFailure`.
     void TakeNext(Zevrin::Image* pImage);
 
-    /// Whether a frame comes within a while in which none should.
+    /// Whether no frame comes for a while in which none should.
     bool IsQuiet();
 
   private:

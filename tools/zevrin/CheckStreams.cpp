@@ -244,18 +244,26 @@ std::string CheckClock(IidcCamera& camera) {
 }  // namespace
 
 void CheckFormats(CheckRun& run) {
-    for (unsigned int format = 0; format <= kMaxStandardFormat; ++format) {
+    run.Try("modes", [&] {
+        unsigned int count = 0;
         for (unsigned int mode = 0; mode <= kMaxMode; ++mode) {
+            for (unsigned int format = 0; format <= kMaxStandardFormat; ++format) {
+                count += ReadModeInfo(run.GetCamera(), format, mode).present ? 1 : 0;
+            }
+            count += ReadRegionInfo(run.GetCamera(), mode).present ? 1 : 0;
+        }
+        Require(count > 0, "the camera has none");
+        return std::to_string(count) + " are there";
+    });
+    for (unsigned int mode = 0; mode <= kMaxMode; ++mode) {
+        for (unsigned int format = 0; format <= kMaxStandardFormat; ++format) {
             Zevrin::VideoModeInfo info;
             info.format = format;
             info.mode = mode;
-            const Zevrin::Error error = run.GetCamera().GetVideoModeInfo(&info);
-            if (error != Zevrin::ERR_OK || info.present) {
+            if (run.GetCamera().GetVideoModeInfo(&info) == Zevrin::ERR_OK && info.present) {
                 CheckStandardMode(run, info);
             }
         }
-    }
-    for (unsigned int mode = 0; mode <= kMaxMode; ++mode) {
         Zevrin::Format7Info info;
         info.mode = mode;
         if (run.GetCamera().GetFormat7Info(&info) == Zevrin::ERR_OK && info.present) {

@@ -22,7 +22,7 @@ struct LoadResult {
     std::vector<ConfigChange> changes;
     Findings refused;
     Findings notes;
-    bool isApplied = false;
+    bool isApplied = false;  ///< the camera is not as it was
 };
 
 std::string ToText(const Finding& finding) {
@@ -82,6 +82,15 @@ void Verify(const Json& document, const Json& now, LoadResult* pResult) {
     }
 }
 
+void PutBack(const Target& target, const ConfigPlan& undo, const Json& before, LoadResult* pResult) {
+    const Findings stuck = ApplyConfig(undo);
+    pResult->refused.insert(pResult->refused.end(), stuck.begin(), stuck.end());
+    for (const ConfigChange& change : CompareConfigs(before, ReadConfig(target.camera).document)) {
+        pResult->refused.push_back({change.path, change.from, "it could not be put back"});
+        pResult->isApplied = true;
+    }
+}
+
 void Apply(const Target& target, const Json& document, const ConfigPlan& plan, const Json& before,
            bool partial, LoadResult* pResult) {
     const ConfigPlan undo = PlanConfig(before, target.camera);
@@ -92,8 +101,7 @@ void Apply(const Target& target, const Json& document, const ConfigPlan& plan, c
     }
     pResult->isApplied = partial || pResult->refused.empty();
     if (!pResult->isApplied) {
-        const Findings stuck = ApplyConfig(undo);
-        pResult->refused.insert(pResult->refused.end(), stuck.begin(), stuck.end());
+        PutBack(target, undo, before, pResult);
     }
 }
 
