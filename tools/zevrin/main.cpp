@@ -45,18 +45,19 @@ int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
 
 int Run(int argc, char** argv) {
     Tool tool;
-    CLI::App app("Lists register-mapped cameras, shows and changes how they are set, and grabs images.",
-                 "zevrin");
+    CLI::App app(
+        "Lists register-mapped cameras, shows and changes how they are set, and grabs and records images.",
+        "zevrin");
     app.formatter(std::make_shared<HelpFormatter>());
     app.footer(kFooter);
     app.failure_message(DescribeProblem);
     app.require_subcommand(1);
     app.fallthrough();
     AddGlobalOptions(app, tool);
-    for (const auto pAdd :
-         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb, AddTriggerVerb, AddStrobeVerb,
-          AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb,
-          AddFormatVerb, AddSyncVerb, AddConfigVerb, AddCheckVerb}) {
+    for (const auto pAdd : {AddListVerb,     AddInfoVerb,     AddRegVerb,    AddGrabVerb,   AddCaptureVerb,
+                            AddPropertyVerb, AddTriggerVerb,  AddStrobeVerb, AddLutVerb,    AddMemoryVerb,
+                            AddGpioVerb,     AddEmbeddedVerb, AddStatsVerb,  AddTimeVerb,   AddEventsVerb,
+                            AddFormatVerb,   AddSyncVerb,     AddPlanVerb,   AddConfigVerb, AddCheckVerb}) {
         pAdd(app, tool);
     }
     try {
