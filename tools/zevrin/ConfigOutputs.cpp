@@ -179,7 +179,7 @@ void PlanPins(ConfigEntry& entry, IidcCamera& camera, ConfigPlan* pPlan) {
     };
     for (unsigned int pin = 0; pin < kPins; ++pin) {
         const unsigned int direction = has(wanted, pin) ? 1 : 0;
-        // Also those that are as they should be now: a stage before this one may change them.
+        // Inputs that stay inputs are left alone: the camera may not have them.
         if (has(present, pin) || direction == 1) {
             pPlan->steps.push_back(
                 {kStageOutputs, entry.GetPath() + " " + std::to_string(pin),
