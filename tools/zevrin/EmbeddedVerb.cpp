@@ -4,6 +4,7 @@
 #include "CameraVerb.h"
 #include "Choices.h"
 #include "CommandLine.h"
+#include "EmbeddedItems.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
@@ -13,26 +14,12 @@ namespace {
 using Zevrin::EmbeddedImageInfo;
 using Zevrin::EmbeddedImageItem;
 
-/// What the further items are is the camera's to say: they go by their numbers.
-Choices MakeNames() {
-    Choices names = {{"timestamp", 0}};
-    for (unsigned int item = 1; item < EmbeddedImageInfo::kItemCount; ++item) {
-        names.push_back({std::to_string(item), item});
-    }
-    return names;
-}
-const Choices kNames = MakeNames();
-
-EmbeddedImageItem& ItemOf(EmbeddedImageInfo* pInfo, unsigned int item) {
-    return item == 0 ? pInfo->timestamp : pInfo->further[item - 1];
-}
-
 void List(const Target& target) {
     EmbeddedImageInfo info;
     target.Check(target.camera.GetEmbeddedImageInfo(&info));
     std::vector<Facts> rows;
-    for (const Choice& name : kNames) {
-        const EmbeddedImageItem& item = ItemOf(&info, name.value);
+    for (const Choice& name : kEmbeddedItems) {
+        const EmbeddedImageItem& item = EmbeddedItem(&info, name.value);
         rows.push_back({{"Item", "item", name.word, ""},
                         {"Available", "available", item.available, ""},
                         {"State", "state", OnOff(item.onOff), ""}});
@@ -44,10 +31,10 @@ void Switch(const Target& target, const std::vector<unsigned int>& items, bool o
     EmbeddedImageInfo info;
     target.Check(target.camera.GetEmbeddedImageInfo(&info));
     for (const unsigned int number : items) {
-        EmbeddedImageItem& item = ItemOf(&info, number);
+        EmbeddedImageItem& item = EmbeddedItem(&info, number);
         if (on && !item.available) {
             throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no embedded item " +
-                                               WordFor(number, kNames) +
+                                               WordFor(number, kEmbeddedItems) +
                                                "; `zevrin embedded list` shows what it has");
         }
         item.onOff = on;
@@ -88,7 +75,7 @@ void AddSwitching(CLI::App& verb, Tool& tool, bool on) {
         [pItems](const std::string& argument, const std::string& text) {
             std::istringstream parts(text + ",");
             for (std::string part; std::getline(parts, part, ',');) {
-                pItems->push_back(ParseChoice(argument, part, kNames));
+                pItems->push_back(ParseChoice(argument, part, kEmbeddedItems));
             }
         },
         "timestamp or 1 to 9; several are separated by commas")

@@ -17,8 +17,6 @@ using Zevrin::Format7Settings;
 using Zevrin::VideoModeInfo;
 using Zevrin::VideoModeSetting;
 
-constexpr unsigned int kMaxStandardFormat = 2;
-constexpr unsigned int kMaxMode = 7;
 constexpr unsigned int kMaxPixels = 65535;
 
 std::string SizeText(unsigned int width, unsigned int height) {
@@ -26,18 +24,11 @@ std::string SizeText(unsigned int width, unsigned int height) {
 }
 
 VideoModeInfo ReadStandardInfo(const Target& target, unsigned int format, unsigned int mode) {
-    VideoModeInfo info;
-    info.format = format;
-    info.mode = mode;
-    target.Check(target.camera.GetVideoModeInfo(&info));
-    return info;
+    return ReadModeInfo(target.camera, format, mode, NameOf(target.serialNumber));
 }
 
 Format7Info ReadRegionInfo(const Target& target, unsigned int mode) {
-    Format7Info info;
-    info.mode = mode;
-    target.Check(target.camera.GetFormat7Info(&info));
-    return info;
+    return ZevrinTool::ReadRegionInfo(target.camera, mode, NameOf(target.serialNumber));
 }
 
 /// "name" of what each bit of a mask stands for.

@@ -1,7 +1,5 @@
 #include "Formats.h"
 
-#include <zevrin/ImageFormat.h>
-
 namespace ZevrinTool {
 
 const Choices kFrameRates = {{"1.875", 0}, {"3.75", 1}, {"7.5", 2}, {"15", 3},
@@ -36,6 +34,22 @@ Facts Describe(const Picture& picture) {
 
 }  // namespace
 
+Zevrin::VideoModeInfo ReadModeInfo(Zevrin::IidcCamera& camera, unsigned int format, unsigned int mode,
+                                   const std::string& what) {
+    Zevrin::VideoModeInfo info;
+    info.format = format;
+    info.mode = mode;
+    Check(camera.GetVideoModeInfo(&info), what);
+    return info;
+}
+
+Zevrin::Format7Info ReadRegionInfo(Zevrin::IidcCamera& camera, unsigned int mode, const std::string& what) {
+    Zevrin::Format7Info info;
+    info.mode = mode;
+    Check(camera.GetFormat7Info(&info), what);
+    return info;
+}
+
 Facts DescribeFormat(const Target& target) {
     Zevrin::VideoModeSetting present;
     target.Check(target.camera.GetVideoMode(&present));
@@ -47,10 +61,8 @@ Facts DescribeFormat(const Target& target) {
         add(Describe({settings.left, settings.top, settings.width, settings.height, settings.pixelFormat}));
         add({{"Bytes of a packet", "packetSize", settings.packetSize, ""}});
     } else {
-        Zevrin::VideoModeInfo info;
-        info.format = present.format;
-        info.mode = present.mode;
-        target.Check(target.camera.GetVideoModeInfo(&info));
+        const Zevrin::VideoModeInfo info =
+            ReadModeInfo(target.camera, present.format, present.mode, NameOf(target.serialNumber));
         add(Describe({0, 0, info.width, info.height, info.pixelFormat}));
         const std::string rate = WordFor(present.frameRate, kFrameRates);
         add({{"Frame rate", "frameRate", std::stod(rate), rate + " fps"}});

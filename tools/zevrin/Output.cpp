@@ -130,6 +130,12 @@ std::string Printable(std::string text) {
     return text;
 }
 
+std::string Quote(const Json& value) {
+    constexpr std::size_t kMaxQuote = 60;
+    const std::string text = Printable(value.dump(-1, ' ', true, Json::error_handler_t::replace));
+    return text.size() > kMaxQuote ? text.substr(0, kMaxQuote) + "..." : text;
+}
+
 void Print(const Json& document) {
     std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }

@@ -51,6 +51,9 @@ std::vector<unsigned int> BitsOf(unsigned int mask);
 /// Without control characters, which a device must not send to a terminal.
 std::string Printable(std::string text);
 
+/// A value of outside data as it may stand in a message, however long it is.
+std::string Quote(const Json& value);
+
 /// A document for programs on standard output. Bytes that are no UTF-8, in file names, become U+FFFD.
 void Print(const Json& document);
 

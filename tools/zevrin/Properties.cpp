@@ -49,7 +49,7 @@ bool HasSecondValue(const PropertyInfo& info) {
 }
 
 const char* StateOf(const PropertyInfo& info, const Property& property) {
-    if (!info.autoSupported && !info.manualSupported && !info.onOffSupported && !info.onePushSupported) {
+    if (PropertyReading{info, property}.IsReadOnly()) {
         return "read only";
     }
     return !property.onOff           ? "off"
@@ -80,6 +80,19 @@ std::string WithUnit(const std::string& number, const PropertyInfo& info) {
 }
 
 }  // namespace
+
+bool PropertyReading::IsReadOnly() const {
+    return !info.autoSupported && !info.manualSupported && !info.onOffSupported && !info.onePushSupported;
+}
+
+PropertyReading ReadProperty(Zevrin::IidcCamera& camera, Zevrin::PropertyType type, const std::string& what) {
+    PropertyReading reading;
+    reading.info.type = type;
+    reading.property.type = type;
+    Check(camera.GetPropertyInfo(&reading.info), what);
+    Check(camera.GetProperty(&reading.property), what);
+    return reading;
+}
 
 const Choices& PropertyNames() {
     static const Choices names = [] {

@@ -37,6 +37,20 @@ class PropertyChange {
     std::vector<unsigned int> m_raw;
 };
 
+/// What a camera says of one property.
+struct PropertyReading {
+    Zevrin::PropertyInfo info;
+    Zevrin::Property property;
+
+    bool IsReadOnly() const;
+    /// Red and blue of the white balance.
+    bool HasSecondValue() const { return info.type == Zevrin::WHITE_BALANCE; }
+};
+
+/// Throws `ToolFailure`, with `what` before its reason.
+PropertyReading ReadProperty(Zevrin::IidcCamera& camera, Zevrin::PropertyType type,
+                             const std::string& what = std::string());
+
 /// What a property can do and how it is set.
 Facts Describe(const Zevrin::PropertyInfo& info, const Zevrin::Property& property);
 

@@ -10,26 +10,14 @@ namespace ZevrinTool {
 
 namespace {
 
-using Zevrin::Property;
-using Zevrin::PropertyInfo;
 using Zevrin::PropertyType;
 
-struct Reading {
-    PropertyInfo info;
-    Property property;
-};
-
-Reading Read(const Target& target, PropertyType type) {
-    Reading reading;
-    reading.info.type = type;
-    reading.property.type = type;
-    target.Check(target.camera.GetPropertyInfo(&reading.info));
-    target.Check(target.camera.GetProperty(&reading.property));
-    return reading;
+PropertyReading Read(const Target& target, PropertyType type) {
+    return ReadProperty(target.camera, type, NameOf(target.serialNumber));
 }
 
-Reading Require(const Target& target, PropertyType type) {
-    const Reading reading = Read(target, type);
+PropertyReading Require(const Target& target, PropertyType type) {
+    const PropertyReading reading = Read(target, type);
     if (!reading.info.present) {
         throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no " +
                                            Zevrin::GetPropertyTypeName(type) +
@@ -41,7 +29,7 @@ Reading Require(const Target& target, PropertyType type) {
 void List(const Target& target) {
     std::vector<Facts> rows;
     for (unsigned int type = 0; type < Zevrin::kPropertyTypeCount; ++type) {
-        const Reading reading = Read(target, static_cast<PropertyType>(type));
+        const PropertyReading reading = Read(target, static_cast<PropertyType>(type));
         if (reading.info.present) {
             rows.push_back(Describe(reading.info, reading.property));
         }
@@ -50,13 +38,13 @@ void List(const Target& target) {
 }
 
 void Get(const Target& target, PropertyType type) {
-    const Reading reading = Require(target, type);
+    const PropertyReading reading = Require(target, type);
     target.Show(Describe(reading.info, reading.property));
 }
 
 /// Shows what came of it: a camera may round.
 void Set(const Target& target, PropertyType type, const PropertyChange& change) {
-    Reading reading = Require(target, type);
+    PropertyReading reading = Require(target, type);
     change.Apply(reading.info, &reading.property);
     target.Check(target.camera.SetProperty(&reading.property));
     Get(target, type);

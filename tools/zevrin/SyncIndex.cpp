@@ -29,13 +29,6 @@ struct BadLine : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// As it may stand in a message, however long it is.
-std::string Quote(const Json& value) {
-    constexpr std::size_t kMaxQuote = 60;
-    const std::string text = Printable(value.dump(-1, ' ', true, Json::error_handler_t::replace));
-    return text.size() > kMaxQuote ? text.substr(0, kMaxQuote) + "..." : text;
-}
-
 const Json& Find(const Json& document, const char* key) {
     const auto found = document.find(key);
     if (found == document.end()) {

@@ -73,5 +73,7 @@ void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);
 void AddPlanVerb(CLI::App& app, Tool& tool);
+void AddConfigVerb(CLI::App& app, Tool& tool);
+void AddCheckVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

@@ -54,10 +54,10 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     AddGlobalOptions(app, tool);
-    for (const auto pAdd :
-         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddCaptureVerb, AddPropertyVerb, AddTriggerVerb,
-          AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb,
-          AddEventsVerb, AddFormatVerb, AddSyncVerb, AddPlanVerb}) {
+    for (const auto pAdd : {AddListVerb,     AddInfoVerb,     AddRegVerb,    AddGrabVerb,   AddCaptureVerb,
+                            AddPropertyVerb, AddTriggerVerb,  AddStrobeVerb, AddLutVerb,    AddMemoryVerb,
+                            AddGpioVerb,     AddEmbeddedVerb, AddStatsVerb,  AddTimeVerb,   AddEventsVerb,
+                            AddFormatVerb,   AddSyncVerb,     AddPlanVerb,   AddConfigVerb, AddCheckVerb}) {
         pAdd(app, tool);
     }
     try {
