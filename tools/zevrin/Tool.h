@@ -71,5 +71,6 @@ void AddSyncVerb(CLI::App& app, Tool& tool);
 void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);
+void AddHelpVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool
