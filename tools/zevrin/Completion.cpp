@@ -79,7 +79,7 @@ _zevrin() {
     case $files in
         file) _files ;;
         folder) _files -/ ;;
-        *) _describe -o 'zevrin' offers ;;
+        *) _describe zevrin offers ;;
     esac
 }
 _zevrin "$@"
