@@ -1,6 +1,7 @@
 #include "CommandTree.h"
 
 #include "Choices.h"
+#include "CommandLine.h"
 
 namespace ZevrinTool {
 
@@ -23,14 +24,6 @@ OptionFacts Describe(const CLI::Option& option) {
     facts.help = option.get_description();
     facts.words = WordsOf(&option);
     return facts;
-}
-
-std::string UsageOf(const CLI::App& app) {
-    std::string usage = app.get_formatter()->make_usage(&app, "");
-    const std::string label = "\nUsage: ";
-    usage.erase(0, label.size());
-    usage.erase(usage.find_last_not_of('\n') + 1);
-    return usage;
 }
 
 void Describe(const CLI::App& app, const std::string& path, std::vector<VerbFacts>* pVerbs) {

@@ -9,7 +9,7 @@ namespace {
 // Both shells take the same tables and the same walk over the words; only the ends differ. Names that zsh
 // gives a meaning of its own (path, options, words) are left alone.
 
-constexpr char kWalk[] = R"(
+constexpr char kWalk[] = R"shell(
 # Goes along the words before the one that is completed: which verb, how many arguments, an open option.
 _zevrin_walk() {
     local word entry
@@ -51,11 +51,12 @@ _zevrin_offer() {
     elif [ ${#verbs[@]} -gt 0 ]; then
         offers=("${verbs[@]}")
     else
-        _zevrin_values "$verb:$((count + 1))" fi
+        _zevrin_values "$verb:$((count + 1))"
+    fi
 }
-)";
+)shell";
 
-constexpr char kBashEnd[] = R"(
+constexpr char kBashEnd[] = R"shell(
 _zevrin() {
     local verb count pending valued commonvalued files current=${COMP_WORDS[COMP_CWORD]}
     local -a verbs flags common offers
@@ -68,9 +69,9 @@ _zevrin() {
     esac
 }
 complete -F _zevrin zevrin
-)";
+)shell";
 
-constexpr char kZshEnd[] = R"(
+constexpr char kZshEnd[] = R"shell(
 _zevrin() {
     local verb count pending valued commonvalued files
     local -a verbs flags common offers
@@ -83,7 +84,7 @@ _zevrin() {
     esac
 }
 _zevrin "$@"
-)";
+)shell";
 
 std::string Quote(const std::string& text) {
     std::string quoted = "'";
