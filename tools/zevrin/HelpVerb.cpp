@@ -40,7 +40,8 @@ void Help(const CLI::App& app, const std::vector<std::string>& words) {
         pVerb = pFound;
         path += " " + word;
     }
-    std::cout << pVerb->help();
+    // Not `help()`, which goes on to the verb that was parsed: this one.
+    std::cout << pVerb->get_formatter()->make_help(pVerb, pVerb->get_name(), CLI::AppFormatMode::Normal);
 }
 
 }  // namespace
