@@ -160,8 +160,8 @@ TEST_P(Document, LinksLeadSomewhere) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(Documents()), [](const auto& info) {
-    return std::regex_replace(fs::path(info.param).stem().string(), std::regex("\\W"), "_");
+INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(Documents()), [](const auto& document) {
+    return std::regex_replace(fs::path(document.param).stem().string(), std::regex("\\W"), "_");
 });
 
 TEST(Documents, KnowEveryFolderAndEveryErrorAndVerb) {
@@ -181,7 +181,7 @@ TEST(Documents, KnowEveryFolderAndEveryErrorAndVerb) {
     }
 
     const std::string help = Zevrin::Spawn({PROGRAM_FOLDER "/zevrin", "--help"}).output;
-    for (const std::string& verb : FindAll(help.substr(help.find("\nVerbs:")), "\n  (\\w+)  +\\S")) {
+    for (const std::string& verb : FindAll(help.substr(help.find("\nVerbs:")), "\n  ([a-z]+)  +\\S")) {
         EXPECT_NE(std::string::npos, readme.find("`" + verb)) << verb;
     }
 }

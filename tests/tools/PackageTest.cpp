@@ -50,7 +50,7 @@ SpawnOptions Package::s_options;
 TEST_F(Package, BringsAProgramThatRunsAndNamesWhatItNeeds) {
     EXPECT_EQ("zevrin " PROJECT_VERSION, Say("zevrin --version"));
     EXPECT_EQ("3", Say("zevrin --simulate 2 list | wc -l"));
-    EXPECT_EQ("zevrin zevrin-dev", Say("for file in *.deb; do dpkg-deb -f $file Package; done | xargs"));
+    EXPECT_EQ("zevrin-dev zevrin", Say("for file in *.deb; do dpkg-deb -f $file Package; done | xargs"));
     EXPECT_EQ("1", Say("dpkg-deb -f zevrin_*.deb Depends | grep -c libc6"));
     EXPECT_EQ("zevrin (= " PROJECT_VERSION "), libboost-thread-dev",
               Say("dpkg-deb -f zevrin-dev_*.deb Depends"));
@@ -64,7 +64,7 @@ TEST_F(Package, BringsAProgramThatRunsAndNamesWhatItNeeds) {
 TEST_F(Package, HasAManualPageOfEveryVerb) {
     const std::string page = Say("groff -man -Tascii -P-cbou -ww root/usr/share/man/man1/zevrin.1");
     for (const char* text : {"\n   zevrin grab\n", "\n   zevrin sync verify\n", "--reconnect <s>",
-                             "\n       zevrin --simulate 2 list\n"}) {
+                             "\n         zevrin --simulate 2 list\n"}) {
         EXPECT_NE(std::string::npos, page.find(text)) << text << page.substr(0, 3000);
     }
 }
