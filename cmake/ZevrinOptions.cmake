@@ -40,6 +40,27 @@ find_package(PNG QUIET)
 zevrin_found(PNG_FOUND found)
 zevrin_feature(PNG ${found} "PNG files (libpng)")
 
+# libtiff tells the errors of one file, and not of all at once, since 4.5.
+pkg_check_modules(TIFF QUIET IMPORTED_TARGET libtiff-4>=4.5)
+zevrin_found(TIFF_FOUND found)
+zevrin_feature(TIFF ${found} "TIFF files (libtiff 4.5)")
+
+# OpenCV's own package file comes with all of its modules; two are needed.
+find_path(OPENCV_INCLUDE_DIR opencv2/imgproc.hpp PATH_SUFFIXES opencv4)
+find_library(OPENCV_CORE_LIBRARY opencv_core)
+find_library(OPENCV_IMGPROC_LIBRARY opencv_imgproc)
+mark_as_advanced(OPENCV_INCLUDE_DIR OPENCV_CORE_LIBRARY OPENCV_IMGPROC_LIBRARY)
+set(found OFF)
+if(OPENCV_INCLUDE_DIR AND OPENCV_CORE_LIBRARY AND OPENCV_IMGPROC_LIBRARY)
+    set(found ON)
+endif()
+zevrin_feature(OPENCV ${found} "Colours of raw mosaics (OpenCV imgproc)")
+if(ZEVRIN_OPENCV)
+    add_library(zevrin_opencv INTERFACE IMPORTED)
+    target_include_directories(zevrin_opencv INTERFACE ${OPENCV_INCLUDE_DIR})
+    target_link_libraries(zevrin_opencv INTERFACE ${OPENCV_IMGPROC_LIBRARY} ${OPENCV_CORE_LIBRARY})
+endif()
+
 find_package(CLI11 QUIET)
 zevrin_found(CLI11_FOUND found)
 zevrin_feature(TOOLS ${found} "The command line tool (CLI11)")
@@ -48,6 +69,11 @@ find_package(GTest QUIET)
 if(BUILD_TESTING AND NOT GTest_FOUND)
     message(WARNING "GoogleTest was not found: no tests are built")
     set(BUILD_TESTING OFF)
+endif()
+
+option(ZEVRIN_BENCHMARKS "Benchmarks (Google Benchmark)" OFF)
+if(ZEVRIN_BENCHMARKS)
+    find_package(benchmark REQUIRED)
 endif()
 
 option(ZEVRIN_WERROR "Warnings are errors" OFF)
@@ -68,5 +94,6 @@ function(zevrin_print_summary)
     get_property(features GLOBAL PROPERTY ZEVRIN_SUMMARY)
     message(STATUS "Zevrin ${PROJECT_VERSION}, ${CMAKE_BUILD_TYPE}${sanitizers}"
                    "\n    Core with simulated cameras: on${features}"
-                   "\n    Tests (GoogleTest): ${BUILD_TESTING}")
+                   "\n    Tests (GoogleTest): ${BUILD_TESTING}"
+                   "\n    Benchmarks (Google Benchmark): ${ZEVRIN_BENCHMARKS}")
 endfunction()

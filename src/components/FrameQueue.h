@@ -11,6 +11,7 @@
 #include <memory>
 #include <vector>
 
+#include "zevrin/ByteRange.h"
 #include "zevrin/Configuration.h"
 #include "zevrin/Error.h"
 #include "zevrin/PixelFormat.h"
@@ -22,7 +23,7 @@ namespace Zevrin {
 struct FrameInfo {
     unsigned int width = 0;   ///< pixels
     unsigned int height = 0;  ///< pixels
-    unsigned int stride = 0;  ///< bytes from one row to the next
+    unsigned int stride = 0;  ///< bytes from one row to the next; 0: rows follow each other to the bit
     PixelFormat pixelFormat = PIXEL_FORMAT_UNKNOWN;
     BayerTileFormat bayerFormat = BAYER_NONE;
     bool isBigEndian = true;         ///< of samples wider than a byte
@@ -30,7 +31,8 @@ struct FrameInfo {
     std::size_t receivedSize = 0;    ///< bytes valid from the start of the buffer
     unsigned int gaps = 0;           ///< interruptions of the stream before this frame; the queue says it
     bool isComplete = true;
-    bool hasTimeStamp = false;  ///< the transport delivered `timeStamp` beside the pixels
+    std::vector<ByteRange> missing;  ///< of an incomplete frame, what is black within `receivedSize`
+    bool hasTimeStamp = false;       ///< the transport delivered `timeStamp` beside the pixels
     TimeStamp timeStamp;
 };
 

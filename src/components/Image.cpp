@@ -97,4 +97,8 @@ bool Image::IsComplete() const noexcept {
     return m_pFrame != nullptr && m_pFrame->info.isComplete;
 }
 
+const std::vector<ByteRange>& Image::GetMissingParts() const noexcept {
+    return InfoOf(m_pFrame).missing;
+}
+
 }  // namespace Zevrin

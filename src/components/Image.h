@@ -2,7 +2,9 @@
 
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <cstddef>
+#include <vector>
 
+#include "zevrin/ByteRange.h"
 #include "zevrin/Error.h"
 #include "zevrin/Export.h"
 #include "zevrin/PixelFormat.h"
@@ -42,9 +44,14 @@ class ZEVRIN_API Image {
     const unsigned char* GetData() const noexcept;
     std::size_t GetDataSize() const noexcept;  ///< bytes
 
-    unsigned int GetWidth() const noexcept;               ///< pixels
-    unsigned int GetHeight() const noexcept;              ///< pixels
-    unsigned int GetStride() const noexcept;              ///< bytes from one row to the next
+    unsigned int GetWidth() const noexcept;   ///< pixels
+    unsigned int GetHeight() const noexcept;  ///< pixels
+
+    /// Bytes from one row to the next. 0 when rows follow each other to the bit, so that some begin within a
+    /// byte: packed formats with an odd width, where pixel n of the image begins at bit n times
+    /// `GetBitsPerPixel`.
+    unsigned int GetStride() const noexcept;
+
     PixelFormat GetPixelFormat() const noexcept;          ///< how pixels are laid out
     BayerTileFormat GetBayerTileFormat() const noexcept;  ///< of raw images
     bool IsBigEndian() const noexcept;                    ///< of samples wider than a byte
@@ -59,6 +66,11 @@ class ZEVRIN_API Image {
 
     /// False when part of the image was lost on its way and the rest was asked for.
     bool IsComplete() const noexcept;
+
+    /// What was lost within `GetDataSize` bytes, in order; these bytes are 0, all others are as they were
+    /// sent. Empty for a complete image, and where only the end is lost, which `GetDataSize` tells. Valid
+    /// for as long as the image holds its buffer.
+    const std::vector<ByteRange>& GetMissingParts() const noexcept;
 
   private:
     friend class Iso;

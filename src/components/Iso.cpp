@@ -31,6 +31,12 @@ unsigned int ReadQuadlet(const unsigned char* bytes) {
            static_cast<unsigned int>(bytes[2]) << 8 | static_cast<unsigned int>(bytes[3]);
 }
 
+/// The transport counts for all that use the camera, this component for itself.
+StreamCounters Add(const StreamCounters& total, const StreamCounters& from, const StreamCounters& to) {
+    return {total.resendPacketsRequested + to.resendPacketsRequested - from.resendPacketsRequested,
+            total.resendPacketsReceived + to.resendPacketsReceived - from.resendPacketsReceived};
+}
+
 }  // namespace
 
 Iso::Iso() : m_pCounters(boost::make_shared<FrameCounters>()), m_defaultTimeoutMs(kDefaultTimeoutMs) {}
@@ -164,6 +170,11 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
         error = MakeQueue(config, format, &pQueue);
     }
     if (error == ERR_OK) {
+        const StreamCounters counters = pHardware->GetStreamCounters();
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_resendsBase = counters;
+    }
+    if (error == ERR_OK) {
         pQueue->SetGaps(gaps);
         error = pHardware->StartStream(config, pQueue);
     }
@@ -234,8 +245,10 @@ Error Iso::StopCapture() {
     }
     const Error error = EndStream(*pHardware, pQueue);
     StopCallbackThread();
+    const StreamCounters counters = pHardware->GetStreamCounters();
 
     boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_resends = Add(m_resends, m_resendsBase, counters);
     m_pQueue.reset();
     m_pStreamHardware.reset();
     transition.Reach(State::kStopped);
@@ -453,26 +466,34 @@ void Iso::ResetNumOfImageDropped() {
     m_pCounters->dropped = 0;
 }
 
-StreamCounters Iso::GetTransportCounters() const {
-    const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
-    return pHardware ? pHardware->GetStreamCounters() : StreamCounters();
+StreamCounters Iso::CountResends() const {
+    boost::unique_lock<boost::mutex> lock(m_mutex);
+    const boost::shared_ptr<HardwareInterface> pHardware = m_pStreamHardware;
+    const StreamCounters ended = m_resends;
+    const StreamCounters base = m_resendsBase;
+    lock.unlock();
+    return pHardware ? Add(ended, base, pHardware->GetStreamCounters()) : ended;
 }
 
 unsigned int Iso::GetNumResendPacketsReceived() const {
-    return GetTransportCounters().resendPacketsReceived - m_resendReceivedBase;
+    return CountResends().resendPacketsReceived;
 }
 
 unsigned int Iso::GetNumResendPacketsRequested() const {
-    return GetTransportCounters().resendPacketsRequested - m_resendRequestedBase;
+    return CountResends().resendPacketsRequested;
 }
 
 Error Iso::ResetNumResendPacketsReceived() {
-    m_resendReceivedBase = GetTransportCounters().resendPacketsReceived;
+    const unsigned int count = CountResends().resendPacketsReceived;
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_resends.resendPacketsReceived -= count;
     return Error();
 }
 
 Error Iso::ResetNumResendPacketsRequested() {
-    m_resendRequestedBase = GetTransportCounters().resendPacketsRequested;
+    const unsigned int count = CountResends().resendPacketsRequested;
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_resends.resendPacketsRequested -= count;
     return Error();
 }
 

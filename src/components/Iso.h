@@ -127,12 +127,10 @@ class Iso : public IOBase {
                        const std::atomic<bool>* pCancelled);
     void LearnEmbeddedInfo();
     void ReadEmbeddedInfo(Frame* pFrame) const;
-    StreamCounters GetTransportCounters() const;
+    StreamCounters CountResends() const;
 
     const boost::shared_ptr<FrameCounters> m_pCounters;
     std::atomic<unsigned int> m_embeddedInfo{0};
-    std::atomic<unsigned int> m_resendRequestedBase{0};
-    std::atomic<unsigned int> m_resendReceivedBase{0};
     std::atomic<int> m_defaultTimeoutMs;
 
     mutable boost::mutex m_mutex;  // guards changes of m_state, and what follows
@@ -141,6 +139,8 @@ class Iso : public IOBase {
     int m_closing = 0;  // calls of StopForGood under way
     boost::shared_ptr<FrameQueue> m_pQueue;
     boost::shared_ptr<HardwareInterface> m_pStreamHardware;
+    StreamCounters m_resends;      // of streams that have ended, less what was reset (modulo 2 to the 32)
+    StreamCounters m_resendsBase;  // of that hardware, when the stream began
     UserBuffers m_userBuffers;
     ImageCallback m_callback = nullptr;
     const void* m_pCallbackData = nullptr;

@@ -1,96 +1,160 @@
 #include "zevrin/ImageFile.h"
 
-#include <cstddef>
+#include <algorithm>
+#include <cctype>
 
 #include "Failure.h"
+#include "FormatText.h"
 #include "Image.h"
-#include "PngFile.h"
+#include "ImageWriters.h"
+#include "PixelRows.h"
+#include "zevrin/ImageConversion.h"
 
 namespace Zevrin {
 
 namespace {
 
-struct WritableFormat {
+/// What becomes of samples of 10 and 12 bits.
+enum class Depth {
+    kScaled,  ///< 16 bits, in full range
+    kKept,    ///< the values stay
+    kBytes    ///< nothing is looked at
+};
+
+struct FileKind {
+    const char* suffix;
+    Error (*pWrite)(const Picture& picture, const std::string& path);
+    Depth depth;
+    bool isBigEndian;
+};
+
+constexpr FileKind kFileKinds[] = {
+    {".png", WritePngFile, Depth::kScaled, true},
+    {".tif", WriteTiffFile, Depth::kScaled, kHostIsBigEndian},
+    {".tiff", WriteTiffFile, Depth::kScaled, kHostIsBigEndian},
+    {".pgm", WritePgmFile, Depth::kKept, true},
+    {".ppm", WritePpmFile, Depth::kKept, true},
+    {".npy", WriteArrayFile, Depth::kKept, false},
+    {".raw", WriteRawFile, Depth::kBytes, false},
+};
+
+/// What a format becomes in a file; formats that are not here stay.
+struct FileFormat {
     PixelFormat format;
-    bool isColor;
-    int bitsPerSample;
-    bool isBgr;
+    PixelFormat scaled;
+    PixelFormat kept;
 };
 
-constexpr WritableFormat kWritableFormats[] = {
-    {PIXEL_FORMAT_MONO8, false, 8, false},   {PIXEL_FORMAT_RAW8, false, 8, false},
-    {PIXEL_FORMAT_MONO16, false, 16, false}, {PIXEL_FORMAT_RAW16, false, 16, false},
-    {PIXEL_FORMAT_RGB8, true, 8, false},     {PIXEL_FORMAT_BGR8, true, 8, true},
+constexpr FileFormat kFileFormats[] = {
+    {PIXEL_FORMAT_BGR8, PIXEL_FORMAT_RGB8, PIXEL_FORMAT_RGB8},
+    {PIXEL_FORMAT_YUV411, PIXEL_FORMAT_RGB8, PIXEL_FORMAT_RGB8},
+    {PIXEL_FORMAT_YUV422, PIXEL_FORMAT_RGB8, PIXEL_FORMAT_RGB8},
+    {PIXEL_FORMAT_YUV444, PIXEL_FORMAT_RGB8, PIXEL_FORMAT_RGB8},
+    {PIXEL_FORMAT_MONO10, PIXEL_FORMAT_MONO16, PIXEL_FORMAT_MONO10},
+    {PIXEL_FORMAT_MONO12, PIXEL_FORMAT_MONO16, PIXEL_FORMAT_MONO12},
+    {PIXEL_FORMAT_MONO10_PACKED, PIXEL_FORMAT_MONO16, PIXEL_FORMAT_MONO10},
+    {PIXEL_FORMAT_MONO12_PACKED, PIXEL_FORMAT_MONO16, PIXEL_FORMAT_MONO12},
 };
 
-const WritableFormat* FindWritableFormat(PixelFormat format) {
-    for (const WritableFormat& writable : kWritableFormats) {
-        if (writable.format == format) {
-            return &writable;
+const FileKind* FindFileKind(const std::string& path) {
+    const std::string name = path.substr(path.find_last_of('/') + 1);
+    std::string suffix = name.substr(std::min(name.rfind('.'), name.size()));
+    std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    for (const FileKind& kind : kFileKinds) {
+        if (suffix == kind.suffix) {
+            return &kind;
         }
     }
     return nullptr;
 }
 
-/// Whether the rows that are announced lie within the bytes that are there.
-Error CheckSize(const PixelView& view) {
-    const std::size_t rowSize = (std::size_t{view.width} * GetBitsPerPixel(view.pixelFormat)) / 8;
-    const std::size_t height = view.height;
-    // Divided instead of multiplied: the numbers come from outside.
-    if (rowSize == 0 || height == 0 || view.stride < rowSize || view.size < rowSize ||
-        (view.size - rowSize) / view.stride < height - 1) {
-        return Failure(ERR_INVALID_PARAMETER,
-                       "The image holds %zu bytes, which are not %zu rows of %zu bytes, %zu bytes apart.",
-                       view.size, height, rowSize, view.stride);
+Error UnknownSuffix(const std::string& path) {
+    std::string list;
+    for (const std::string& suffix : GetImageFileSuffixes()) {
+        list += (list.empty() ? "" : ", ") + suffix;
     }
-    return Error();
+    return Failure(ERR_NOT_SUPPORTED, "The file \"%s\" has none of the suffixes that can be written: %s.",
+                   Printable(path).c_str(), list.c_str());
+}
+
+PixelFormat ChooseFormat(PixelFormat format, Depth depth) {
+    for (const FileFormat& row : kFileFormats) {
+        if (row.format == format) {
+            return depth == Depth::kScaled ? row.scaled : row.kept;
+        }
+    }
+    return format;
+}
+
+/// Brings the pixels into a form that the file can hold; those that are in it already are not copied.
+Error Prepare(const FileKind& kind, PixelView source, PixelBuffer* pBuffer, Picture* pPicture) {
+    const Error error = CheckView(source);
+    if (error != ERR_OK) {
+        return error;
+    }
+    const unsigned int bits = FindRowLayout(source.pixelFormat)->bits;
+    pPicture->significantBits = source.significantBits != 0 ? source.significantBits : bits;
+    if (kind.depth == Depth::kKept) {
+        source.significantBits = 0;
+    }
+    const PixelFormat format = ChooseFormat(source.pixelFormat, kind.depth);
+    const bool isScaled = source.significantBits != 0 && source.significantBits != bits;
+    if (format == source.pixelFormat && source.stride != 0 && !isScaled &&
+        (bits == 8 || source.isBigEndian == kind.isBigEndian)) {
+        pPicture->pixels = source;
+        return Error();
+    }
+    const Error converted = ConvertPixels(source, {format, kind.isBigEndian, BAYER_NONE}, pBuffer);
+    pPicture->pixels = pBuffer->View();
+    return converted;
 }
 
 }  // namespace
 
-PixelView ViewOf(const Image& image) {
-    PixelView view;
-    view.data = image.GetData();
-    view.size = image.GetDataSize();
-    view.width = image.GetWidth();
-    view.height = image.GetHeight();
-    view.stride = image.GetStride();
-    view.pixelFormat = image.GetPixelFormat();
-    view.bayerTileFormat = image.GetBayerTileFormat();
-    view.isBigEndian = image.IsBigEndian();
-    return view;
-}
-
-Error SavePixels(const PixelView& view, const std::string& path) {
-    if (view.data == nullptr) {
+Error SavePixels(const PixelView& pixels, const std::string& path, const ImageMetadata& metadata) {
+    const FileKind* const pKind = FindFileKind(path);
+    if (pixels.data == nullptr) {
         return Failure(ERR_INVALID_PARAMETER, "There is no image to be written to a file.");
     }
-    const WritableFormat* const pFormat = FindWritableFormat(view.pixelFormat);
-    if (pFormat == nullptr) {
-        return Failure(
-            ERR_NOT_SUPPORTED,
-            "Images in %s cannot be written to PNG files; Mono8, Raw8, Mono16, Raw16, RGB8 and BGR8 "
-            "can.",
-            GetPixelFormatName(view.pixelFormat));
+    if (pKind == nullptr) {
+        return UnknownSuffix(path);
     }
-    const Error error = CheckSize(view);
-    if (error != ERR_OK) {
-        return error;
-    }
-    PngPixels pixels;
-    pixels.data = view.data;
-    pixels.width = view.width;
-    pixels.height = view.height;
-    pixels.stride = view.stride;
-    pixels.isColor = pFormat->isColor;
-    pixels.bitsPerSample = pFormat->bitsPerSample;
-    pixels.isBgr = pFormat->isBgr;
-    pixels.isLittleEndian = !view.isBigEndian;
-    return WritePngFile(pixels, path);
+    PixelBuffer buffer;
+    Picture picture;
+    picture.pixels = pixels;
+    picture.facts = DescribePicture(pixels, metadata);
+    const Error error = pKind->depth == Depth::kBytes ? Error() : Prepare(*pKind, pixels, &buffer, &picture);
+    return error == ERR_OK ? pKind->pWrite(picture, path) : error;
 }
 
-Error SaveImage(const Image& image, const std::string& path) {
-    return SavePixels(ViewOf(image), path);
+Error SaveImage(const Image& image, const std::string& path, const ImageMetadata& metadata) {
+    ImageMetadata whole = metadata;
+    if (!whole.frameId) {
+        whole.frameId = image.GetFrameId();
+    }
+    if (!whole.timeStamp) {
+        whole.timeStamp = image.GetTimeStamp();
+    }
+    return SavePixels(ViewOf(image), path, whole);
+}
+
+std::vector<std::string> GetImageFileSuffixes() {
+    std::vector<std::string> suffixes;
+    for (const FileKind& kind : kFileKinds) {
+#ifndef ZEVRIN_WITH_PNG
+        if (kind.pWrite == WritePngFile) {
+            continue;
+        }
+#endif
+#ifndef ZEVRIN_WITH_TIFF
+        if (kind.pWrite == WriteTiffFile) {
+            continue;
+        }
+#endif
+        suffixes.emplace_back(kind.suffix);
+    }
+    return suffixes;
 }
 
 }  // namespace Zevrin

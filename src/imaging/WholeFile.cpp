@@ -58,9 +58,21 @@ Error WholeFile::Open() {
     return Error();
 }
 
+Error WholeFile::Write(const void* data, std::size_t size) {
+    return std::fwrite(data, 1, size, m_pStream) == size ? Error() : WriteFailure(errno);
+}
+
+Error WholeFile::Close() {
+    return m_pStream == nullptr || std::fclose(std::exchange(m_pStream, nullptr)) == 0 ? Error()
+                                                                                       : WriteFailure(errno);
+}
+
 Error WholeFile::Finish() {
-    if (std::fclose(std::exchange(m_pStream, nullptr)) != 0 ||
-        std::rename(m_passingPath.c_str(), m_path.c_str()) != 0) {
+    const Error error = Close();
+    if (error != ERR_OK) {
+        return error;
+    }
+    if (std::rename(m_passingPath.c_str(), m_path.c_str()) != 0) {
         return WriteFailure(errno);
     }
     m_passingPath.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -21,6 +22,13 @@ class WholeFile {
 
     /// Open for writing after `Open`.
     std::FILE* GetStream() const { return m_pStream; }
+
+    /// Errors: ERR_FILE_FAILED; the file has been given up then.
+    Error Write(const void* data, std::size_t size);
+
+    /// Ends writing: a disk that is full is known from here on. `Finish` does it when it has not been done.
+    /// Errors: ERR_FILE_FAILED; the file has been given up then.
+    Error Close();
 
     /// Gives the file its name.
     /// Errors: ERR_FILE_FAILED; the file has been given up then.

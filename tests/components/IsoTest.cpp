@@ -209,10 +209,14 @@ TEST_F(IsoTest, CountsAndResets) {
     m_pIso->ResetNumOfImageDriverDropped();
     EXPECT_EQ(m_pIso->GetNumOfImageCorrupt() + m_pIso->GetNumOfImageDriverDropped(), 0U);
 
-    m_pHardware->m_counters = {12, 7};
+    m_pHardware->m_counters = {100, 50};  // of others, before
+    ASSERT_EQ(Start(), ERR_OK);
+    m_pHardware->m_counters = {112, 57};
     EXPECT_EQ(m_pIso->GetNumResendPacketsRequested(), 12U);
     EXPECT_EQ(m_pIso->ResetNumResendPacketsRequested(), ERR_OK);
-    m_pHardware->m_counters = {15, 8};
+    m_pHardware->m_counters = {115, 58};
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    m_pHardware->m_counters = {200, 200};  // of others
     EXPECT_EQ(m_pIso->GetNumResendPacketsRequested(), 3U);
     EXPECT_EQ(m_pIso->GetNumResendPacketsReceived(), 8U);
 }

@@ -1,7 +1,6 @@
 #include "zevrin/ImageFile.h"
 
 #include <gtest/gtest.h>
-#include <png.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,6 +19,7 @@
 #include "HardwareInterface.h"
 #include "Image.h"
 #include "Iso.h"
+#include "ReadPicture.h"
 #include "support/TemporaryFolder.h"
 
 namespace Zevrin {
@@ -82,111 +83,159 @@ FrameInfo MakeInfo(PixelFormat format, unsigned int width, unsigned int height, 
     return info;
 }
 
-struct ReadPng {
-    unsigned int width = 0;
-    unsigned int height = 0;
-    int bitDepth = 0;
-    int colorType = 0;
-    std::vector<unsigned char> bytes;  // 16-bit samples big-endian, rows without padding
-};
-
-ReadPng Read(const std::string& path) {
-    ReadPng result;
-    png_structp pPng = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop pInfo = png_create_info_struct(pPng);
-    std::FILE* const pStream = std::fopen(path.c_str(), "rb");
-    if (pStream == nullptr || setjmp(png_jmpbuf(pPng)) != 0) {
-        ADD_FAILURE() << path << " is no PNG file";
-    } else {
-        png_init_io(pPng, pStream);
-        png_read_png(pPng, pInfo, PNG_TRANSFORM_IDENTITY, nullptr);
-        result.width = png_get_image_width(pPng, pInfo);
-        result.height = png_get_image_height(pPng, pInfo);
-        result.bitDepth = png_get_bit_depth(pPng, pInfo);
-        result.colorType = png_get_color_type(pPng, pInfo);
-        png_bytepp rows = png_get_rows(pPng, pInfo);
-        for (unsigned int row = 0; row < result.height; ++row) {
-            result.bytes.insert(result.bytes.end(), rows[row], rows[row] + png_get_rowbytes(pPng, pInfo));
-        }
-    }
-    if (pStream != nullptr) {
-        std::fclose(pStream);
-    }
-    png_destroy_read_struct(&pPng, &pInfo, nullptr);
-    return result;
-}
-
-struct FormatCase {
+struct WriterCase {
     const char* name;
+    const char* suffix;
     PixelFormat format;
-    unsigned int stride;  // of rows of two pixels
+    unsigned int stride;  // of rows of two pixels; there are two rows
     bool isBigEndian;
     std::vector<unsigned char> bytes;
-    int bitDepth;
-    int colorType;
-    std::vector<unsigned char> written;
+    unsigned int channels;
+    unsigned int bits;
+    std::vector<unsigned int> samples;
+    std::map<std::string, std::string> facts;  // beyond those that every file has
 };
 
-void PrintTo(const FormatCase& row, std::ostream* pStream) {
+void PrintTo(const WriterCase& row, std::ostream* pStream) {
     *pStream << row.name;
 }
 
-class SaveImageFormat : public testing::TestWithParam<FormatCase> {};
+class SaveImageWriter : public testing::TestWithParam<WriterCase> {};
 
-TEST_P(SaveImageFormat, KeepsEverySample) {
-    const FormatCase& row = GetParam();
-    const TemporaryFolder folder;
-    const std::string path = folder.Path("image.png");
-    const Image image = MakeImage(MakeInfo(row.format, 2, 2, row.stride, row.isBigEndian), row.bytes);
-    const Error error = SaveImage(image, path);
-    ASSERT_EQ(ERR_OK, error.GetType()) << error.GetDescription();
-    const ReadPng png = Read(path);
-    EXPECT_EQ(2U, png.width);
-    EXPECT_EQ(2U, png.height);
-    EXPECT_EQ(row.bitDepth, png.bitDepth);
-    EXPECT_EQ(row.colorType, png.colorType);
-    EXPECT_EQ(row.written, png.bytes);
+bool CanWrite(const std::string& suffix) {
+    const std::vector<std::string> suffixes = GetImageFileSuffixes();
+    return std::find(suffixes.begin(), suffixes.end(), suffix) != suffixes.end();
 }
 
-const FormatCase kFormatCases[] = {
-    {"Mono8", PIXEL_FORMAT_MONO8, 2, true, {1, 2, 3, 4}, 8, PNG_COLOR_TYPE_GRAY, {1, 2, 3, 4}},
+TEST_P(SaveImageWriter, KeepsEverySampleAndWhereItComesFrom) {
+    const WriterCase& row = GetParam();
+    const TemporaryFolder folder;
+    const std::string path = folder.Path(std::string("image") + row.suffix);
+    FrameInfo info = MakeInfo(row.format, 2, 2, row.stride, row.isBigEndian);
+    info.frameId = 77;
+    info.bayerFormat = BAYER_GBRG;
+    info.hasTimeStamp = true;
+    info.timeStamp.seconds = 1795421700;  // 2026-11-23 08:15:00 UTC
+    info.timeStamp.microSeconds = 250;
+    info.timeStamp.cycleSeconds = 100;
+    info.timeStamp.cycleCount = 7999;
+    info.timeStamp.cycleOffset = 3071;
+    ImageMetadata metadata;
+    metadata.serialNumber = 1001;
+    metadata.exposureSeconds = 0.005;
+    metadata.gainDb = 6.5;
+    const Error error = SaveImage(MakeImage(info, row.bytes), path, metadata);
+    if (!CanWrite(row.suffix)) {
+        EXPECT_EQ(ERR_NOT_SUPPORTED, error.GetType());
+        GTEST_SKIP() << "built without " << row.suffix;
+    }
+    ASSERT_EQ(ERR_OK, error.GetType()) << error.GetDescription();
+    const ReadPicture picture = ReadPictureFile(path);
+    EXPECT_EQ(row.channels, picture.channels);
+    EXPECT_EQ(row.bits, picture.bits);
+    EXPECT_EQ(row.samples, picture.samples);
+    std::map<std::string, std::string> facts = {{"serialNumber", "1001"},
+                                                {"frameId", "77"},
+                                                {"time", "2026-11-23T08:15:00.000250Z"},
+                                                {"cycleSeconds", "100"},
+                                                {"cycleCount", "7999"},
+                                                {"cycleOffset", "3071"},
+                                                {"exposureSeconds", "0.005"},
+                                                {"gainDb", "6.5"},
+                                                {"bayerTile", "GBRG"},
+                                                {"width", "2"},
+                                                {"height", "2"},
+                                                {"pixelFormat", GetPixelFormatName(row.format)}};
+    facts.insert(row.facts.begin(), row.facts.end());
+    EXPECT_EQ(facts, picture.facts);
+}
+
+const std::vector<unsigned char> kEight = {1, 2, 3, 4, 5, 6, 7, 8};
+const std::vector<unsigned char> kTwelve = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+const std::vector<unsigned int> kWords = {0x102, 0x304, 0x506, 0x708};
+const std::vector<unsigned int> kSwapped = {0x201, 0x403, 0x605, 0x807};
+const std::vector<unsigned int> kColors = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+const std::map<std::string, std::string> kTiffTags = {{"DateTime", "2026:11:23 08:15:00"},
+                                                      {"CameraSerialNumber", "1001"}};
+
+const WriterCase kWriterCases[] = {
+    {"PngGrey", ".png", PIXEL_FORMAT_MONO8, 2, true, {1, 2, 3, 4}, 1, 8, {1, 2, 3, 4}, {}},
     // The padding of the last row need not be there.
-    {"Raw8Padded", PIXEL_FORMAT_RAW8, 4, true, {1, 2, 9, 9, 3, 4}, 8, PNG_COLOR_TYPE_GRAY, {1, 2, 3, 4}},
-    {"Mono16BigEndian",
-     PIXEL_FORMAT_MONO16,
-     4,
-     true,
-     {1, 2, 3, 4, 5, 6, 7, 8},
-     16,
-     PNG_COLOR_TYPE_GRAY,
-     {1, 2, 3, 4, 5, 6, 7, 8}},
-    {"Raw16LittleEndian",
-     PIXEL_FORMAT_RAW16,
-     4,
-     false,
-     {1, 2, 3, 4, 5, 6, 7, 8},
-     16,
-     PNG_COLOR_TYPE_GRAY,
-     {2, 1, 4, 3, 6, 5, 8, 7}},
-    {"Rgb8",
-     PIXEL_FORMAT_RGB8,
-     6,
-     true,
-     {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12},
-     8,
-     PNG_COLOR_TYPE_RGB,
-     {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
-    {"Bgr8",
+    {"PngPadded", ".png", PIXEL_FORMAT_RAW8, 4, true, {1, 2, 9, 9, 3, 4}, 1, 8, {1, 2, 3, 4}, {}},
+    {"PngBigEndian", ".png", PIXEL_FORMAT_MONO16, 4, true, kEight, 1, 16, kWords, {}},
+    {"PngLittleEndian", ".png", PIXEL_FORMAT_RAW16, 4, false, kEight, 1, 16, kSwapped, {}},
+    {"PngColour", ".png", PIXEL_FORMAT_RGB8, 6, true, kTwelve, 3, 8, kColors, {}},
+    {"PngBlueFirst",
+     ".png",
      PIXEL_FORMAT_BGR8,
      6,
      true,
      {3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10},
+     3,
      8,
-     PNG_COLOR_TYPE_RGB,
-     {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
+     kColors,
+     {}},
+    {"PngYuv",
+     ".png",
+     PIXEL_FORMAT_YUV422,
+     4,
+     true,
+     {128, 1, 128, 2, 128, 3, 128, 4},
+     3,
+     8,
+     {1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4},
+     {}},
+    {"PngTwelveBits",
+     ".png",
+     PIXEL_FORMAT_MONO12_PACKED,
+     3,
+     false,
+     {0xFF, 0x0F, 0x00, 0xAB, 0x0C, 0x00},
+     1,
+     16,
+     {0xFFFF, 0, 0xABCA, 0},
+     {{"sBIT", "12"}}},
+    {"TiffGrey", ".tif", PIXEL_FORMAT_RAW8, 4, true, {1, 2, 9, 9, 3, 4}, 1, 8, {1, 2, 3, 4}, kTiffTags},
+    {"TiffBigEndian", ".tif", PIXEL_FORMAT_MONO16, 4, true, kEight, 1, 16, kWords, kTiffTags},
+    {"TiffColour", ".tif", PIXEL_FORMAT_RGB8, 6, true, kTwelve, 3, 8, kColors, kTiffTags},
+    {"PgmGrey", ".pgm", PIXEL_FORMAT_MONO8, 4, true, {1, 2, 9, 9, 3, 4}, 1, 8, {1, 2, 3, 4}, {}},
+    {"PgmTwelveBits",
+     ".pgm",
+     PIXEL_FORMAT_MONO12,
+     4,
+     false,
+     {0xBC, 0x0A, 0, 0, 0xFF, 0x0F, 1, 0},
+     1,
+     12,
+     {0xABC, 0, 0xFFF, 1},
+     {}},
+    {"PpmColour", ".ppm", PIXEL_FORMAT_RGB8, 6, true, kTwelve, 3, 8, kColors, {}},
+    {"NpyGrey", ".npy", PIXEL_FORMAT_MONO8, 2, true, {1, 2, 3, 4}, 1, 8, {1, 2, 3, 4}, {}},
+    {"NpyBigEndian", ".npy", PIXEL_FORMAT_RAW16, 4, true, kEight, 1, 16, kWords, {}},
+    {"NpyTenBits",
+     ".npy",
+     PIXEL_FORMAT_MONO10_PACKED,
+     3,
+     true,
+     {0xFF, 0x21, 0, 0, 0, 1},
+     1,
+     16,
+     {0x3FD, 2, 0, 4},
+     {}},
+    {"NpyColour", ".npy", PIXEL_FORMAT_RGB8, 6, true, kTwelve, 3, 8, kColors, {}},
+    {"RawAsItCame",
+     ".raw",
+     PIXEL_FORMAT_YUV422,
+     4,
+     true,
+     kEight,
+     1,
+     8,
+     {1, 2, 3, 4, 5, 6, 7, 8},
+     {{"size", "8"}, {"stride", "4"}, {"bigEndian", "true"}}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Formats, SaveImageFormat, testing::ValuesIn(kFormatCases),
+INSTANTIATE_TEST_SUITE_P(Writers, SaveImageWriter, testing::ValuesIn(kWriterCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 std::vector<std::string> NamesIn(const std::string& folder) {
@@ -199,45 +248,44 @@ std::vector<std::string> NamesIn(const std::string& folder) {
 
 TEST(SaveImage, RefusesWhatItCannotWrite) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path("image.png");
-    EXPECT_EQ(ERR_INVALID_PARAMETER, SaveImage(Image(), path).GetType());
-    struct {
+    EXPECT_EQ(ERR_INVALID_PARAMETER, SaveImage(Image(), folder.Path("image.pgm")).GetType());
+    const struct {
         const char* what;
+        const char* name;
         FrameInfo info;
         std::size_t size;
         ErrorType type;
-    } const cases[] = {
-        {"a format PNG lacks", MakeInfo(PIXEL_FORMAT_YUV422, 2, 2, 4), 8, ERR_NOT_SUPPORTED},
-        {"a missing pixel", MakeInfo(PIXEL_FORMAT_MONO8, 2, 2, 2), 3, ERR_INVALID_PARAMETER},
-        {"rows that overlap", MakeInfo(PIXEL_FORMAT_MONO16, 2, 2, 3), 8, ERR_INVALID_PARAMETER},
-        {"no rows", MakeInfo(PIXEL_FORMAT_MONO8, 2, 0, 2), 8, ERR_INVALID_PARAMETER},
-        {"no columns", MakeInfo(PIXEL_FORMAT_MONO8, 0, 2, 2), 8, ERR_INVALID_PARAMETER},
-        {"sizes that wrap when multiplied",
-         MakeInfo(PIXEL_FORMAT_MONO8, 0x80000000U, 0x80000000U, 0x80000000U), 8, ERR_INVALID_PARAMETER},
+    } cases[] = {
+        {"a format without pixels", "i.pgm", MakeInfo(PIXEL_FORMAT_UNKNOWN, 2, 2, 4), 8, ERR_NOT_SUPPORTED},
+        {"a missing pixel", "i.npy", MakeInfo(PIXEL_FORMAT_MONO8, 2, 2, 2), 3, ERR_INVALID_PARAMETER},
+        {"an unknown suffix", "i.gif", MakeInfo(PIXEL_FORMAT_MONO8, 2, 2, 2), 4, ERR_NOT_SUPPORTED},
+        {"no suffix", "image", MakeInfo(PIXEL_FORMAT_MONO8, 2, 2, 2), 4, ERR_NOT_SUPPORTED},
+        {"colours in a grey file", "i.pgm", MakeInfo(PIXEL_FORMAT_RGB8, 1, 1, 3), 3, ERR_NOT_SUPPORTED},
+        {"grey in a colour file", "i.ppm", MakeInfo(PIXEL_FORMAT_MONO8, 1, 1, 1), 1, ERR_NOT_SUPPORTED},
     };
     for (const auto& row : cases) {
         const Image image = MakeImage(row.info, std::vector<unsigned char>(row.size));
-        EXPECT_EQ(row.type, SaveImage(image, path).GetType()) << row.what;
+        EXPECT_EQ(row.type, SaveImage(image, folder.Path(row.name)).GetType()) << row.what;
     }
     EXPECT_TRUE(NamesIn(folder.Path()).empty()) << "a refused image left a file";
 }
 
 TEST(SaveImage, ReplacesAFileAndLeavesNoOther) {
     const TemporaryFolder folder;
-    const std::string path = folder.Path(std::string(251, 'n') + ".png");  // as long as names get
+    const std::string path = folder.Path(std::string(251, 'n') + ".PGM");  // as long as names get
     std::ofstream(path) << "what was there before";
     const Image image = MakeImage(MakeInfo(PIXEL_FORMAT_MONO8, 1, 1, 1), {77});
     ASSERT_EQ(ERR_OK, SaveImage(image, path).GetType());
-    EXPECT_EQ(std::vector<unsigned char>{77}, Read(path).bytes);
+    EXPECT_EQ(std::vector<unsigned int>{77}, ReadPictureFile(path).samples);
     EXPECT_EQ(1U, NamesIn(folder.Path()).size());
 }
 
 TEST(SaveImage, NamesTheFileThatCannotBeWritten) {
     const TemporaryFolder folder;
     std::ofstream(folder.Path("file")) << "not a folder";
-    std::filesystem::create_directory(folder.Path("folder"));
+    std::filesystem::create_directory(folder.Path("folder.pgm"));
     const Image image = MakeImage(MakeInfo(PIXEL_FORMAT_MONO8, 1, 1, 1), {77});
-    for (const char* name : {"missing/image.png", "file/image.png", "folder"}) {
+    for (const char* name : {"missing/image.pgm", "file/image.npy", "folder.pgm"}) {
         const Error error = SaveImage(image, folder.Path(name));
         EXPECT_EQ(ERR_FILE_FAILED, error.GetType()) << name;
         EXPECT_NE(nullptr, std::strstr(error.GetDescription(), name)) << error.GetDescription();
@@ -247,31 +295,38 @@ TEST(SaveImage, NamesTheFileThatCannotBeWritten) {
 
 /// A full disk, by a limit to what this process may write to one file.
 TEST(SaveImage, LeavesTheOldFileWhenTheDiskIsFull) {
-    const TemporaryFolder folder;
-    const std::string path = folder.Path("image.png");
-    ASSERT_EQ(ERR_OK, SaveImage(MakeImage(MakeInfo(PIXEL_FORMAT_MONO8, 1, 1, 1), {77}), path).GetType());
     std::vector<unsigned char> noise(1U << 20);
     unsigned int state = 1;
-    std::generate(noise.begin(), noise.end(), [&] {
+    std::generate(noise.begin(), noise.end(), [&state] {
         state = state * 1664525U + 1013904223U;
         return static_cast<unsigned char>(state >> 24);
     });
-    const Image image = MakeImage(MakeInfo(PIXEL_FORMAT_MONO8, 1024, 1024, 1024), noise);
+    const Image large = MakeImage(MakeInfo(PIXEL_FORMAT_MONO8, 1024, 1024, 1024), noise);
+    const Image small = MakeImage(MakeInfo(PIXEL_FORMAT_MONO8, 1, 1, 1), {77});
+    for (const std::string suffix : {".png", ".tif", ".pgm", ".npy", ".raw"}) {
+        if (!CanWrite(suffix)) {
+            continue;
+        }
+        const TemporaryFolder folder;
+        const std::string path = folder.Path("image" + suffix);
+        ASSERT_EQ(ERR_OK, SaveImage(small, path).GetType());
+        const std::size_t names = NamesIn(folder.Path()).size();
 
-    rlimit before = {};
-    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit = before;
-    limit.rlim_cur = 100 * 1000;
-    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
-    const Error error = SaveImage(image, path);
-    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &before));
-    std::signal(SIGXFSZ, oldHandler);
+        rlimit before = {};
+        ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+        const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = before;
+        limit.rlim_cur = 100 * 1000;
+        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+        const Error error = SaveImage(large, path);
+        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &before));
+        std::signal(SIGXFSZ, oldHandler);
 
-    EXPECT_EQ(ERR_FILE_FAILED, error.GetType());
-    EXPECT_NE(nullptr, std::strstr(error.GetDescription(), "File too large")) << error.GetDescription();
-    EXPECT_EQ(std::vector<unsigned char>{77}, Read(path).bytes);
-    EXPECT_EQ(1U, NamesIn(folder.Path()).size()) << "something was left behind";
+        EXPECT_EQ(ERR_FILE_FAILED, error.GetType()) << suffix;
+        EXPECT_NE(nullptr, std::strstr(error.GetDescription(), "File too large")) << error.GetDescription();
+        EXPECT_EQ(std::vector<unsigned int>{77}, ReadPictureFile(path).samples) << suffix;
+        EXPECT_EQ(names, NamesIn(folder.Path()).size()) << "something was left behind";
+    }
 }
 
 }  // namespace

@@ -6,4 +6,7 @@ namespace Zevrin {
 /// refuses that, waits instead until no other process of these tests uses the common one.
 void TakeNetwork();
 
+/// In the network of the calling thread. False when the system refuses it.
+bool BringUpLoopback();
+
 }  // namespace Zevrin

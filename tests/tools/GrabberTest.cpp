@@ -7,7 +7,9 @@
 #include <chrono>
 #include <functional>
 #include <thread>
+#include <vector>
 
+#include "FrameGate.h"
 #include "support/Png.h"
 #include "support/TemporaryFolder.h"
 
@@ -38,6 +40,42 @@ TEST(FrameNumbers, LeaveOutWhatIsMissingAndGoOnWhereTheCameraBeginsAgain) {
             }
         }
         EXPECT_EQ(row.numbers, result) << row.what;
+    }
+}
+
+TEST(FrameGate, KeepsByTheCamerasNumbersAndBursts) {
+    struct Step {
+        unsigned long long number;
+        unsigned long long burst;
+        bool isKept;
+    };
+    const struct {
+        const char* what;
+        unsigned int every;
+        unsigned int burst;
+        std::vector<Step> steps;
+    } cases[] = {
+        {"all", 1, 0, {{7, 0, true}, {8, 0, true}, {20, 0, true}, {21, 0, true}}},
+        {"one of three, the first of each that comes",
+         3,
+         0,
+         {{7, 0, true}, {8, 0, false}, {9, 0, false}, {11, 0, true}, {12, 0, false}, {13, 0, true}}},
+        {"a whole group is lost", 3, 0, {{0, 0, true}, {7, 0, true}, {8, 0, false}, {9, 0, true}}},
+        {"bursts of two", 1, 2, {{1, 1, true}, {2, 1, true}, {3, 1, false}, {4, 2, true}, {5, 2, true}}},
+        {"a burst cuts the one before short",
+         1,
+         3,
+         {{1, 1, true}, {2, 2, true}, {3, 2, true}, {4, 2, true}, {5, 2, false}}},
+        {"every other in bursts",
+         2,
+         2,
+         {{0, 1, true}, {1, 1, false}, {2, 1, true}, {4, 1, false}, {6, 3, true}}},
+    };
+    for (const auto& row : cases) {
+        FrameGate gate(row.every, row.burst);
+        for (const Step& step : row.steps) {
+            EXPECT_EQ(step.isKept, gate.Keep(step.number, step.burst)) << row.what << ": " << step.number;
+        }
     }
 }
 

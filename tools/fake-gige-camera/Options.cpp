@@ -99,8 +99,9 @@ std::string GetHelp() {
 
 Serves a fake GigE Vision camera over UDP until it is ended by SIGTERM or SIGINT. Prints "ready" when it
 can be found. Its picture is a diagonal ramp that moves by one each frame: the byte at position b of row y
-is (b + y + frame number) modulo 256, where the frame number is the 16-bit one of the protocol.
-Requests for addresses beyond its memory are not answered.
+is (b + y + frame number) modulo 256, where the frame number is the 16-bit one of the protocol. The quadlet
+at address 0x5000 of its memory counts the frames that it sent. Requests for addresses beyond its memory are
+not answered.
 
   --serial TEXT        serial number, 1 to 15 characters (default 20001)
   --address IPV4       address of a network interface of this machine (default 127.0.0.1)

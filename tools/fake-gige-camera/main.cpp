@@ -88,7 +88,7 @@ FakeCameraHandle StartCamera(const Options& options) {
     arv_fake_camera_write_register(pInside, ARV_FAKE_CAMERA_REGISTER_ACQUISITION_FRAME_PERIOD_US,
                                    static_cast<guint32>(kMicrosecondsPerSecond / options.frameRate));
     arv_fake_camera_write_register(pInside, kStreamPacketSizeRegister, options.packetSize);
-    arv_fake_camera_set_fill_pattern(pInside, FillTestPicture, nullptr);
+    arv_fake_camera_set_fill_pattern(pInside, FillTestPicture, pInside);
     GuardAddresses(pInside, kControlPort);
     return pCamera;
 }

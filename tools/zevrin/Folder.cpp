@@ -1,5 +1,6 @@
 #include "Folder.h"
 
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,6 +22,15 @@ void PrepareFolder(const std::string& folder) {
         throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be written to: " +
                                            std::generic_category().message(errno));
     }
+}
+
+unsigned long long GetFreeSpace(const std::string& folder) {
+    struct statvfs state = {};
+    if (statvfs(folder.c_str(), &state) != 0) {
+        throw ToolFailure(kExitFailed, "the free space of \"" + folder +
+                                           "\" cannot be told: " + std::generic_category().message(errno));
+    }
+    return 1ULL * state.f_bavail * state.f_frsize;
 }
 
 }  // namespace ZevrinTool

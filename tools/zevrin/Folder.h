@@ -4,8 +4,11 @@
 
 namespace ZevrinTool {
 
-/// Makes a folder that files are to be written to, unless it is there. To be called before a camera is
-/// touched: a folder that cannot be written to is no reason to start a stream. Throws `ToolFailure`.
+/// Makes the folder when it is missing. Before a camera is touched: a folder that cannot be written to is no
+/// reason to start a stream. Throws `ToolFailure`.
 void PrepareFolder(const std::string& folder);
+
+/// Bytes that this user can still write below a folder. Throws `ToolFailure`.
+unsigned long long GetFreeSpace(const std::string& folder);
 
 }  // namespace ZevrinTool

@@ -39,14 +39,6 @@ constexpr Loss kLosses[] = {
     {"CORRUPT", "corrupt", &Zevrin::CameraStats::numImagesCorrupt},
     {"DRIVER-DROPPED", "driverDropped", &Zevrin::CameraStats::numImagesDriverDropped}};
 
-std::string RateText(const GrabOutcome& outcome) {
-    char text[32] = "-";
-    if (outcome.framesPerSecond) {
-        std::snprintf(text, sizeof text, "%.2f fps", *outcome.framesPerSecond);
-    }
-    return text;
-}
-
 std::string ImageText(const GrabOutcome& outcome) {
     return outcome.frames == 0 ? "-"
                                : std::to_string(outcome.width) + " x " + std::to_string(outcome.height) +
@@ -80,7 +72,7 @@ void ShowOutcomes(const Tool& tool, const Grabbers& grabbers) {
         const GrabOutcome& outcome = pGrabber->Join();
         cameras.push_back(ToJson(pGrabber->GetSerialNumber(), outcome));
         std::vector<std::string> row = {std::to_string(pGrabber->GetSerialNumber()),
-                                        std::to_string(outcome.frames), RateText(outcome)};
+                                        std::to_string(outcome.frames), RateText(outcome.framesPerSecond)};
         for (const Loss& loss : kLosses) {
             row.push_back(outcome.losses ? std::to_string((*outcome.losses).*loss.pCount) : "-");
         }

@@ -10,6 +10,7 @@
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
 
+#include "CameraStream.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
@@ -19,8 +20,8 @@ struct GrabPlan {
     unsigned int count = 10;        ///< frames
     unsigned int timeoutMs = 2000;  ///< for one frame
     unsigned int buffers = 10;
+    unsigned int reconnectSeconds = 0;  ///< how long a lost camera is waited for; 0: not at all
     std::string folder;                 ///< of the images; empty: none are written
-    unsigned int reconnectSeconds = 0;  ///< how long a camera that went away is waited for
 };
 
 /// What came of it.
@@ -38,30 +39,7 @@ struct GrabOutcome {
     std::string failure;  ///< why it ended early; empty when it did not
 };
 
-/// Numbers the frames that came, with gaps where some are missing in the camera's own numbering.
-class FrameNumbers {
-  public:
-    /// The frame's number, continued where the camera begins again (GigE Vision counts to 65535).
-    unsigned long long Add(unsigned long long frameId);
-    /// The next number is not compared with the last: the stream was started again.
-    void Restart() { m_hasLast = false; }
-
-  private:
-    bool m_isFirst = true;
-    bool m_hasLast = false;  // of the present stream
-    unsigned long long m_lastId = 0;
-    unsigned long long m_number = 0;
-};
-
-/// Waits for the next image of a stream in slices, so that a request to stop is heard.
-Zevrin::Error WaitForImage(Zevrin::IidcCamera& camera, Zevrin::Image* pImage, unsigned int timeoutMs,
-                           const std::atomic<bool>& stop);
-
-/// Throws `ToolFailure` when waiting for an image ended with an error.
-void CheckImage(const Zevrin::Error& error, unsigned int timeoutMs);
-
-/// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again; so is
-/// the camera's absence when the plan says so, by the library's reconnect policy.
+/// Grabs from one connected camera on a thread of its own. A bus reset is survived by connecting again.
 class Grabber {
   public:
     Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera, const GrabPlan& plan);
@@ -84,25 +62,18 @@ class Grabber {
   private:
     void Run();
     void Grab();
-    void StartStream();
-    void Resume(const Zevrin::Error& reason);
-    void SetReconnectPolicy();
-    void AwaitReturn();
-    void ReportStep(const Zevrin::ReconnectReport& report) const;
-    void Take(const Zevrin::Image& image);
-    void CountLosses();
+    void Take(const Zevrin::Image& image, unsigned long long number);
 
     const unsigned int m_serialNumber;
-    const boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;
     const GrabPlan m_plan;
+
+    std::atomic<bool> m_stop{false};
 
     // The grab thread's own until it is done.
     GrabOutcome m_outcome;
-    FrameNumbers m_numbers;
-    double m_firstTime = 0;  // seconds
-    unsigned int m_vainReconnections = 0;
+    CameraStream m_stream;
+    FrameRate m_rate;
 
-    std::atomic<bool> m_stop{false};
     std::atomic<bool> m_done{false};
     std::atomic<unsigned int> m_frames{0};
     std::thread m_thread;

@@ -13,6 +13,7 @@ namespace {
 constexpr std::chrono::milliseconds kLookInterval(50);
 
 std::atomic<bool> s_interrupted{false};
+std::atomic<unsigned long long> s_triggers{0};
 
 }  // namespace
 
@@ -26,6 +27,17 @@ void CatchInterruptions() {
 
 bool IsInterrupted() {
     return s_interrupted;
+}
+
+void CatchTriggers() {
+    struct sigaction action = {};
+    action.sa_handler = [](int) { ++s_triggers; };
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGUSR1, &action, nullptr);
+}
+
+unsigned long long CountTriggers() {
+    return s_triggers;
 }
 
 void WaitFor(std::chrono::milliseconds duration) {

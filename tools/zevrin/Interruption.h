@@ -9,6 +9,10 @@ void CatchInterruptions();
 
 bool IsInterrupted();
 
+/// From now on SIGUSR1 is counted: another program's word that something begins.
+void CatchTriggers();
+unsigned long long CountTriggers();
+
 /// Returns early when it is interrupted.
 void WaitFor(std::chrono::milliseconds duration);
 

@@ -59,6 +59,7 @@ void AddListVerb(CLI::App& app, Tool& tool);
 void AddInfoVerb(CLI::App& app, Tool& tool);
 void AddRegVerb(CLI::App& app, Tool& tool);
 void AddGrabVerb(CLI::App& app, Tool& tool);
+void AddCaptureVerb(CLI::App& app, Tool& tool);
 void AddPropertyVerb(CLI::App& app, Tool& tool);
 void AddTriggerVerb(CLI::App& app, Tool& tool);
 void AddStrobeVerb(CLI::App& app, Tool& tool);
@@ -71,6 +72,7 @@ void AddSyncVerb(CLI::App& app, Tool& tool);
 void AddTimeVerb(CLI::App& app, Tool& tool);
 void AddEventsVerb(CLI::App& app, Tool& tool);
 void AddFormatVerb(CLI::App& app, Tool& tool);
+void AddPlanVerb(CLI::App& app, Tool& tool);
 void AddHelpVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

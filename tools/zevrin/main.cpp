@@ -57,8 +57,9 @@ int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
 
 int Run(int argc, char** argv) {
     Tool tool;
-    CLI::App app("Lists register-mapped cameras, shows and changes how they are set, and grabs images.",
-                 "zevrin");
+    CLI::App app(
+        "Lists register-mapped cameras, shows and changes how they are set, and grabs and records images.",
+        "zevrin");
     app.formatter(std::make_shared<HelpFormatter>());
     app.footer(kFooter);
     app.failure_message(DescribeProblem);
@@ -67,9 +68,9 @@ int Run(int argc, char** argv) {
     AddGlobalOptions(app, tool);
     AddGenerators(app);
     for (const auto pAdd :
-         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddPropertyVerb, AddTriggerVerb, AddStrobeVerb,
-          AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb, AddEventsVerb,
-          AddFormatVerb, AddSyncVerb, AddHelpVerb}) {
+         {AddListVerb, AddInfoVerb, AddRegVerb, AddGrabVerb, AddCaptureVerb, AddPropertyVerb, AddTriggerVerb,
+          AddStrobeVerb, AddLutVerb, AddMemoryVerb, AddGpioVerb, AddEmbeddedVerb, AddStatsVerb, AddTimeVerb,
+          AddEventsVerb, AddFormatVerb, AddSyncVerb, AddPlanVerb, AddHelpVerb}) {
         pAdd(app, tool);
     }
     try {

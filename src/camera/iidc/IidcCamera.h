@@ -22,8 +22,9 @@ class SettingsMemory;
 /// written, and resumes the stream.
 ///
 /// How long a call can take: a camera of a network that falls silent is taken for lost within 1 s, with which
-/// every call that is under way ends; on other transports an access ends at once. A call that begins
-/// afterwards fails at once. Retrievals take as long as they are told to, or until the loss.
+/// every call that is under way ends, save one on a register that stands for a feature, which ends after 2.5
+/// s to 5 s; on other transports an access ends at once. A call that begins afterwards fails at once.
+/// Retrievals take as long as they are told to, or until the loss.
 class ZEVRIN_API IidcCamera : public CameraInternal {
   public:
     IidcCamera();

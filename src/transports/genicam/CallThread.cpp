@@ -39,12 +39,20 @@ CallThread::~CallThread() {
 }
 
 bool CallThread::Run(std::function<void()> job) {
+    return Await(std::move(job), true);
+}
+
+void CallThread::RunToEnd(std::function<void()> job) {
+    Await(std::move(job), false);
+}
+
+bool CallThread::Await(std::function<void()> job, bool mayLeave) {
     const boost::this_thread::disable_interruption notInterrupted;  // nothing but locks may throw
     boost::unique_lock<boost::mutex> lock(m_pState->mutex);
     m_pState->jobs.push_back(std::move(job));
     const unsigned long long number = ++m_pState->posted;
     m_pState->changed.notify_all();
-    m_pState->changed.wait(lock, [&] { return m_pState->done >= number || m_pState->isLetGo; });
+    m_pState->changed.wait(lock, [&] { return m_pState->done >= number || (mayLeave && m_pState->isLetGo); });
     return m_pState->done >= number;
 }
 

@@ -24,6 +24,9 @@ class CallThread {
     /// @return whether the job is done
     bool Run(std::function<void()> job);
 
+    /// Waits for the job however long it takes, so that it may work with what is its caller's.
+    void RunToEnd(std::function<void()> job);
+
     /// Does not wait.
     void Post(std::function<void()> job);
 
@@ -32,6 +35,7 @@ class CallThread {
 
   private:
     struct State;
+    bool Await(std::function<void()> job, bool mayLeave);
     static void Serve(const boost::shared_ptr<State>& pState);
 
     const boost::shared_ptr<State> m_pState;

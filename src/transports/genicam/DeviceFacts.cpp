@@ -16,6 +16,7 @@ namespace {
 constexpr long long kMaxPixels = 1 << 20;  // of a row, and rows
 constexpr long long kMaxPayload = 1LL << 32;
 constexpr long long kBitsPerByte = 8;
+constexpr long long kMakersOwnFormat = 1LL << 31;
 constexpr unsigned long long kNanosecondsPerSecond = 1000000000ULL;
 
 /// Clocks that a host can read: GenICam's own, in nanoseconds, and that of GigE Vision, in ticks.
@@ -118,7 +119,9 @@ Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
         return error;
     }
     const PixelLayout layout = GetPixelLayout(static_cast<ArvPixelFormat>(pixelFormat));
-    const long long bits = GetBitsPerPixel(layout.format);  // 0 of an unknown format
+    // Also of formats that are unknown here; but what a maker's own ones take is the maker's secret.
+    const bool isStandard = (pixelFormat & kMakersOwnFormat) == 0;
+    const long long bits = isStandard ? ARV_PIXEL_FORMAT_BIT_PER_PIXEL(pixelFormat) : 0;
     if (width * height * bits > payload * kBitsPerByte) {
         return Failure(ERR_VALUE_OUT_OF_RANGE,
                        "The camera's PayloadSize is %lld bytes; %lld x %lld pixels of %lld bits take more.",

@@ -37,33 +37,36 @@ bool HasImagePart(ArvBuffer* pBuffer) {
            arv_buffer_get_part_data_type(pBuffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE;
 }
 
-/// Where an image of this width and height has its rows, and the bytes that it takes. Rows that are not
-/// padded follow each other to the bit: the stride is that of the rows that begin with a byte.
+/// Where an image of this width and height has its rows, and the bytes that it takes.
 struct Extent {
-    guint64 stride;
+    guint64 rowBits;
+    guint64 stride;  ///< 0: rows follow each other to the bit, as GigE Vision's packed formats do
     guint64 size;
 };
 
+/// Eight rows take as many bytes as one has bits, which keeps the product small.
 Extent GetExtent(guint64 width, guint64 height, guint64 bitsPerPixel, guint64 padding) {
     const guint64 bits = width * bitsPerPixel;
+    if (bits % kBitsPerByte != 0 && padding == 0) {
+        const guint64 lastRows = (height % kBitsPerByte * bits + kBitsPerByte - 1) / kBitsPerByte;
+        return {bits, 0, height / kBitsPerByte * bits + lastRows};
+    }
     const guint64 stride = (bits + kBitsPerByte - 1) / kBitsPerByte + padding;
-    const guint64 unusedBits = padding == 0 ? stride * kBitsPerByte - bits : 0;  // of a row
-    return {stride, stride * height - unusedBits * height / kBitsPerByte};
+    return {stride * kBitsPerByte, stride, stride * height};
 }
 
-guint64 SetExpectedShape(const StreamFormat& format, FrameInfo* pInfo) {
+Extent SetExpectedShape(const StreamFormat& format, FrameInfo* pInfo) {
     const Extent extent = GetExtent(format.width, format.height, GetBitsPerPixel(format.pixelFormat), 0);
     pInfo->width = format.width;
     pInfo->height = format.height;
     pInfo->stride = static_cast<unsigned int>(extent.stride);
     pInfo->pixelFormat = format.pixelFormat;
     pInfo->bayerFormat = format.bayerFormat;
-    return extent.size;
+    return extent;
 }
 
-/// Sets `*pSize` to the bytes that the image takes. False when a row would be longer than the whole image may
-/// be.
-bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo, guint64* pSize) {
+/// False when a row would be longer than the whole image may be.
+bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo, Extent* pExtent) {
     gint x = 0;
     gint y = 0;
     gint width = 0;
@@ -79,7 +82,7 @@ bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo, guint64
     const Extent extent =
         GetExtent(static_cast<guint64>(width), static_cast<guint64>(height),
                   ARV_PIXEL_FORMAT_BIT_PER_PIXEL(pixelFormat), static_cast<guint64>(paddingX));
-    if (extent.stride > maxSize) {
+    if (extent.rowBits / kBitsPerByte > maxSize) {
         return false;
     }
     const PixelLayout layout = GetPixelLayout(pixelFormat);
@@ -88,7 +91,7 @@ bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo, guint64
     pInfo->stride = static_cast<unsigned int>(extent.stride);
     pInfo->pixelFormat = layout.format;
     pInfo->bayerFormat = layout.bayerFormat;
-    *pSize = extent.size;
+    *pExtent = extent;
     return true;
 }
 
@@ -109,23 +112,23 @@ FrameInfo ReadFrameInfo(ArvBuffer* pBuffer, const StreamFormat& format) {
     FrameInfo info;
     info.isBigEndian = false;
     info.isComplete = arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_SUCCESS;
-    guint64 neededSize = 0;
+    Extent needed{};
     if (!HasImagePart(pBuffer)) {
-        neededSize = SetExpectedShape(format, &info);
-    } else if (!SetShape(pBuffer, format.payloadSize, &info, &neededSize)) {
-        neededSize = SetExpectedShape(format, &info);
+        needed = SetExpectedShape(format, &info);
+    } else if (!SetShape(pBuffer, format.payloadSize, &info, &needed)) {
+        needed = SetExpectedShape(format, &info);
         info.isComplete = false;
     }
-    // Of an incomplete frame Aravis does not tell which packets are there. The buffer was cleared before.
+    // Of an incomplete frame Aravis does not tell which packets are there. The stream finds that out.
     std::size_t size = format.payloadSize;
     if (info.isComplete) {
         arv_buffer_get_data(pBuffer, &size);
     }
     info.receivedSize = std::min(size, format.payloadSize);
     // The shape is the camera's word: no row may lie outside of what arrived.
-    if (neededSize > info.receivedSize) {
+    if (needed.size > info.receivedSize) {
         info.isComplete = false;
-        info.height = static_cast<unsigned int>(info.receivedSize / info.stride);
+        info.height = static_cast<unsigned int>(info.receivedSize * kBitsPerByte / needed.rowBits);
     }
     SetTimeStamp(pBuffer, &info);
     return info;

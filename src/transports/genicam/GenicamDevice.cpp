@@ -284,18 +284,29 @@ Error GenicamDevice::MakeLostError() {
     return Failure(ERR_CAMERA_LOST, "The camera has gone away, or another program has taken it over.");
 }
 
-Error GenicamDevice::Access(ErrorType otherwise, const std::string& what, Call call) {
+Error GenicamDevice::Access(ErrorType otherwise, const std::string& what, const Call& call) {
+    return RunCall(otherwise, what, call, [this](std::function<void()> job) {
+        m_pLoss->calls.RunToEnd(std::move(job));
+        return true;
+    });
+}
+
+Error GenicamDevice::Request(ErrorType otherwise, const std::string& what, Call call) {
+    return RunCall(otherwise, what, std::move(call),
+                   [this](std::function<void()> job) { return m_pLoss->calls.Run(std::move(job)); });
+}
+
+Error GenicamDevice::RunCall(ErrorType otherwise, const std::string& what, Call call, const RunJob& run) {
     if (IsLost()) {
         return MakeLostError();  // without waiting for an access that hangs
     }
     boost::lock_guard<boost::recursive_mutex> lock(m_accessMutex);
-    return IsLost() ? MakeLostError() : RunCall(otherwise, what, std::move(call));
-}
-
-Error GenicamDevice::RunCall(ErrorType otherwise, const std::string& what, Call call) {
+    if (IsLost()) {
+        return MakeLostError();
+    }
     const auto pReport = boost::make_shared<AravisError>();
-    const bool isDone = m_pLoss->calls.Run(
-        [pReport, pDevice = m_pDevice, call = std::move(call)] { call(pDevice, pReport->Out()); });
+    const bool isDone =
+        run([pReport, pDevice = m_pDevice, call = std::move(call)] { call(pDevice, pReport->Out()); });
     if (!isDone || (pReport->IsSet() && IsLost())) {
         return MakeLostError();
     }
@@ -311,9 +322,9 @@ bool GenicamDevice::EndStream(ArvStream* pStream) {
 }
 
 Error GenicamDevice::AccessFeature(const char* feature, FeatureCall<void> call) {
-    return Access(ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature),
-                  [call = std::move(call), name = std::string(feature)](
-                      ArvDevice* pDevice, GError** ppReport) { call(pDevice, name.c_str(), ppReport); });
+    return Request(ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature),
+                   [call = std::move(call), name = std::string(feature)](
+                       ArvDevice* pDevice, GError** ppReport) { call(pDevice, name.c_str(), ppReport); });
 }
 
 template <typename T>
@@ -397,7 +408,7 @@ Error GenicamDevice::WriteMemory(unsigned int address, const unsigned int* pValu
             if (length > 1) {
                 SwapToHost(IsGigE(), &values);
             }
-            return Access(
+            return Request(
                 ERR_WRITE_REGISTER_FAILED,
                 FormatText("Writing device memory at 0x%08X (%u bytes)", start, length * kQuadletSize),
                 [start, values](ArvDevice* pDevice, GError** ppReport) mutable {

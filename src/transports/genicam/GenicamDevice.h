@@ -83,18 +83,22 @@ class GenicamDevice {
     Error GetText(const char* feature, std::string* pText);
     Error SetText(const char* feature, const char* text);
 
-    /// Lets `call(device, GError**)` reach the device by itself, as one access named `what`. The call owns
-    /// what it works with: when the device is lost, it may go on after this has returned.
+    /// Lets `call(device, GError**)` reach the device by itself, as one access named `what`, and waits for
+    /// its end: when the device is lost meanwhile, until Aravis gives up, after 2.5 s as a rule.
     /// @param otherwise  the type of a failure that does not tell its own
     using Call = std::function<void(ArvDevice*, GError**)>;
-    Error Access(ErrorType otherwise, const std::string& what, Call call);
+    Error Access(ErrorType otherwise, const std::string& what, const Call& call);
 
-    /// The same for a call that has a result.
+    /// The same for a call that owns what it works with: when the device is lost, this returns at once, and
+    /// the call goes on without it.
+    Error Request(ErrorType otherwise, const std::string& what, Call call);
+
+    /// Such a request that has a result.
     template <typename T>
     Error Ask(ErrorType otherwise, const std::string& what, std::function<T(ArvDevice*, GError**)> call,
               T* pResult) {
         const auto pValue = boost::make_shared<T>();
-        Error error = Access(otherwise, what, [call, pValue](ArvDevice* pDevice, GError** ppReport) {
+        Error error = Request(otherwise, what, [call, pValue](ArvDevice* pDevice, GError** ppReport) {
             *pValue = call(pDevice, ppReport);
         });
         if (error == ERR_OK) {
@@ -120,7 +124,8 @@ class GenicamDevice {
     static void EndDevice(ArvDevice* pDevice, gulong signalHandler, const LossHandle& pLoss);
     Error OpenDevice();
     void WatchControl(std::function<void()> onLost);
-    Error RunCall(ErrorType otherwise, const std::string& what, Call call);
+    using RunJob = std::function<bool(std::function<void()>)>;
+    Error RunCall(ErrorType otherwise, const std::string& what, Call call, const RunJob& run);
     template <typename T>
     using FeatureCall = std::function<T(ArvDevice*, const char*, GError**)>;
     Error AccessFeature(const char* feature, FeatureCall<void> call);

@@ -4,7 +4,6 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/thread.hpp>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -76,9 +75,10 @@ GenicamStream::GenicamStream(boost::shared_ptr<GenicamDevice> pDevice, boost::sh
 Error GenicamStream::Create(const ZevrinConfig& config) {
     if (m_deliverIncomplete) {
         try {
-            m_clearing.Start();
+            m_marking.Start();
         } catch (const boost::thread_resource_error&) {
-            return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread that clears image buffers.");
+            return Failure(ERR_ISOCH_START_FAILED,
+                           "The system refuses a thread that prepares image buffers.");
         }
     }
     for (std::size_t index = 0; index < m_pQueue->GetBufferCount(); ++index) {
@@ -126,7 +126,7 @@ void GenicamStream::BeginStop() {
         m_finalCounters = ReadCounters(pStream);
     }
     m_pQueue->SetFreeListener(nullptr);
-    m_clearing.Stop();
+    m_marking.Stop();
     if (m_pDevice->EndStream(pStream)) {
         NoticeThreadEnd();
     }
@@ -224,6 +224,9 @@ void GenicamStream::Conclude(ArvBuffer* pBuffer, Frame* pFrame) {
     }
     pFrame->info = ReadFrameInfo(pBuffer, m_format);
     pFrame->info.frameId = step.id;
+    if (m_deliverIncomplete && !pFrame->info.isComplete) {
+        pFrame->info.missing = m_marks.FindAndClear(pFrame->data, pFrame->info.receivedSize);
+    }
     m_pQueue->EndFill(pFrame);
 }
 
@@ -246,7 +249,7 @@ void GenicamStream::CountMissed(unsigned int frames) {
 
 void GenicamStream::Supply() {
     if (m_deliverIncomplete) {
-        m_clearing.Post([this] { HandOverFreeFrames(); });
+        m_marking.Post([this] { HandOverFreeFrames(); });
     } else {
         HandOverFreeFrames();
     }
@@ -275,7 +278,7 @@ Frame* GenicamStream::TakeFreeFrame() {
 
 void GenicamStream::HandOver(Frame* pFrame) {
     if (m_deliverIncomplete) {
-        std::memset(pFrame->data, 0, m_format.payloadSize);  // what is lost shall not show an older image
+        m_marks.Fill(pFrame->data, m_format.payloadSize);  // what is lost shall not show an older image
     }
     ForgetLeader(m_buffers[pFrame->index].get());
     {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "BufferMarks.h"
 #include "FrameIds.h"
 #include "FrameQueue.h"
 #include "GObjectHandle.h"
@@ -75,7 +76,9 @@ class GenicamStream : public boost::enable_shared_from_this<GenicamStream> {
     const bool m_deliverIncomplete;
     std::vector<GObjectHandle<ArvBuffer>> m_buffers;  // by index of the frame; set by Create
 
-    Worker m_clearing;  // of buffers, where that is needed; neither a receiving thread nor the application's
+    // Of buffers, where incomplete frames are wanted, by neither a receiving thread nor the application's.
+    Worker m_marking;
+    const BufferMarks m_marks;
 
     boost::mutex m_stopMutex;  // one stop at a time
 

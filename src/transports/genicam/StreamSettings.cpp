@@ -7,15 +7,11 @@
 #include "DeviceFacts.h"
 #include "Failure.h"
 #include "GenicamDevice.h"
+#include "GigePackets.h"
 
 namespace Zevrin {
 
 namespace {
-
-// GigE Vision counts a packet with its IP, UDP and GVSP headers, in 16 bits.
-constexpr unsigned int kMinPacketSize = 220;
-constexpr unsigned int kMaxPacketSize = 65532;
-constexpr unsigned int kPacketSizeStep = 4;
 
 constexpr std::size_t kImagesInSocket = 2;
 constexpr std::size_t kMinSocketBuffer = 1 << 20;
@@ -25,13 +21,13 @@ constexpr char kPacketDelay[] = "GevSCPD";
 constexpr guint64 kNanosecondsPerSecond = 1000000000ULL;
 
 Error SetPacketSize(GenicamDevice& device, unsigned int packetSize) {
-    if (packetSize != 0 &&
-        (packetSize < kMinPacketSize || packetSize > kMaxPacketSize || packetSize % kPacketSizeStep != 0)) {
+    if (packetSize != 0 && (packetSize < GigePacket::kMinSize || packetSize > GigePacket::kMaxSize ||
+                            packetSize % GigePacket::kSizeStep != 0)) {
         return Failure(ERR_VALUE_OUT_OF_RANGE,
                        "The packet size is %u; it must be a multiple of %u from %u to %u, or 0: negotiated.",
-                       packetSize, kPacketSizeStep, kMinPacketSize, kMaxPacketSize);
+                       packetSize, GigePacket::kSizeStep, GigePacket::kMinSize, GigePacket::kMaxSize);
     }
-    return device.Access(
+    return device.Request(
         ERR_TRANSPORT_FAILED, "Setting the packet size", [packetSize](ArvDevice* pDevice, GError** ppReport) {
             ArvGvDevice* const pGigeDevice = ARV_GV_DEVICE(pDevice);
             // Aravis would try again when the stream is created.
@@ -67,13 +63,24 @@ Error SetPacketDelay(GenicamDevice& device, unsigned int nanoseconds) {
                              static_cast<long long>(nanoseconds * frequency / kNanosecondsPerSecond));
 }
 
+/// Aravis would take a packet socket where the process may: a ring that a reader who is late by a tenth of a
+/// second loses packets of, that knows no size, and in which each stream sees the packets of all.
+Error UsePlainSocket(GenicamDevice& device) {
+    return device.Access(ERR_TRANSPORT_FAILED, "Choosing the socket", [](ArvDevice* pDevice, GError**) {
+        arv_gv_device_set_stream_options(ARV_GV_DEVICE(pDevice), ARV_GV_STREAM_OPTION_PACKET_SOCKET_DISABLED);
+    });
+}
+
 }  // namespace
 
 Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
     if (!device.IsGigE()) {
         return Error();
     }
-    Error error;
+    Error error = UsePlainSocket(device);
+    if (error != ERR_OK) {
+        return error;
+    }
     if (config.packetSize != 0 || !device.IsPacketSizeNegotiated()) {
         error = SetPacketSize(device, config.packetSize);
         device.SetPacketSizeNegotiated(error == ERR_OK && config.packetSize == 0);

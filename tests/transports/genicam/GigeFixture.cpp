@@ -30,6 +30,22 @@ Error GigeTest::SetImageSize(unsigned int width, unsigned int height) {
     return error == ERR_OK ? Write(kHeightAddress, height) : error;
 }
 
+bool HasTestPicture(const Image& image) {
+    const std::size_t stride = image.GetStride();
+    auto missing = image.GetMissingParts().begin();
+    for (std::size_t position = 0; position < stride * image.GetHeight(); ++position) {
+        while (missing != image.GetMissingParts().end() && position >= missing->offset + missing->size) {
+            ++missing;
+        }
+        const bool isMissing = missing != image.GetMissingParts().end() && position >= missing->offset;
+        const unsigned char sent = GetPictureByte(image, position % stride, position / stride);
+        if (image.GetData()[position] != (isMissing ? 0 : sent)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string RunProgram(const std::vector<std::string>& command) {
     ChildProcess program(command);
     std::string said = program.ReadUntil("\x04", kPatience);  // which no program says: all of it

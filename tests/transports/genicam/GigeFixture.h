@@ -32,6 +32,7 @@ int HoldControl();
 /// Registers of the fake camera's memory.
 constexpr unsigned int kWidthAddress = 0x100;
 constexpr unsigned int kHeightAddress = 0x104;
+constexpr unsigned int kFrameCountAddress = 0x5000;  // frames that it sent
 constexpr unsigned int kTestAddress = 0x1F0;
 constexpr unsigned int kTextAddress = 0x200;  // 32 bytes
 
@@ -41,7 +42,22 @@ constexpr unsigned int kTransmission = 0x614;
 class TestCamera : public IidcCamera {
   public:
     Iso& GetStream() { return *m_pIso; }
+
+    /// Frames, whatever became of them.
+    unsigned int CountAll() {
+        return m_pIso->GetNumOfImageDelivered() + m_pIso->GetNumOfImageCorrupt() +
+               m_pIso->GetNumOfImageDropped() + m_pIso->GetNumOfImageDriverDropped();
+    }
 };
+
+/// The byte of the fake camera's picture at position b of row y: b + y + the frame's 16-bit number.
+inline unsigned char GetPictureByte(const Image& image, std::size_t b, std::size_t y) {
+    return static_cast<unsigned char>(b + y + (image.GetFrameId() - 1) % 65535 + 1);
+}
+
+/// Whether the whole image is as it was sent; of an incomplete one, what is not told to be missing, which is
+/// to be black.
+bool HasTestPicture(const Image& image);
 
 /// A fake camera that serves, the library, and an object for the camera.
 class GigeTest : public testing::Test {
