@@ -15,11 +15,11 @@ class IidcCamera;
 
 /// A camera as the library knows it before it is connected. Texts are printable.
 struct CameraListing {
-    unsigned int serialNumber = 0;
-    InterfaceType interfaceType = INTERFACE_UNKNOWN;
-    std::string vendorName;
-    std::string modelName;
-    std::string address;  ///< on its bus or network
+    unsigned int serialNumber = 0;                    ///< what `Connect` takes
+    InterfaceType interfaceType = INTERFACE_UNKNOWN;  ///< how it is reached
+    std::string vendorName;                           ///< who made it
+    std::string modelName;                            ///< what it is called
+    std::string address;                              ///< on its bus or network
 };
 
 /// The way in: which cameras there are, and a connected camera object for one of them.

@@ -17,10 +17,10 @@ typedef void (*DeviceEventCallback)(const DeviceEvent* pEvent);
 
 /// Which device event to register, and who wants it.
 struct EventOptions {
-    DeviceEventCallback callback = nullptr;
-    const char* eventName = nullptr;  ///< not read when all events are registered
-    const void* userData = nullptr;   ///< handed to the callback as it is
-    unsigned int reserved[8] = {};
+    DeviceEventCallback callback = nullptr;  ///< not null
+    const char* eventName = nullptr;         ///< not read when all events are registered
+    const void* userData = nullptr;          ///< handed to the callback as it is
+    unsigned int reserved[8] = {};           ///< zero; for later versions
 };
 
 }  // namespace Zevrin

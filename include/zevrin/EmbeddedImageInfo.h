@@ -11,7 +11,7 @@ struct EmbeddedImageItem {
 /// The items that a camera stamps into its images, each as one quadlet, in this order. Item n belongs to bit
 /// n (from the least significant end) of the embedded image information register.
 struct EmbeddedImageInfo {
-    static constexpr unsigned int kItemCount = 10;
+    static constexpr unsigned int kItemCount = 10;  ///< bits that have an item
 
     EmbeddedImageItem timestamp;   ///< item 0: the bus cycle time at which the image was taken
     EmbeddedImageItem further[9];  ///< items 1 to 9, whose meaning is the camera's

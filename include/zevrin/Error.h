@@ -20,7 +20,7 @@ class [[nodiscard]] ZEVRIN_API Error {
     /// Success, for an `Error` that is assigned before it is read.
     Error() noexcept = default;
 
-    ErrorType GetType() const noexcept { return m_type; }
+    ErrorType GetType() const noexcept { return m_type; }  ///< ERR_OK is success
 
     /// The message, null-terminated, never null; valid while this object or a copy of it lives.
     const char* GetDescription() const noexcept;
@@ -31,15 +31,15 @@ class [[nodiscard]] ZEVRIN_API Error {
     /// Where the failure was noticed: file name without folders ("" when unknown), line, and the date and
     /// time when that part of the library was built, in the compiler's forms "Oct 15 2018" and "22:23:22".
     const char* GetSourceFile() const noexcept;
-    int GetSourceLine() const noexcept;
-    const char* GetBuildDate() const noexcept;
-    const char* GetBuildTime() const noexcept;
+    int GetSourceLine() const noexcept;         ///< in that file
+    const char* GetBuildDate() const noexcept;  ///< of that part
+    const char* GetBuildTime() const noexcept;  ///< of that part
 
     /// The failure and its causes for a log or a person, one line each, outermost first.
     std::string GetTrace() const;
 
-    bool operator==(const ErrorType& type) const noexcept { return m_type == type; }
-    bool operator!=(const ErrorType& type) const noexcept { return m_type != type; }
+    bool operator==(const ErrorType& type) const noexcept { return m_type == type; }  ///< of this type
+    bool operator!=(const ErrorType& type) const noexcept { return m_type != type; }  ///< of another
 
   private:
     friend class InternalError;

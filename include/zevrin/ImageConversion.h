@@ -8,7 +8,7 @@ namespace Zevrin {
 
 /// What pixels are to become.
 struct ConversionTarget {
-    PixelFormat pixelFormat = PIXEL_FORMAT_RGB8;
+    PixelFormat pixelFormat = PIXEL_FORMAT_RGB8;   ///< what to convert to
     bool isBigEndian = false;                      ///< of samples wider than a byte
     BayerTileFormat bayerTileFormat = BAYER_NONE;  ///< of a raw mosaic that is made of a colour image
 };

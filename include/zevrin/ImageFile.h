@@ -18,8 +18,8 @@ struct ImageMetadata {
     std::optional<unsigned int> serialNumber;   ///< of the camera
     std::optional<unsigned long long> frameId;  ///< `SaveImage`: the image's own unless set
     std::optional<TimeStamp> timeStamp;         ///< `SaveImage`: the image's own unless set
-    std::optional<double> exposureSeconds;
-    std::optional<double> gainDb;
+    std::optional<double> exposureSeconds;      ///< nothing: not known
+    std::optional<double> gainDb;               ///< nothing: not known
 };
 
 /// Writes an image to a file, in the format that the suffix of `path` names, with the image's frame id and

@@ -16,7 +16,7 @@ struct LinkCamera {
     unsigned int bitsPerPixel = 8;  ///< 1 to 64; see `GetBitsPerPixel`
     unsigned int extraBytes = 0;    ///< of an image beside its pixels: chunk data, padding
     double framesPerSecond = 0;     ///< 0.001 to 1000000
-    unsigned int reserved[8] = {};
+    unsigned int reserved[8] = {};  ///< zero; for later versions
 };
 
 /// The link that all cameras share: as a rule the host's network interface.
@@ -24,7 +24,7 @@ struct LinkFacts {
     double megabitsPerSecond = 1000;  ///< 1 to 1000000
     unsigned int mtu = 1500;    ///< bytes of the largest IP packet that every part carries, 576 to 65535
     double usableShare = 0.95;  ///< what images may take; the rest is for control and resending; 0.01 to 1
-    unsigned int reserved[8] = {};
+    unsigned int reserved[8] = {};  ///< zero; for later versions
 };
 
 /// What one camera is set to, and what it takes of the link then.
@@ -37,14 +37,14 @@ struct LinkShare {
     double megabitsPerSecond = 0;      ///< on the wire, averaged
     double share = 0;                  ///< of the link, 0 to 1
     double sendingMs = 0;              ///< from the first packet of an image to the end of its last
-    unsigned int reserved[8] = {};
+    unsigned int reserved[8] = {};     ///< zero; for later versions
 };
 
 /// A plan for all cameras of a link, in the order in which they were given.
 struct LinkPlan {
-    std::vector<LinkShare> cameras;
-    double megabitsPerSecond = 0;  ///< of all together
-    double share = 0;              ///< of the link, 0 to `LinkFacts::usableShare`
+    std::vector<LinkShare> cameras;  ///< in the order that they were given
+    double megabitsPerSecond = 0;    ///< of all together
+    double share = 0;                ///< of the link, 0 to `LinkFacts::usableShare`
 };
 
 /// Computes packet sizes and delays with which the cameras can send all at the same time. Packets are as

@@ -36,35 +36,35 @@ ZEVRIN_API const char* GetPropertyTypeName(PropertyType type) noexcept;
 
 /// What a camera can do with one property. `type` chooses the property; the rest is filled in.
 struct PropertyInfo {
-    PropertyType type = BRIGHTNESS;
-    bool present = false;
-    bool autoSupported = false;
-    bool manualSupported = false;
-    bool onOffSupported = false;
-    bool onePushSupported = false;
-    bool absValSupported = false;
-    bool readOutSupported = false;
-    unsigned int min = 0;  ///< raw register units
-    unsigned int max = 0;  ///< raw register units
-    float absMin = 0;      ///< in `unitAbbreviation`
-    float absMax = 0;      ///< in `unitAbbreviation`
-    char unit[32] = {};    ///< such as "second"; empty when the value has no unit
-    char unitAbbreviation[8] = {};
-    unsigned int reserved[8] = {};
+    PropertyType type = BRIGHTNESS;  ///< chosen by the caller
+    bool present = false;            ///< the camera has it
+    bool autoSupported = false;      ///< can adjust by itself
+    bool manualSupported = false;    ///< can be set
+    bool onOffSupported = false;     ///< can be switched off
+    bool onePushSupported = false;   ///< can adjust once
+    bool absValSupported = false;    ///< has a value in a unit
+    bool readOutSupported = false;   ///< can be read
+    unsigned int min = 0;            ///< raw register units
+    unsigned int max = 0;            ///< raw register units
+    float absMin = 0;                ///< in `unitAbbreviation`
+    float absMax = 0;                ///< in `unitAbbreviation`
+    char unit[32] = {};              ///< such as "second"; empty when the value has no unit
+    char unitAbbreviation[8] = {};   ///< such as "s"
+    unsigned int reserved[8] = {};   ///< zero; for later versions
 };
 
 /// The setting of one property. `type` chooses the property.
 struct Property {
-    PropertyType type = BRIGHTNESS;
-    bool present = false;
-    bool absControl = false;  ///< `absValue` rules, not `valueA`
-    bool onePush = false;     ///< set: begin one automatic adjustment; get: it is still running
-    bool onOff = false;
-    bool autoManualMode = false;  ///< true: the camera adjusts by itself
-    unsigned int valueA = 0;      ///< raw register units
-    unsigned int valueB = 0;      ///< second raw value; white balance: blue (U), with red (V) in `valueA`
-    float absValue = 0;           ///< in the unit that `PropertyInfo` names
-    unsigned int reserved[8] = {};
+    PropertyType type = BRIGHTNESS;  ///< chosen by the caller
+    bool present = false;            ///< the camera has it
+    bool absControl = false;         ///< `absValue` rules, not `valueA`
+    bool onePush = false;            ///< set: begin one automatic adjustment; get: it is still running
+    bool onOff = false;              ///< it is switched on
+    bool autoManualMode = false;     ///< true: the camera adjusts by itself
+    unsigned int valueA = 0;         ///< raw register units
+    unsigned int valueB = 0;         ///< second raw value; white balance: blue (U), with red (V) in `valueA`
+    float absValue = 0;              ///< in the unit that `PropertyInfo` names
+    unsigned int reserved[8] = {};   ///< zero; for later versions
 };
 
 }  // namespace Zevrin

@@ -44,6 +44,7 @@ class ZEVRIN_API Simulation {
     /// Errors: ERR_INVALID_DESCRIPTION (names the key, its value and what would be right),
     /// ERR_FILE_FAILED, ERR_INVALID_PARAMETER. Nothing is simulated then.
     static Error FromJson(const std::string& text, boost::shared_ptr<Simulation>* ppSimulation);
+    /// The same from a file. Errors: as above.
     static Error FromFile(const std::string& path, boost::shared_ptr<Simulation>* ppSimulation);
 
     /// A number of cameras, or the path of a description: what a command line or the environment says.
@@ -54,9 +55,10 @@ class ZEVRIN_API Simulation {
     Simulation(const Simulation&) = delete;
     Simulation& operator=(const Simulation&) = delete;
 
-    /// Takes a camera off its bus, or puts it back. Both reset the bus.
+    /// Takes a camera off its bus, which resets the bus.
     /// Errors: ERR_CAMERA_NOT_FOUND.
     Error Unplug(unsigned int serialNumber);
+    /// Puts it back, which resets the bus. Errors: ERR_CAMERA_NOT_FOUND.
     Error Replug(unsigned int serialNumber);
 
     /// Resets the bus that this camera is on.
@@ -70,12 +72,12 @@ class ZEVRIN_API Simulation {
     /// Threads: any; several take turns, as do register accesses that take time by this clock.
     void AdvanceClock(unsigned long long microseconds);
 
-    /// Drives one of a camera's pins from outside: until further notice, or high for a while. Without an
-    /// effect on a pin that is an output.
+    /// Drives one of a camera's pins from outside, until further notice. Without an effect on a pin that is
+    /// an output.
     /// @param pin  0 to 3; pin n is trigger source n and, as an output, strobe n
-    /// @param microseconds  1 to 2^50
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE.
     Error SetInput(unsigned int serialNumber, unsigned int pin, bool isHigh);
+    /// The same, high for 1 to 2^50 microseconds. Errors: as above.
     Error PulseInput(unsigned int serialNumber, unsigned int pin, unsigned long long microseconds);
 
     /// The present level of a pin, with its strobe when it is an output.
@@ -86,6 +88,7 @@ class ZEVRIN_API Simulation {
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_VALUE_OUT_OF_RANGE (nothing is changed).
     Error SetTiming(unsigned int serialNumber, const SimulatedTiming& timing);
 
+    /// What became of the pictures of a camera.
     /// Errors: ERR_CAMERA_NOT_FOUND, ERR_INVALID_PARAMETER.
     Error GetFrameCounts(unsigned int serialNumber, SimulatedFrameCounts* pCounts) const;
 

@@ -18,16 +18,16 @@ constexpr double kSyncTicksPerMicrosecond = 24.576;
 
 /// One image of a synchronized run: whose it is, the camera's number for it, and its bus time.
 struct SyncRecord {
-    unsigned int serialNumber = 0;
-    unsigned long long frameId = 0;
-    unsigned int cycleSeconds = 0;  ///< 0 to 127
-    unsigned int cycleCount = 0;    ///< 0 to 7999
-    unsigned int cycleOffset = 0;   ///< 0 to 3071
+    unsigned int serialNumber = 0;   ///< of the camera
+    unsigned long long frameId = 0;  ///< the camera's number
+    unsigned int cycleSeconds = 0;   ///< 0 to 127
+    unsigned int cycleCount = 0;     ///< 0 to 7999
+    unsigned int cycleOffset = 0;    ///< 0 to 3071
 };
 
 /// What a camera contributes to a set.
 struct SyncMember {
-    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);  ///< no record
 
     std::size_t record = kNone;  ///< which of the records; `kNone`: the camera has no image in this set
     long long ticks = 0;         ///< bus time since the first image of the run
@@ -44,41 +44,41 @@ struct SyncSet {
 
 /// A camera over the whole run. Offsets are from the first camera and 0 as long as `offsets` is.
 struct SyncCamera {
-    unsigned int serialNumber = 0;
-    std::size_t images = 0;
+    unsigned int serialNumber = 0;  ///< of the camera
+    std::size_t images = 0;         ///< records of it
     unsigned long long lost = 0;  ///< by the camera's own numbers or, where these do not rise, by its stamps
     std::size_t outOfOrder = 0;   ///< came after an image that was taken later
     std::size_t duplicated = 0;   ///< carry the stamp of another image and are in no set
     std::size_t missingSets = 0;  ///< sets in which it has no image
     std::size_t offsets = 0;      ///< images that could be compared
-    long long minTicks = 0;
-    long long maxTicks = 0;
-    double meanTicks = 0;
-    long long worstCycles = 0;  ///< the offset that is furthest from 0
-    bool hasDrift = false;      ///< from two comparable images on
-    double driftPpm = 0;        ///< least squares; above 0 its images come later and later
-    bool isInStep = false;
+    long long minTicks = 0;       ///< smallest offset
+    long long maxTicks = 0;       ///< largest offset
+    double meanTicks = 0;         ///< mean offset
+    long long worstCycles = 0;    ///< the offset that is furthest from 0
+    bool hasDrift = false;        ///< from two comparable images on
+    double driftPpm = 0;          ///< least squares; above 0 its images come later and later
+    bool isInStep = false;        ///< within the limit
 };
 
 /// The two images of one set that are furthest apart.
 struct SyncWorstPair {
-    std::size_t set = 0;
+    std::size_t set = 0;            ///< which of the sets
     std::size_t earlierCamera = 0;  ///< which of the cameras
-    std::size_t laterCamera = 0;
-    long long ticks = 0;
-    long long cycles = 0;  ///< between the cycle counts
+    std::size_t laterCamera = 0;    ///< which of the cameras
+    long long ticks = 0;            ///< between their times
+    long long cycles = 0;           ///< between the cycle counts
 };
 
 /// What the time stamps of a run say.
 struct SyncReport {
-    std::vector<SyncCamera> cameras;  ///< the first one is what the others are compared with
-    std::vector<SyncSet> sets;        ///< by their time
-    std::size_t completeSets = 0;     ///< with an image of every camera
-    long long periodTicks = 0;        ///< of the first camera's frames (the median); 0 when there is none
-    long long durationTicks = 0;      ///< from the first image to the last
-    bool hasWorstPair = false;        ///< whether two images were taken together at all
-    SyncWorstPair worstPair;
-    bool isInStep = false;
+    std::vector<SyncCamera> cameras;   ///< the first one is what the others are compared with
+    std::vector<SyncSet> sets;         ///< by their time
+    std::size_t completeSets = 0;      ///< with an image of every camera
+    long long periodTicks = 0;         ///< of the first camera's frames (the median); 0 when there is none
+    long long durationTicks = 0;       ///< from the first image to the last
+    bool hasWorstPair = false;         ///< whether two images were taken together at all
+    SyncWorstPair worstPair;           ///< when there is one
+    bool isInStep = false;             ///< within the limit
     std::vector<std::string> reasons;  ///< why the cameras are not in step, in sentences
 };
 

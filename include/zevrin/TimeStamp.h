@@ -9,7 +9,7 @@ struct TimeStamp {
     unsigned int cycleSeconds = 0;  ///< 0 to 127, seconds of the bus cycle clock
     unsigned int cycleCount = 0;    ///< 0 to 7999, cycles of 125 µs
     unsigned int cycleOffset = 0;   ///< 0 to 3071, ticks of 24.576 MHz within a cycle
-    unsigned int reserved[8] = {};
+    unsigned int reserved[8] = {};  ///< zero; for later versions
 };
 
 }  // namespace Zevrin

@@ -57,13 +57,17 @@ class ZEVRIN_API CameraInternal {
     CameraInternal(const CameraInternal&) = delete;
     CameraInternal& operator=(const CameraInternal&) = delete;
 
+    /// Connects to the camera with this serial number. Errors and threads: the concrete camera's.
     virtual Error Connect(unsigned int serialNumber) = 0;
+    /// Gives the camera up. Errors and threads: the concrete camera's.
     virtual Error Disconnect() = 0;
+    /// Starts the stream as configured. Errors: the guard's, the concrete camera's.
     virtual Error StartCapture(ImageCallback callback, const void* pCallbackData) = 0;
 
     /// How the camera streams. Not guarded.
     /// Errors: ERR_NOT_IMPLEMENTED from this class; concrete cameras keep a configuration.
     virtual Error GetConfiguration(ZevrinConfig* pConfig);
+    /// How the next streams are set up. Not guarded. Errors: as above.
     virtual Error SetConfiguration(const ZevrinConfig* pConfig);
 
     // Connection and guard.
@@ -73,6 +77,7 @@ class ZEVRIN_API CameraInternal {
 
     /// The bus generation under which the object was connected; 0xFFFFFFFF before the first time.
     unsigned int GetGeneration() const;
+    /// For concrete cameras, when they connect.
     void SetGeneration(unsigned int generation);
 
     /// Whether the camera's bus generation is still the remembered one.
@@ -82,83 +87,143 @@ class ZEVRIN_API CameraInternal {
     /// Errors: ERR_INVALID_GENERATION, ERR_NOT_CONNECTED.
     Error CheckValidity() const;
 
-    /// Hands the camera's handle to all components, or withdraws it. For concrete cameras; not guarded.
+    /// Hands the camera's handle to all components. For concrete cameras; not guarded.
     /// @param initialRegisterSpace  low address of the camera's initial register space
     /// @param commandRegisters      low address of its command registers
     /// Errors: none.
     Error SetAllIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned int initialRegisterSpace,
                    unsigned int commandRegisters);
+    /// Withdraws the handle. For concrete cameras; not guarded. Errors: none.
     Error ReleaseAllIO();
 
     // Registers: 32-bit words at byte addresses that are multiples of four.
 
-    /// Addresses count from the camera's command registers.
-    /// @param broadcast  every camera of the bus takes the write, on transports that can
+    /// Reads one; the address counts from the camera's command registers.
     /// Errors: the guard's, ERR_INVALID_ADDRESS, ERR_INVALID_PARAMETER, ERR_READ_REGISTER_FAILED,
-    /// ERR_WRITE_REGISTER_FAILED, ERR_TIMEOUT, ERR_CAMERA_LOST, ERR_NOT_SUPPORTED (broadcast).
+    /// ERR_TIMEOUT, ERR_CAMERA_LOST.
     Error ReadRegister(unsigned int address, unsigned int* pValue);
+    /// Writes one; the address counts from the camera's command registers.
+    /// @param broadcast  every camera of the bus takes the write, on transports that can
+    /// Errors: the guard's, ERR_INVALID_ADDRESS, ERR_WRITE_REGISTER_FAILED, ERR_TIMEOUT, ERR_CAMERA_LOST,
+    /// ERR_NOT_SUPPORTED (broadcast).
     Error WriteRegister(unsigned int address, unsigned int value, bool broadcast = false);
 
-    /// Addresses count from the camera's initial register space. Errors: as above.
+    /// Reads one; the address counts from the camera's initial register space. Errors: as above.
     Error ReadBaseRegister(unsigned int address, unsigned int* pValue);
+    /// Writes one; the address counts from the camera's initial register space. Errors: as above.
     Error WriteBaseRegister(unsigned int address, unsigned int value);
 
-    /// Runs of registers at whole addresses: the 16 high bits (0xFFFF the register space, 0x0000 the own
-    /// memory of a GenICam device) and the 32 low bits.
+    /// Reads a run of registers at whole addresses: the 16 high bits (0xFFFF the register space, 0x0000 the
+    /// own memory of a GenICam device) and the 32 low bits.
     /// @param length  quadlets, at least 1
-    /// Errors: as above; a write that fails may have written its beginning.
+    /// Errors: as above.
     Error ReadRegisterBlock(unsigned short addressHigh, unsigned int addressLow, unsigned int* pBuffer,
                             unsigned int length);
+    /// Writes a run. Errors: as above; a write that fails may have written its beginning.
     Error WriteRegisterBlock(unsigned short addressHigh, unsigned int addressLow, const unsigned int* pBuffer,
                              unsigned int length);
 
     // Properties. The component's own error is returned as it is.
 
-    /// `pInfo->type` or `pProperty->type` chooses the property.
+    /// What the camera can do with the property that `pInfo->type` chooses, with its range and unit.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, the register access's.
     Error GetPropertyInfo(PropertyInfo* pInfo);
+
+    /// The setting of the property that `pProperty->type` chooses. Errors: as above.
     Error GetProperty(Property* pProperty);
+
+    /// Sets it as far as the record says. `onePush` begins one automatic adjustment.
+    /// @param broadcast  every camera of the bus takes the write, on transports that can
+    /// Errors: as above; ERR_FEATURE_ABSENT, ERR_FEATURE_READ_ONLY, ERR_VALUE_OUT_OF_RANGE, ERR_NOT_SUPPORTED
+    /// (a mode that the property lacks, or broadcast).
     Error SetProperty(const Property* pProperty, bool broadcast = false);
 
     // Trigger.
 
+    /// What the camera's trigger can do. Errors: the guard's, ERR_INVALID_PARAMETER, the register access's.
     Error GetTriggerModeInfo(TriggerModeInfo* pInfo);
+
+    /// How exposure is triggered. Errors: as above; ERR_FEATURE_ABSENT.
     Error GetTriggerMode(TriggerMode* pMode);
+
+    /// Sets how exposure is triggered.
+    /// Errors: as above; ERR_INVALID_MODE (source or mode), ERR_VALUE_OUT_OF_RANGE, ERR_NOT_SUPPORTED (what
+    /// the trigger lacks, or broadcast).
     Error SetTriggerMode(const TriggerMode* pMode, bool broadcast = false);
+
+    /// One exposure, when the trigger is on and listens to the software.
+    /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_TRIGGER_FAILED (it is off, or listens to an input),
+    /// ERR_NOT_SUPPORTED (broadcast), the register access's.
     Error FireSoftwareTrigger(bool broadcast = false);
 
-    /// The trigger delay, as the property TRIGGER_DELAY. The two getters write that type into the caller's
-    /// record; the setter leaves the caller's record alone and ignores its type.
+    /// What the trigger delay can do, as `GetPropertyInfo` of TRIGGER_DELAY, which is written into the
+    /// record. Errors: those of `GetPropertyInfo`.
     Error GetTriggerDelayInfo(PropertyInfo* pInfo);
+
+    /// The trigger delay, as `GetProperty` of TRIGGER_DELAY, which is written into the record.
+    /// Errors: those of `GetProperty`.
     Error GetTriggerDelay(Property* pDelay);
+
+    /// Sets it. The record's type is ignored, and the record left alone. Errors: those of `SetProperty`.
     Error SetTriggerDelay(const Property* pDelay, bool broadcast = false);
 
     // Strobe.
 
-    /// `source` of the record chooses the output.
+    /// What the strobe output that `source` of the record chooses can do.
+    /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE (no such output), the register
+    /// access's.
     Error GetStrobeInfo(StrobeInfo* pInfo);
+
+    /// Its setting; delay and duration in milliseconds. Errors: as above; ERR_FEATURE_ABSENT.
     Error GetStrobe(StrobeControl* pControl);
+
+    /// Sets it. Errors: as above; ERR_NOT_SUPPORTED (what the output lacks, or broadcast).
     Error SetStrobe(const StrobeControl* pControl, bool broadcast = false);
 
-    // Look-up tables.
+    // Look-up tables. All of them but the first fail with ERR_FEATURE_ABSENT where there is none, and with
+    // ERR_LUT_FAILED where the camera describes one that makes no sense.
 
+    /// What the look-up table is. Errors: the guard's, ERR_INVALID_PARAMETER, the register access's.
     Error GetLUTInfo(LUTData* pData);
+
+    /// Whether a bank can be read and written. Errors: as above; ERR_VALUE_OUT_OF_RANGE (no such bank).
     Error GetLUTBankInfo(unsigned int bank, bool* pReadable, bool* pWritable);
+
+    /// The bank that pixels pass through. Errors: as of `GetLUTInfo`.
     Error GetActiveLUTBank(unsigned int* pBank);
+
+    /// Chooses it. Errors: as of `GetLUTBankInfo`.
     Error SetActiveLUTBank(unsigned int bank);
+
+    /// Switches the table on or off. Errors: as of `GetLUTInfo`; ERR_NOT_SUPPORTED (it cannot be switched).
     Error EnableLUT(bool on);
 
+    /// The entries of one channel of a bank.
     /// @param numEntries  length of the array: the entries of one channel, as `LUTData::numEntries` says
+    /// Errors: as of `GetLUTBankInfo`; ERR_VALUE_OUT_OF_RANGE also for channel and length, ERR_ACCESS_DENIED
+    /// (the bank cannot be read).
     Error GetLUTChannel(unsigned int bank, unsigned int channel, unsigned int numEntries,
                         unsigned int* pEntries);
+
+    /// Sets them. Errors: as above, also for an entry that has too many bits; ERR_ACCESS_DENIED (the bank
+    /// cannot be written).
     Error SetLUTChannel(unsigned int bank, unsigned int channel, unsigned int numEntries,
                         const unsigned int* pEntries);
 
     // Memory channels: settings kept in the camera. Channel 0 holds the factory's.
 
+    /// The channel that was restored last. Errors: the guard's, ERR_INVALID_PARAMETER, the register access's.
     Error GetMemoryChannel(unsigned int* pChannel);
+
+    /// Keeps the present settings in a channel, 1 to the highest.
+    /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_VALUE_OUT_OF_RANGE, ERR_MEMORY_CHANNEL_FAILED.
     Error SaveToMemoryChannel(unsigned int channel);
+
+    /// Brings back the settings of a channel; 0: the factory's.
+    /// Errors: the guard's, ERR_VALUE_OUT_OF_RANGE, the register access's.
     Error RestoreFromMemoryChannel(unsigned int channel);
-    /// The highest channel that can be saved to.
+
+    /// The highest channel that can be saved to; 0: there is none. Errors: as of `GetMemoryChannel`.
     Error GetMemoryChannelInfo(unsigned int* pHighestChannel);
 
     // Streaming.
@@ -286,13 +351,18 @@ class ZEVRIN_API CameraInternal {
     /// Whether the camera's interface has events: GigE Vision and USB3 Vision do.
     bool InterfaceSupportsEvents();
 
-    /// Errors of the four: ERR_NOT_IMPLEMENTED (no events on this interface), ERR_FAILED.
+    /// Lets the callback of the options be called with each event of the name.
+    /// Errors, of the four: ERR_NOT_IMPLEMENTED (no events on this interface), ERR_FAILED.
     Error RegisterEvent(EventOptions* pOptions);
-    /// Waits for a running callback, unless it is called from within it.
+    /// Ends that. Waits for a running callback, unless it is called from within it.
     Error DeregisterEvent(EventOptions* pOptions);
+    /// The same for every event that the camera has.
     Error RegisterAllEvents(EventOptions* pOptions);
+    /// Ends all of it. Waits as above.
     Error DeregisterAllEvents();
 
+    // What follows is for concrete cameras.
+    /// @cond
   protected:
     bool m_bConnected = false;
     unsigned int m_serialNumber = 0;
@@ -326,6 +396,7 @@ class ZEVRIN_API CameraInternal {
     void GatherReadings(CameraStats* pStats);
     Error ReadRegValuesUpTo(unsigned int limit, unsigned int infoRegister, unsigned int offsetRegister,
                             float* pValues, unsigned int* pCount);
+    /// @endcond
 };
 
 }  // namespace Zevrin

@@ -24,8 +24,8 @@ class ZEVRIN_API Image {
   public:
     Image() = default;
     virtual ~Image();
-    Image(Image&& other) noexcept;
-    Image& operator=(Image&& other) noexcept;
+    Image(Image&& other) noexcept;             ///< takes the buffer over
+    Image& operator=(Image&& other) noexcept;  ///< releases what it held, and takes the buffer over
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
 
@@ -42,7 +42,7 @@ class ZEVRIN_API Image {
 
     /// The pixels, row by row; `GetDataSize` bytes of them are valid.
     const unsigned char* GetData() const noexcept;
-    std::size_t GetDataSize() const noexcept;
+    std::size_t GetDataSize() const noexcept;  ///< bytes
 
     unsigned int GetWidth() const noexcept;   ///< pixels
     unsigned int GetHeight() const noexcept;  ///< pixels
@@ -52,9 +52,9 @@ class ZEVRIN_API Image {
     /// `GetBitsPerPixel`.
     unsigned int GetStride() const noexcept;
 
-    PixelFormat GetPixelFormat() const noexcept;
-    BayerTileFormat GetBayerTileFormat() const noexcept;
-    bool IsBigEndian() const noexcept;  ///< of samples wider than a byte
+    PixelFormat GetPixelFormat() const noexcept;          ///< how pixels are laid out
+    BayerTileFormat GetBayerTileFormat() const noexcept;  ///< of raw images
+    bool IsBigEndian() const noexcept;                    ///< of samples wider than a byte
 
     /// The camera's own number of this frame; gaps tell of lost frames.
     unsigned long long GetFrameId() const noexcept;

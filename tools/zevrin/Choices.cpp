@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <map>
 
 namespace ZevrinTool {
 
@@ -10,6 +11,12 @@ namespace {
 
 char ToWordLetter(unsigned char letter) {
     return letter == ' ' || letter == '_' ? '-' : static_cast<char>(std::tolower(letter));
+}
+
+/// CLI11 has no place for them in an option. The command line is put together once, on one thread.
+std::map<const CLI::Option*, std::vector<std::string>>& KnownWords() {
+    static std::map<const CLI::Option*, std::vector<std::string>> words;
+    return words;
 }
 
 }  // namespace
@@ -46,12 +53,21 @@ unsigned int ParseChoice(const std::string& argument, const std::string& text, c
 
 CLI::Option* AddChoice(CLI::App& verb, const std::string& name, const std::string& placeholder,
                        const NumberSink& sink, const Choices& choices, const std::string& help) {
-    return AddText(
+    CLI::Option* const pOption = AddText(
         verb, name, placeholder,
         [=](const std::string& argument, const std::string& text) {
             sink(ParseChoice(argument, text, choices));
         },
         help);
+    for (const Choice& choice : choices) {
+        KnownWords()[pOption].push_back(choice.word);
+    }
+    return pOption;
+}
+
+std::vector<std::string> WordsOf(const CLI::Option* pOption) {
+    const auto found = KnownWords().find(pOption);
+    return found != KnownWords().end() ? found->second : std::vector<std::string>();
 }
 
 }  // namespace ZevrinTool

@@ -22,6 +22,9 @@ unsigned int ParseChoice(const std::string& argument, const std::string& text, c
 CLI::Option* AddChoice(CLI::App& verb, const std::string& name, const std::string& placeholder,
                        const NumberSink& sink, const Choices& choices, const std::string& help);
 
+/// The words of an option or argument that `AddChoice` has added; none for any other.
+std::vector<std::string> WordsOf(const CLI::Option* pOption);
+
 /// "mono8, rgb8".
 std::string ListWords(const Choices& choices);
 

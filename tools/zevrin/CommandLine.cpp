@@ -38,22 +38,27 @@ HelpFormatter::HelpFormatter() {
     label("Positionals", "Arguments");
 }
 
-std::string HelpFormatter::make_usage(const CLI::App* pApp, std::string) const {
+std::string UsageOf(const CLI::App& app) {
     std::string path;
-    for (const CLI::App* pVerb = pApp; pVerb->get_parent() != nullptr; pVerb = pVerb->get_parent()) {
+    for (const CLI::App* pVerb = &app; pVerb->get_parent() != nullptr; pVerb = pVerb->get_parent()) {
         path = " " + pVerb->get_name() + path;
     }
-    std::string usage = "\nUsage: zevrin [global options]" + path;
-    if (pApp->get_require_subcommand_min() > 0) {
-        return usage + " <verb> [arguments]\n";
+    std::string usage = "zevrin [global options]" + path;
+    if (app.get_require_subcommand_min() > 0) {
+        return usage + " <verb> [arguments]";
     }
     usage += " [options]";
-    for (const CLI::Option* pOption : pApp->get_options()) {
+    const HelpFormatter formatter;
+    for (const CLI::Option* pOption : app.get_options()) {
         if (pOption->get_positional()) {
-            usage += " " + make_option_usage(pOption);
+            usage += " " + formatter.make_option_usage(pOption);
         }
     }
-    return usage + "\n";
+    return usage;
+}
+
+std::string HelpFormatter::make_usage(const CLI::App* pApp, std::string) const {
+    return "\nUsage: " + UsageOf(*pApp) + "\n";
 }
 
 std::string HelpFormatter::make_option_opts(const CLI::Option* pOption) const {

@@ -17,6 +17,9 @@ class HelpFormatter : public CLI::Formatter {
     std::string make_footer(const CLI::App* pApp) const override;
 };
 
+/// One line, "zevrin [global options] sync verify [options] FOLDER".
+std::string UsageOf(const CLI::App& app);
+
 /// Adds a verb to the program or to another verb.
 /// @param footer  what the help says after the options; ends with examples
 CLI::App* AddVerb(CLI::App& parent, const std::string& name, const std::string& description,

@@ -75,5 +75,6 @@ void AddFormatVerb(CLI::App& app, Tool& tool);
 void AddPlanVerb(CLI::App& app, Tool& tool);
 void AddConfigVerb(CLI::App& app, Tool& tool);
 void AddCheckVerb(CLI::App& app, Tool& tool);
+void AddHelpVerb(CLI::App& app, Tool& tool);
 
 }  // namespace ZevrinTool

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "CommandLine.h"
+#include "CommandTree.h"
 #include "Tool.h"
 
 namespace {
@@ -38,6 +39,17 @@ void AddGlobalOptions(CLI::App& app, Tool& tool) {
     app.set_version_flag("--version", "zevrin " ZEVRIN_VERSION, "Shows the version");
 }
 
+/// Texts that are made of the command line itself, for a build to install. Not in the help, since nobody
+/// types them. They end the parsing as `--version` does.
+void AddGenerators(CLI::App& app) {
+    const auto end = [](const std::string& text) { throw CLI::CallForVersion(text, 0); };
+    app.add_option_function<std::string>(
+           "--completion",
+           [&app, end](const std::string& shell) { end(FormatCompletion(DescribeCommandLine(app), shell)); })
+        ->group("");
+    app.add_flag_callback("--man", [&app, end] { end(FormatManPage(DescribeCommandLine(app))); })->group("");
+}
+
 /// `CLI::App::exit` shows help, version or message; only its numbers are its own.
 int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
     return app.exit(problem) == 0 ? kExitGood : kExitUsage;
@@ -54,10 +66,12 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     AddGlobalOptions(app, tool);
-    for (const auto pAdd : {AddListVerb,     AddInfoVerb,     AddRegVerb,    AddGrabVerb,   AddCaptureVerb,
-                            AddPropertyVerb, AddTriggerVerb,  AddStrobeVerb, AddLutVerb,    AddMemoryVerb,
-                            AddGpioVerb,     AddEmbeddedVerb, AddStatsVerb,  AddTimeVerb,   AddEventsVerb,
-                            AddFormatVerb,   AddSyncVerb,     AddPlanVerb,   AddConfigVerb, AddCheckVerb}) {
+    AddGenerators(app);
+    for (const auto pAdd :
+         {AddListVerb,    AddInfoVerb,   AddRegVerb,    AddGrabVerb,   AddCaptureVerb, AddPropertyVerb,
+          AddTriggerVerb, AddStrobeVerb, AddLutVerb,    AddMemoryVerb, AddGpioVerb,    AddEmbeddedVerb,
+          AddStatsVerb,   AddTimeVerb,   AddEventsVerb, AddFormatVerb, AddSyncVerb,    AddPlanVerb,
+          AddConfigVerb,  AddCheckVerb,  AddHelpVerb}) {
         pAdd(app, tool);
     }
     try {

@@ -60,7 +60,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// itself.
     Error SetReconnectPolicy(const ReconnectPolicy* pPolicy);
 
-    /// Errors: ERR_INVALID_PARAMETER.
+    /// The present policy. Errors: ERR_INVALID_PARAMETER.
     Error GetReconnectPolicy(ReconnectPolicy* pPolicy) const;
 
     /// Waits, for at most `timeoutMs` milliseconds, until the connection holds: for whoever was told
@@ -78,6 +78,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// How the next streams are set up. Not guarded.
     /// Errors: ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE (nothing is changed).
     Error GetConfiguration(ZevrinConfig* pConfig) override;
+    /// Takes effect with the next stream. Errors: as above.
     Error SetConfiguration(const ZevrinConfig* pConfig) override;
 
     // Image formats. Setting one is refused with ERR_ISOCH_ALREADY_STARTED while a stream of this object
@@ -87,20 +88,26 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE, the register access's.
     Error GetVideoModeInfo(VideoModeInfo* pInfo);
 
-    /// The present format, mode and frame rate; setting takes a standard format, 0 to 2.
-    /// Errors: as above; ERR_INVALID_MODE (not on this camera); what was changed until then is put back.
+    /// The present format, mode and frame rate. Errors: as above.
     Error GetVideoMode(VideoModeSetting* pSetting);
+
+    /// Sets a standard format, 0 to 2, with its mode and frame rate.
+    /// Errors: as above; ERR_INVALID_MODE (not on this camera); what was changed until then is put back.
     Error SetVideoMode(const VideoModeSetting* pSetting);
 
     /// `mode` of the record chooses a mode of format 7; one that is not there is told by `present`.
     /// Errors: the guard's, ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE, the register access's.
     Error GetFormat7Info(Format7Info* pInfo);
 
-    /// The present region, pixel format and packet size; setting makes their mode the present one.
-    /// Errors: as above; ERR_FEATURE_ABSENT (no such mode), ERR_NOT_SUPPORTED (pixel format, packet size),
-    /// ERR_INVALID_MODE (another format is the present one, or the camera refuses the combination),
-    /// ERR_TIMEOUT; what was changed until then is put back.
+    /// The present region, pixel format and packet size.
+    /// Errors: as above; ERR_FEATURE_ABSENT (no such mode), ERR_INVALID_MODE (another format is the present
+    /// one).
     Error GetFormat7(Format7Settings* pSettings);
+
+    /// Sets region, pixel format and packet size, and makes their mode the present one.
+    /// Errors: as above; ERR_FEATURE_ABSENT (no such mode), ERR_NOT_SUPPORTED (pixel format, packet size),
+    /// ERR_INVALID_MODE (the camera refuses the combination), ERR_TIMEOUT; what was changed until then is put
+    /// back.
     Error SetFormat7(const Format7Settings* pSettings);
 
   private:

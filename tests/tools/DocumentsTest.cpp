@@ -1,0 +1,203 @@
+// Runs and compares what the documents say: every command, every excerpt, every link.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <zevrin/Simulation.h>
+
+#include "support/Markdown.h"
+#include "support/Spawn.h"
+#include "support/TemporaryFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Zevrin::FencedBlock;
+using Zevrin::SpawnOptions;
+using Zevrin::SpawnResult;
+using Zevrin::TemporaryFolder;
+
+const std::string kSource = SOURCE_FOLDER;
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream stream(path);
+    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::string> FindAll(const std::string& text, const char* expression) {
+    const std::regex pattern(expression);
+    std::vector<std::string> found;
+    for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
+        found.push_back((*match)[1]);
+    }
+    return found;
+}
+
+std::vector<std::string> Documents() {
+    std::vector<std::string> documents = {"README.md", "CONTRIBUTING.md"};
+    for (const auto& entry : fs::directory_iterator(fs::path(SOURCE_FOLDER) / "docs")) {
+        if (entry.path().extension() == ".md") {
+            documents.push_back("docs/" + entry.path().filename().string());
+        }
+    }
+    std::sort(documents.begin(), documents.end());
+    return documents;
+}
+
+/// One document, followed from top to bottom in a folder that looks like the project's.
+class Document : public testing::TestWithParam<std::string> {
+  protected:
+    void SetUp() override {
+        for (const auto& entry : fs::directory_iterator(kSource)) {
+            const std::string name = entry.path().filename();
+            if (name != "build" && name != ".git") {
+                fs::create_symlink(entry.path(), m_folder.Path(name));
+            }
+        }
+        fs::create_directories(m_folder.Path("build"));
+        fs::create_directory_symlink(BUILD_FOLDER, m_folder.Path("build/release"));
+        m_options.folder = m_folder.Path();
+        m_options.limit = std::chrono::seconds(400);
+        m_options.environment = {{"PATH", std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH")},
+                                 {"CMAKE_GENERATOR", "Ninja"},
+                                 {"CXX", CXX_PROGRAM}};
+        if (!std::string(SANITIZE).empty()) {
+            m_options.environment["CXXFLAGS"] = "-fsanitize=" SANITIZE;
+        }
+    }
+
+    /// Commands that build the whole project are not run: that their verb and preset exist is looked at.
+    static bool IsBuild(const std::string& line) {
+        static const std::regex kRun(R"(\./run (\w+)( (\w+))?( .*)?)");
+        static const std::regex kCmake(R"(cmake (--build )?--preset (\w+))");
+        static const std::string kPresets = ReadFile(kSource + "/CMakePresets.json");
+        static const std::string kHelp = Zevrin::Spawn({kSource + "/run", "help"}).output;
+        std::smatch match;
+        std::string preset;
+        if (std::regex_match(line, match, kRun)) {
+            EXPECT_NE(std::string::npos, kHelp.find("\n  " + match[1].str() + " ")) << line;
+            preset = match[1] == "build" || match[1] == "check" ? match[3].str() : "";
+        } else if (std::regex_match(line, match, kCmake)) {
+            preset = match[2];
+        } else {
+            return false;
+        }
+        EXPECT_NE(std::string::npos, preset.empty() ? 0 : kPresets.find("\"" + preset + "\"")) << line;
+        return true;
+    }
+
+    void RunCommands(const std::string& text) {
+        static const std::regex kPeer(R"((build/release/bin/)?fake-gige-camera\n)");
+        if (std::regex_match(text, kPeer)) {
+            m_pPeer =
+                std::make_unique<Zevrin::Process>(std::vector<std::string>{"fake-gige-camera"}, m_options);
+            ASSERT_TRUE(m_pPeer->WaitForOutput("ready")) << m_pPeer->Finish().messages;
+            return;
+        }
+        std::istringstream lines(text);
+        std::string script;
+        for (std::string line; std::getline(lines, line);) {
+            script += IsBuild(line) ? "" : line + "\n";
+        }
+        const SpawnResult result = Zevrin::SpawnShell("set -ex\n" + script, m_options);
+        EXPECT_EQ(0, result.exitCode) << result.output << result.messages;
+    }
+
+    static void CheckJson(const FencedBlock& block) {
+        if (block.note == "description") {
+            boost::shared_ptr<Zevrin::Simulation> pSimulation;
+            const Zevrin::Error error = Zevrin::Simulation::FromJson(block.text, &pSimulation);
+            EXPECT_EQ(Zevrin::ERR_OK, error.GetType()) << error.GetDescription();
+            return;
+        }
+        std::istringstream lines(block.text);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+        }
+    }
+
+    TemporaryFolder m_folder;
+    SpawnOptions m_options;
+    std::unique_ptr<Zevrin::Process> m_pPeer;
+};
+
+TEST_P(Document, CommandsAndExcerptsAreTrue) {
+    if (!fs::exists(PROGRAM_FOLDER "/fake-gige-camera")) {
+        GTEST_SKIP() << "The documents are about a build with GigE Vision.";
+    }
+    for (const FencedBlock& block : Zevrin::ReadFencedBlocks(kSource + "/" + GetParam())) {
+        SCOPED_TRACE("```" + block.language + " " + block.note + "\n" + block.text);
+        if (block.language == "sh" && block.note.empty()) {
+            ASSERT_NO_FATAL_FAILURE(RunCommands(block.text));
+        } else if (block.language == "sh") {
+            EXPECT_TRUE(std::regex_match(block.note, std::regex("no-run: .{10,}"))) << "gives no reason";
+        } else if (block.language == "json") {
+            CheckJson(block);
+        } else if (block.language == "cpp" || block.language == "cmake") {
+            EXPECT_NE(std::string::npos, ReadFile(kSource + "/" + block.note).find(block.text))
+                << "is not in the file that it names";
+        } else {
+            EXPECT_EQ("text", block.language) << "nothing looks at a block of this language";
+        }
+    }
+}
+
+TEST_P(Document, LinksLeadSomewhere) {
+    const fs::path document = fs::path(kSource) / GetParam();
+    for (const std::string& link : FindAll(ReadFile(document), R"(\]\(([^)#:]+)[^):]*\))")) {
+        EXPECT_TRUE(fs::exists(document.parent_path() / link)) << link;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(Documents()), [](const auto& document) {
+    return std::regex_replace(fs::path(document.param).stem().string(), std::regex("\\W"), "_");
+});
+
+TEST(Documents, KnowEveryFolderAndEveryErrorAndVerb) {
+    const std::string readme = ReadFile(kSource + "/README.md");
+    const std::vector<std::string> folders = FindAll(readme, R"(\n\| `([a-z/]+)/` \|)");
+    EXPECT_LE(8U, folders.size());
+    for (const std::string& folder : folders) {
+        EXPECT_TRUE(fs::is_directory(kSource + "/" + folder)) << folder;
+    }
+
+    const std::string errors = ReadFile(kSource + "/docs/errors.md");
+    const std::vector<std::string> types =
+        FindAll(ReadFile(kSource + "/include/zevrin/ErrorType.h"), R"((ERR_\w+) = \d+)");
+    EXPECT_LE(40U, types.size());
+    for (const std::string& type : types) {
+        EXPECT_NE(std::string::npos, errors.find("\n| `" + type + "` | ")) << type;
+    }
+
+    const std::string help = Zevrin::Spawn({PROGRAM_FOLDER "/zevrin", "--help"}).output;
+    for (const std::string& verb : FindAll(help.substr(help.find("\nVerbs:")), "\n  ([a-z]+)  +\\S")) {
+        EXPECT_NE(std::string::npos, readme.find("`" + verb)) << verb;
+    }
+}
+
+TEST(Documents, ReferenceHasEveryPublicDeclaration) {
+    const TemporaryFolder folder;
+    SpawnOptions options;
+    options.folder = folder.Path();
+    options.limit = std::chrono::seconds(300);
+    for (const char* name : {"include", "src", "docs"}) {
+        fs::create_directory_symlink(kSource + "/" + name, folder.Path(name));
+    }
+    fs::create_directories(folder.Path("build/docs"));
+    const SpawnResult result = Zevrin::Spawn({"doxygen", "docs/Doxyfile"}, options);
+    EXPECT_EQ(0, result.exitCode) << result.messages;
+    EXPECT_TRUE(fs::exists(folder.Path("build/docs/html/classZevrin_1_1CameraInternal.html")));
+}
+
+}  // namespace
