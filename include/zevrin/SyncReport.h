@@ -87,7 +87,7 @@ struct SyncReport {
 /// Sorts the images of a run into sets by their time stamps and measures how far apart the cameras are.
 ///
 /// Each camera's stamps are continued across the 128 seconds after which the bus clock begins anew; a camera
-/// may be without an image for up to 112 seconds, or for 8 hours when its numbers count on meanwhile, and the
+/// may be without an image for up to 112 seconds, or for 2 hours when its numbers count on meanwhile, and the
 /// first images lie within 64 seconds. Sets gather around the images of the first camera, at most half a
 /// frame period away from them; images from between two of those are sets of their own. The cameras are in
 /// step when each can be compared with the first, is never more than `kSyncLimitCycles` from it, and has at

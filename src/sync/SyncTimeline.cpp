@@ -16,7 +16,7 @@ constexpr long long kFurthestBack = 16 * kSyncTicksPerSecond;
 
 /// As far as frame numbers are believed to tell how long a camera was silent. A file from anywhere may have
 /// ten million of such silences, which must not overflow.
-constexpr long long kLongestSilence = 8 * 3600 * kSyncTicksPerSecond;
+constexpr long long kLongestSilence = 2 * 3600 * kSyncTicksPerSecond;
 
 /// `from` and the way to a stamp on the circle, which goes back by `furthestBack` at most.
 long long Continue(long long from, long long stamp, long long furthestBack) {
@@ -48,9 +48,9 @@ long long EstimatePeriod(const std::vector<SyncRecord>& records, const std::vect
     return MedianOf(std::move(periods));
 }
 
-/// Finds out how often the clock has begun anew: a stamp belongs where the frame number says, or else shortly
-/// after the last one. A single stamp that is far from there is left aside when the next one goes on as if it
-/// had not been.
+/// Finds out how often the clock has begun anew: a stamp belongs where the frame number says or later (a
+/// camera may have paused), or else after the last one. A single stamp that is far from there is left aside
+/// when the next one goes on as if it had not been.
 class Unwrapper {
   public:
     Unwrapper(long long anchor, long long period)
@@ -63,10 +63,10 @@ class Unwrapper {
             Accept({Continue(m_anchor, stamp, kWrap / 2), record.frameId});
             return m_base.ticks;
         }
-        Point point = {Follow(m_base, record.frameId, stamp), record.frameId};
+        Point point = {Follow(record.frameId, stamp), record.frameId};
         if (m_hasSuspect && !IsExpected(point)) {
             Accept(m_suspect);
-            point.ticks = Follow(m_base, record.frameId, stamp);
+            point.ticks = Follow(record.frameId, stamp);
         }
         m_isLate = point.ticks < m_latest;
         m_hasSuspect = !IsExpected(point);
@@ -95,10 +95,8 @@ class Unwrapper {
         return isBelieved ? static_cast<long long>(numbers) * m_period : 0;
     }
 
-    long long Follow(const Point& last, unsigned long long frameId, long long stamp) const {
-        const long long way = WayByNumbers(frameId);
-        return way > 0 ? Continue(last.ticks + way, stamp, kWrap / 2)
-                       : Continue(last.ticks, stamp, kFurthestBack);
+    long long Follow(unsigned long long frameId, long long stamp) const {
+        return Continue(m_base.ticks + WayByNumbers(frameId), stamp, kFurthestBack);
     }
 
     bool IsExpected(const Point& point) const {

@@ -153,12 +153,12 @@ const Case kCases[] = {
      5000,
      1000,
      true},
-    // Wrong by so much that the way back would look like the way on.
-    {"OddStampBehind",
+    // Ahead by so much that the way back would look like the way on.
+    {"OddStamp",
      MakeRun(60, kSecond, kCycle),
      [](Records* p) { (*p)[91] = At(2, 130, 101 * kSecond); },
      1,
-     {560, 1, 0, 1},
+     {1941, 0, 0, 1},
      1,
      0,
      61,
