@@ -48,12 +48,15 @@ bool HasBusClock(const Zevrin::CameraListing& camera) {
     return camera.interfaceType != Zevrin::INTERFACE_GIGE && camera.interfaceType != Zevrin::INTERFACE_U3V;
 }
 
-/// All of one interface that has a bus clock, and says what it leaves out; what remains when there are none
-/// is left to the library to refuse.
+/// All of one interface that has a bus clock, with a word on those left out. When none has, GigE Vision
+/// cameras are left to the library to refuse.
 std::vector<unsigned int> ChooseAllOnBuses(Session& session) {
     const std::vector<Zevrin::CameraListing> cameras = session.List();
     const auto first = std::find_if(cameras.begin(), cameras.end(), HasBusClock);
     if (first == cameras.end()) {
+        if (!cameras.empty()) {
+            Complain("no camera shares a bus clock with another: their stamps prove nothing");
+        }
         return session.ChooseAll();
     }
     std::vector<unsigned int> chosen;
