@@ -29,11 +29,12 @@ struct SyncRecord {
 struct SyncMember {
     static constexpr std::size_t kNone = static_cast<std::size_t>(-1);  ///< no record
 
-    std::size_t record = kNone;  ///< which of the records; `kNone`: the camera has no image in this set
-    long long ticks = 0;         ///< bus time since the first image of the run
-    bool hasOffset = false;      ///< whether the first camera is in this set as well
-    long long offsetTicks = 0;   ///< from the first camera; above 0 the image is the later one
-    long long offsetCycles = 0;  ///< the same between the cycle counts, which is what the limit is for
+    std::size_t record = kNone;      ///< which of the records; `kNone`: the camera has no image in this set
+    unsigned long long frameId = 0;  ///< the camera's number for its image
+    long long ticks = 0;             ///< bus time since the first image of the run
+    bool hasOffset = false;          ///< whether the first camera is in this set as well
+    long long offsetTicks = 0;       ///< from the first camera; above 0 the image is the later one
+    long long offsetCycles = 0;      ///< the same between the cycle counts, which is what the limit is for
 };
 
 /// Images that were taken together.
@@ -51,6 +52,7 @@ struct SyncCamera {
     std::size_t duplicated = 0;   ///< carry the stamp of another image and are in no set
     std::size_t missingSets = 0;  ///< sets in which it has no image
     std::size_t offsets = 0;      ///< images that could be compared
+    std::size_t unpaired = 0;     ///< taken between two images of the first camera, which lost none there
     long long minTicks = 0;       ///< smallest offset
     long long maxTicks = 0;       ///< largest offset
     double meanTicks = 0;         ///< mean offset
@@ -85,10 +87,11 @@ struct SyncReport {
 /// Sorts the images of a run into sets by their time stamps and measures how far apart the cameras are.
 ///
 /// Each camera's stamps are continued across the 128 seconds after which the bus clock begins anew; a camera
-/// may be without an image for up to 112 seconds, and the first images lie within 64 seconds. Sets gather
-/// around the images of the first camera, at most half a frame period away from them; images from between two
-/// of those are sets of their own. The cameras are in step when each can be compared with the first and is
-/// never more than `kSyncLimitCycles` from it.
+/// may be without an image for up to 112 seconds, or for 2 hours when its numbers count on meanwhile, and the
+/// first images lie within 64 seconds. Sets gather around the images of the first camera, at most half a
+/// frame period away from them; images from between two of those are sets of their own. The cameras are in
+/// step when each can be compared with the first, is never more than `kSyncLimitCycles` from it, and has at
+/// most a tenth of its images unpaired.
 /// @param serialNumbers  the cameras, 1 to 64, each once
 /// @param records        all images, those of one camera in the order of their arrival
 /// Errors: ERR_INVALID_PARAMETER (no camera, no record, a camera twice, a record of another camera),

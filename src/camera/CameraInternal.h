@@ -251,7 +251,7 @@ class ZEVRIN_API CameraInternal {
     /// Lets the next streams fill the caller's memory; null goes back to the stream's own.
     /// @param pMemory      `bufferSize` times `bufferCount` bytes that outlive every image of the stream
     /// @param bufferSize   bytes of one buffer, at least one image
-    /// @param bufferCount  1 to 4096, used instead of the configured number
+    /// @param bufferCount  1 to 4096; as many are used as are configured, or all when these are fewer
     /// Errors: the guard's, ERR_FAILED (a stream runs, or a number is out of range).
     Error SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount);
 
@@ -265,18 +265,23 @@ class ZEVRIN_API CameraInternal {
     /// the wrap of the cycle clock. Takes 550 ms and the time of eleven images or more.
     ///
     /// Every camera gets a configuration of ten buffers in order and the time stamp in its images, and keeps
-    /// both. A camera that streams already counts as started; it must not have a callback, which would take
-    /// the images that are awaited here. `SetCallback` beforehand has the same effect.
+    /// both. A camera that streams already counts as started, provided that its stream has ten buffers in
+    /// order: an IIDC camera refuses the configuration else. It must not have a callback, which would take
+    /// the images that are awaited here; `SetCallback` beforehand has the same effect. The stamps prove
+    /// something only when cameras answer and can stamp: images that did not come and images without a stamp
+    /// all count as taken at 0 and pass.
     /// @param numCameras    0 to 64
     /// @param cameras       at least as many, none null; only the first `numCameras` are used
-    /// @param callbacks     null, or one for each camera: installed when all are in step
+    /// @param callbacks     null, or one for each camera: installed when all are in step, until its stream
+    /// ends
     /// @param callbackData  null, or one for each camera
     /// Errors: ERR_INVALID_PARAMETER (numbers; nothing was touched), ERR_INTERFACE_NOT_FOUND,
     /// ERR_NOT_SUPPORTED (GigE cameras), ERR_ISOCH_FAILED (preparation), ERR_ISOCH_START_FAILED (cameras
     /// before the failing one keep streaming), ERR_TIMESTAMP_FAILED (the last camera's transmission could not
-    /// be switched off), ERR_ISOCH_SYNC_FAILED (all are stopped). Throws boost::thread_resource_error when a
-    /// grab thread cannot be made. Threads: any; two starts at once must not share a camera. Blocks until
-    /// every camera has sent an image or failed eleven retrievals.
+    /// be switched off), ERR_ISOCH_SYNC_FAILED (all are stopped). Throws boost::thread_resource_error when
+    /// the system refuses a grab thread: all cameras stream then, and are to be stopped. Threads: any; two
+    /// starts at once must not share a camera. Blocks until every camera has sent an image or failed eleven
+    /// retrievals.
     static Error StartSyncCapture(unsigned int numCameras,
                                   std::vector<boost::shared_ptr<CameraInternal>> cameras,
                                   void (*const* callbacks)(Image*, const void*), const void** callbackData);

@@ -6,6 +6,7 @@
 #include <boost/smart_ptr/shared_array.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 

@@ -60,6 +60,20 @@ Error Iso::CheckConfiguration(const ZevrinConfig& config) {
     return Error();
 }
 
+Error Iso::CheckAgainstStream(const ZevrinConfig& config) const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    const bool isSame =
+        config.numBuffers == m_streamConfig.numBuffers && config.grabMode == m_streamConfig.grabMode;
+    return m_state != State::kStarted || isSame
+               ? Error()
+               : Failure(
+                     ERR_ISOCH_ALREADY_STARTED,
+                     "A stream runs with %u buffers and grab mode %u; %u buffers and mode %u need it to be "
+                     "stopped first.",
+                     m_streamConfig.numBuffers, static_cast<unsigned int>(m_streamConfig.grabMode),
+                     config.numBuffers, static_cast<unsigned int>(config.grabMode));
+}
+
 Iso::~Iso() {
     StopForGood();
 }
@@ -147,6 +161,7 @@ Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
         return Failure(ERR_ISOCH_BUFFERS_FAILED, "The user buffers hold %zu bytes each; an image takes %zu.",
                        user.size, format.payloadSize);
     }
+    user.count = std::min(user.count, config.numBuffers);
     try {
         *ppQueue = boost::make_shared<FrameQueue>(user.count, user.size, config.grabMode,
                                                   config.deliverIncomplete, user.pMemory, m_pCounters);
@@ -204,15 +219,16 @@ Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<Hardw
     m_pStreamHardware = pHardware;
     m_defaultTimeoutMs = config.grabTimeout == kTimeoutDefault ? kDefaultTimeoutMs : config.grabTimeout;
     m_state = State::kStarted;  // before the first callback can ask
-    if (callback != nullptr) {
-        error = StartCallbackThread(callback, pCallbackData);
-    } else if (m_callback != nullptr) {
-        error = StartCallbackThread(m_callback, m_pCallbackData);
+    m_streamConfig = config;
+    m_streamReceiver = callback != nullptr ? Receiver{callback, pCallbackData} : m_receiver;
+    if (m_streamReceiver.callback != nullptr) {
+        error = StartCallbackThread(m_streamReceiver);
     }
     if (error == ERR_OK) {
         pTransition->Reach(State::kStarted);
     } else {
         m_state = State::kStarting;
+        m_streamReceiver = Receiver();
         m_pQueue.reset();
         m_pStreamHardware.reset();
     }
@@ -251,6 +267,7 @@ Error Iso::StopCapture() {
     m_resends = Add(m_resends, m_resendsBase, counters);
     m_pQueue.reset();
     m_pStreamHardware.reset();
+    m_streamReceiver = Receiver();
     transition.Reach(State::kStopped);
     if (error != ERR_OK) {
         return FailureBecause(
@@ -337,30 +354,37 @@ void Iso::ReadEmbeddedInfo(Frame* pFrame) const {
 
 Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {
     boost::unique_lock<boost::mutex> lock(m_mutex);
-    m_callback = callback;
-    m_pCallbackData = pCallbackData;
+    const Receiver receiver = {callback, pCallbackData};
     if (m_state != State::kStarted) {
+        m_receiver = receiver;
         return Error();
     }
+    m_streamReceiver = receiver;
     if (callback == nullptr) {
         lock.unlock();
         StopCallbackThread();
     } else if (m_pCallbackThread != nullptr && !m_pCallbackThread->IsFinished()) {
         m_pCallbackThread->Replace(callback, pCallbackData);
     } else {
-        return StartCallbackThread(callback, pCallbackData);
+        return StartCallbackThread(receiver);
     }
     return Error();
 }
 
-Error Iso::StartCallbackThread(ImageCallback callback, const void* pCallbackData) {
+Iso::Receiver Iso::GetStreamReceiver() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_streamReceiver;
+}
+
+Error Iso::StartCallbackThread(const Receiver& receiver) {
     try {
         // Room now for a thread that will stop itself, and for one that has ended by itself.
         m_endedCallbackThreads.reserve(m_endedCallbackThreads.size() + 2);
         if (m_pCallbackThread != nullptr) {
             m_endedCallbackThreads.push_back(std::move(m_pCallbackThread));
         }
-        m_pCallbackThread = std::make_unique<CallbackThread>(*this, m_pQueue, callback, pCallbackData);
+        m_pCallbackThread =
+            std::make_unique<CallbackThread>(*this, m_pQueue, receiver.callback, receiver.pData);
     } catch (const boost::thread_resource_error&) {
         return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread for the image callback.");
     } catch (const std::bad_alloc&) {

@@ -34,6 +34,11 @@ class Iso : public IOBase {
     /// Errors: ERR_VALUE_OUT_OF_RANGE.
     static Error CheckConfiguration(const ZevrinConfig& config);
 
+    /// Whether the stream that runs, if any, has the number of buffers and the grab mode of this
+    /// configuration, which no running stream can change.
+    /// Errors: ERR_ISOCH_ALREADY_STARTED (it has others).
+    Error CheckAgainstStream(const ZevrinConfig& config) const;
+
     /// Sets up the buffers, lets the transport fill them, and switches the camera's transmission on.
     /// What was done is undone when a later step fails. Waits for the callback of an earlier stream that
     /// stopped itself from within.
@@ -64,15 +69,26 @@ class Iso : public IOBase {
     /// The same, waiting at most `timeoutMs` milliseconds.
     Error WaitForBufferEvent(Image* pImage, unsigned int timeoutMs);
 
-    /// While a stream runs: from the next image on. Null ends the calls; a running one is waited for,
-    /// unless this is called from within it.
+    /// Of all streams that are started from here on. While a stream runs, of that one alone and from its next
+    /// image on: the next stream begins with what was installed before this one. Null ends the calls; a
+    /// running one is waited for, unless this is called from within it.
     /// Errors: ERR_ISOCH_START_FAILED (a thread is needed and the system refuses it).
     Error SetCallback(ImageCallback callback, const void* pCallbackData);
 
-    /// Lets the next streams use the caller's memory; null goes back to the component's own.
+    /// What images are given to.
+    struct Receiver {
+        ImageCallback callback = nullptr;
+        const void* pData = nullptr;
+    };
+
+    /// That of the running stream, for who interrupts it and resumes it later; none when nothing runs.
+    Receiver GetStreamReceiver() const;
+
+    /// Lets the next streams use the caller's memory; null goes back to the component's own. A stream never
+    /// has more buffers than it is configured for: the synchronized start relies on that.
     /// @param pMemory      `bufferSize` times `bufferCount` bytes that outlive every image of the stream
     /// @param bufferSize   bytes of one buffer, at least the size of an image
-    /// @param bufferCount  used instead of the configured number
+    /// @param bufferCount  of which as many are used as the configuration says, or all when these are fewer
     /// Errors: ERR_ISOCH_ALREADY_STARTED, ERR_VALUE_OUT_OF_RANGE.
     Error SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount);
 
@@ -118,7 +134,7 @@ class Iso : public IOBase {
                       const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
                       const void* pCallbackData, Transition* pTransition);
     Error EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue);
-    Error StartCallbackThread(ImageCallback callback, const void* pCallbackData);
+    Error StartCallbackThread(const Receiver& receiver);
     void StopCallbackThread();
     void ReapCallbackThreads();
     boost::shared_ptr<FrameQueue> GetQueue() const;
@@ -142,8 +158,9 @@ class Iso : public IOBase {
     StreamCounters m_resends;      // of streams that have ended, less what was reset (modulo 2 to the 32)
     StreamCounters m_resendsBase;  // of that hardware, when the stream began
     UserBuffers m_userBuffers;
-    ImageCallback m_callback = nullptr;
-    const void* m_pCallbackData = nullptr;
+    Receiver m_receiver;          // of streams that are started without one
+    Receiver m_streamReceiver;    // of the running stream
+    ZevrinConfig m_streamConfig;  // likewise
     std::unique_ptr<CallbackThread> m_pCallbackThread;
     std::vector<std::unique_ptr<CallbackThread>> m_endedCallbackThreads;  // stopped from within; to be joined
 };

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <unordered_map>
 
 #include "Failure.h"
@@ -14,6 +15,9 @@ namespace Zevrin {
 namespace {
 
 constexpr std::size_t kMaxCameras = 64;
+
+/// The share of images without a partner that counts against a camera: more than one in so many.
+constexpr std::size_t kUnpairedShare = 10;
 
 /// For a run of single images, which have no period: they belong together when a person would say so.
 constexpr long long kPeriodOfNone = 2 * kSyncTicksPerSecond;
@@ -140,6 +144,24 @@ void CompareSet(std::size_t index, SyncReport* pReport) {
     }
 }
 
+/// The images of a camera that none of the first camera's belongs to, although that one lost no frame then.
+std::size_t CountUnpaired(const SyncReport& report, const SyncTimeline& first, std::size_t camera) {
+    std::size_t unpaired = 0;
+    for (const SyncSet& set : report.sets) {
+        const SyncMember& member = set.members[camera];
+        if (!IsPresent(member) || IsPresent(set.members.front())) {
+            continue;
+        }
+        const auto after =
+            std::lower_bound(first.shots.begin(), first.shots.end(), member.ticks,
+                             [](const SyncShot& shot, long long ticks) { return shot.ticks < ticks; });
+        const bool isBetween = after != first.shots.begin() && after != first.shots.end();
+        const long long gap = isBetween ? after->ticks - std::prev(after)->ticks : 0;
+        unpaired += isBetween && 2 * gap < 3 * first.periodTicks ? 1 : 0;
+    }
+    return unpaired;
+}
+
 /// Moves the time axis to begin with the first image.
 void MoveToZero(SyncReport* pReport) {
     long long begin = pReport->sets.front().ticks;
@@ -203,6 +225,10 @@ std::string FindReason(const SyncCamera& camera, unsigned int firstSerialNumber)
     if (camera.offsets == 0) {
         return FormatText("no image of camera %u was taken within half a frame period of one of camera %u",
                           camera.serialNumber, firstSerialNumber);
+    }
+    if (camera.unpaired > camera.images / kUnpairedShare) {
+        return FormatText("%zu of the %zu images of camera %u were taken between two of camera %u",
+                          camera.unpaired, camera.images, camera.serialNumber, firstSerialNumber);
     }
     if (std::abs(camera.worstCycles) > static_cast<long long>(kSyncLimitCycles)) {
         const long long worst =
@@ -269,6 +295,13 @@ Error AnalyzeSync(const std::vector<unsigned int>& serialNumbers, const std::vec
     report.sets = MatchSets(timelines, report.periodTicks > 0 ? report.periodTicks : kPeriodOfNone);
     for (std::size_t i = 0; i < report.sets.size(); ++i) {
         CompareSet(i, &report);  // before the axis is moved: the limit is for the bus clock's own cycles
+        for (SyncMember& member : report.sets[i].members) {
+            member.frameId = IsPresent(member) ? records[member.record].frameId : 0;
+        }
+    }
+    std::vector<std::size_t> unpaired;
+    for (std::size_t i = 0; i < timelines.size(); ++i) {
+        unpaired.push_back(CountUnpaired(report, timelines.front(), i));
     }
     MoveToZero(&report);
     for (std::size_t i = 0; i < timelines.size(); ++i) {
@@ -278,6 +311,7 @@ Error AnalyzeSync(const std::vector<unsigned int>& serialNumbers, const std::vec
         camera.lost = timelines[i].lost;
         camera.outOfOrder = timelines[i].outOfOrder;
         camera.duplicated = timelines[i].duplicated;
+        camera.unpaired = unpaired[i];
         report.cameras.push_back(camera);
         Measure(&report, i);
     }

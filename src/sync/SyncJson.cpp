@@ -32,6 +32,7 @@ Json Describe(const SyncCamera& camera) {
             {"outOfOrder", camera.outOfOrder},
             {"duplicated", camera.duplicated},
             {"missingSets", camera.missingSets},
+            {"unpaired", camera.unpaired},
             {"minUs", ifCompared(Microseconds(camera.minTicks))},
             {"meanUs", ifCompared(Microseconds(camera.meanTicks))},
             {"maxUs", ifCompared(Microseconds(camera.maxTicks))},
@@ -53,13 +54,18 @@ Json DescribeWorstPair(const SyncReport& report) {
 
 /// Null for a camera that has no image in the set, or nothing to be compared with.
 Json Describe(const SyncSet& set) {
+    Json frames = Json::array();
     Json microseconds = Json::array();
     Json cycles = Json::array();
     for (const SyncMember& member : set.members) {
+        frames.push_back(member.record != SyncMember::kNone ? Json(member.frameId) : Json());
         microseconds.push_back(member.hasOffset ? Json(Microseconds(member.offsetTicks)) : Json());
         cycles.push_back(member.hasOffset ? Json(member.offsetCycles) : Json());
     }
-    return {{"seconds", Seconds(set.ticks)}, {"offsetsUs", microseconds}, {"offsetsCycles", cycles}};
+    return {{"seconds", Seconds(set.ticks)},
+            {"frames", frames},
+            {"offsetsUs", microseconds},
+            {"offsetsCycles", cycles}};
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ struct SyncTimeline {
     std::size_t outOfOrder = 0;
     std::size_t duplicated = 0;
     unsigned long long lost = 0;
-    long long periodTicks = 0;  ///< median distance of two images; 0 when there are none
+    long long periodTicks = 0;  ///< median time from one frame number to the next; 0 when there is none
 };
 
 /// The stamp in ticks of the bus clock, which begins anew after 128 seconds.

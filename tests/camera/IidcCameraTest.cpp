@@ -128,6 +128,10 @@ TEST_F(IidcCameraTest, StreamsAsConfigured) {
     EXPECT_EQ(m_pCamera->SetConfiguration(&config), ERR_OK);
     ASSERT_EQ(m_pCamera->StartCapture(nullptr, nullptr), ERR_OK);
     EXPECT_EQ(m_pCamera->StartCapture(nullptr, nullptr), ERR_ISOCH_ALREADY_STARTED);
+    EXPECT_EQ(m_pCamera->SetConfiguration(&config), ERR_OK) << "what the stream has already";
+    ZevrinConfig other = config;
+    other.grabMode = GRAB_NEWEST;
+    EXPECT_EQ(m_pCamera->SetConfiguration(&other), ERR_ISOCH_ALREADY_STARTED);
     for (int frame = 0; frame < 3; ++frame) {
         m_pHardware->SendFrame();
     }

@@ -156,6 +156,27 @@ TEST_F(SyncCaptureTest, TakesItsStepsInOrder) {
     EXPECT_TRUE(std::all_of(held + 11, std::end(held), [](unsigned int word) { return word == 0; }));
 }
 
+TEST_F(SyncCaptureTest, TouchesAsManyCamerasAsItIsToldAndComparesOneWithNone) {
+    void (*const callbacks[])(Image*, const void*) = {&OnImage};
+    const void* data[] = {&m_script};
+    const struct {
+        void (*const* callbacks)(Image*, const void*);
+        const void** data;
+    } rows[] = {{callbacks, data}, {nullptr, data}, {callbacks, nullptr}};
+    for (const auto& row : rows) {
+        MakeCameras(2);
+        Stamp(0, 5, 100);
+        EXPECT_EQ(CameraInternal::StartSyncCapture(1, m_cameras, row.callbacks, row.data), ERR_OK);
+        EXPECT_EQ(m_retrievals, (std::vector<int>{11, 0}));
+        EXPECT_TRUE(Calls("^1 ").empty()) << "a vector may be longer";
+        EXPECT_EQ(m_script.calls.back(),
+                  Script::CallText("0 Iso::SetCallback", row.callbacks != nullptr ? callbacks[0] : nullptr,
+                                   row.data != nullptr ? data[0] : nullptr));
+    }
+    m_cameras[0].reset();
+    EXPECT_DEATH(static_cast<void>(Start()), "px != 0");
+}
+
 struct Refusal {
     const char* failing;  ///< a call of the script that fails
     ErrorType type;
@@ -198,7 +219,13 @@ TEST_F(SyncCaptureTest, FailsAsEachStepSays) {
         const Error error = Start();
         EXPECT_EQ(error, refusal.type);
         EXPECT_EQ(error.GetDescription(), std::string(refusal.text));
-        EXPECT_EQ(error.GetCause() != ERR_OK, refusal.hasCause);
+        EXPECT_STREQ(error.GetSourceFile(), "CameraInternal.cpp");
+        Error cause = error.GetCause();
+        EXPECT_EQ(cause != ERR_OK, refusal.hasCause);
+        while (cause.GetCause() != ERR_OK) {
+            cause = cause.GetCause();
+        }
+        EXPECT_EQ(cause, refusal.hasCause ? ERR_TRIGGER_FAILED : ERR_OK) << "what the component said";
         EXPECT_EQ(Calls("StopCapture"), refusal.stops);
         EXPECT_EQ(Singleton<BusMaster>::m_iRefCount, holds);
         EXPECT_TRUE(Calls("SetCallback").empty());
@@ -226,9 +253,11 @@ TEST_F(SyncCaptureTest, ReportsAMissingBusManager) {
 }
 
 TEST_F(SyncCaptureTest, RefusesNumbersBeforeAnythingIsTouched) {
-    EXPECT_EQ(CameraInternal::StartSyncCapture(4, m_cameras, nullptr, nullptr), ERR_INVALID_PARAMETER);
+    EXPECT_TRUE(Says(CameraInternal::StartSyncCapture(4, m_cameras, nullptr, nullptr), ERR_INVALID_PARAMETER,
+                     "4 cameras are to be started in step, but only 3 are given."));
     MakeCameras(65);
-    EXPECT_EQ(Start(), ERR_INVALID_PARAMETER);
+    EXPECT_TRUE(
+        Says(Start(), ERR_INVALID_PARAMETER, "65 cameras are to be started in step, but at most 64 can."));
     EXPECT_TRUE(m_script.calls.empty());
 }
 

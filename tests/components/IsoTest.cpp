@@ -60,8 +60,8 @@ class IsoTest : public testing::Test {
 
 TEST_F(IsoTest, GivesTheBufferItselfAndTakesItBackThreeWays) {
     m_config.numBuffers = 3;
-    unsigned char memory[3 * 8] = {};
-    EXPECT_EQ(m_pIso->SetUserBuffers(memory, 8, 3), ERR_OK);
+    unsigned char memory[5 * 8] = {};  // two more than the stream is to have
+    EXPECT_EQ(m_pIso->SetUserBuffers(memory, 8, 5), ERR_OK);
     ASSERT_EQ(Start(), ERR_OK);
     EXPECT_EQ(m_pIso->SetUserBuffers(nullptr, 0, 0), ERR_ISOCH_ALREADY_STARTED);
     for (unsigned int value = 1; value <= 3; ++value) {
@@ -260,11 +260,23 @@ TEST_F(IsoCallbackTest, CanBeInstalledReplacedAndTakenAway) {
     m_pHardware->SendFrame();
     Image image;
     EXPECT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK) << "images are retrieved again";
-    EXPECT_EQ(m_pIso->SetCallback(&Count, &m_shared), ERR_OK);
+    EXPECT_EQ(m_pIso->SetCallback(&CountOther, &m_shared), ERR_OK);
     m_pHardware->SendFrame();
-    EXPECT_TRUE(m_shared.called.WaitFor(2));
+    EXPECT_TRUE(m_shared.other.WaitFor(2));
     EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
-    EXPECT_EQ(m_shared.other.Get(), 1);
+    ASSERT_EQ(Start(), ERR_OK);
+    m_pHardware->SendFrame();
+    EXPECT_TRUE(m_shared.called.WaitFor(2)) << "what was installed before a start stays";
+    EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    EXPECT_EQ(m_pIso->SetCallback(nullptr, nullptr), ERR_OK);
+    for (const bool isFirst : {true, false}) {
+        ASSERT_EQ(Start(), ERR_OK);
+        m_pHardware->SendFrame();
+        EXPECT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK) << "what a running stream got ends with it";
+        EXPECT_EQ(isFirst ? m_pIso->SetCallback(&Count, &m_shared) : Error(), ERR_OK);
+        EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+    }
+    EXPECT_EQ(m_shared.other.Get(), 2);
 }
 
 TEST_F(IsoCallbackTest, StopsAndRestartsItsOwnStream) {

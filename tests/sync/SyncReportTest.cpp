@@ -139,6 +139,71 @@ const Case kCases[] = {
      3000,
      1000,
      true},
+    // Longer than the clock runs before it begins anew: the numbers tell how often.
+    {"GapOfTwoHundredSeconds",
+     MakeRun(5000, 0, kCycle),
+     [](Records* p) {
+         for (unsigned long long id = 500; id < 4500; ++id)
+             Remove(p, 2, id);
+     },
+     1,
+     {4000, 0, 0, 4000},
+     1,
+     0,
+     5000,
+     1000,
+     true},
+    // Ahead by so much that the way back would look like the way on.
+    {"OddStamp",
+     MakeRun(60, kSecond, kCycle),
+     [](Records* p) { (*p)[91] = At(2, 130, 101 * kSecond); },
+     1,
+     {1941, 0, 0, 1},
+     1,
+     0,
+     61,
+     59,
+     true},
+    {"OddStampWithoutNumbers",
+     MakeRun(60, kSecond, kCycle),
+     [](Records* p) {
+         (*p)[91] = At(2, 0, 101 * kSecond);
+         for (SyncRecord& record : *p)
+             record.frameId = 0;
+     },
+     1,
+     {1941, 0, 0, 1},
+     1,
+     0,
+     61,
+     59,
+     true},
+    {"EveryEighthBetweenTwo",
+     MakeRun(40, 0, kCycle),
+     [](Records* p) {
+         for (std::size_t i = 1; i < 40; i += 8)
+             (*p)[3 * i + 1] = At(2, 100 + i, static_cast<long long>(i) * kPeriod + kPeriod / 2);
+     },
+     1,
+     {0, 0, 0, 5},
+     1,
+     0,
+     45,
+     35,
+     false},
+    {"EverySecondLostByTheFirst",
+     MakeRun(40, 0, kCycle),
+     [](Records* p) {
+         for (unsigned long long id = 101; id < 140; id += 2)
+             Remove(p, 1, id);
+     },
+     0,
+     {19, 0, 0, 20},
+     0,
+     0,
+     40,
+     20,
+     true},
     {"OutOfOrder",
      MakeRun(40, 127 * kSecond, kCycle),
      [](Records* p) { std::swap((*p)[60], (*p)[66]); },
@@ -295,6 +360,7 @@ TEST(SyncReportFiles, HoldALongRunAndEscapeTheTitle) {
     EXPECT_EQ(1, document.at("cameras").at(2).at("lost"));
     ASSERT_EQ(100000U, document.at("sets").size());
     EXPECT_TRUE(document.at("sets").at(4900).at("offsetsUs").at(2).is_null());
+    EXPECT_EQ(nlohmann::json::parse("[5000, 5000, null]"), document.at("sets").at(4900).at("frames"));
     EXPECT_DOUBLE_EQ(125, document.at("sets").at(99999).at("offsetsUs").at(1));
     const std::string page = FormatSyncReportAsHtml(report, "<script>'\"&\n");
     EXPECT_NE(std::string::npos, page.find("<h1>&lt;script&gt;&#39;&quot;&amp;?</h1>"));

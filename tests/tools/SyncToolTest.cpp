@@ -41,7 +41,8 @@ class SyncTool : public testing::Test {
 };
 
 TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
-    Write("lossy.json", R"({"cameras": [{"frameRate": 60}, {"frameRate": 60, "bayer": "RGGB",)"
+    Write("lossy.json", R"({"cameras": [{"frameRate": 60, "faults": {"duplicate": {"share": 0.3}}},)"
+                        R"( {"frameRate": 60, "bayer": "RGGB",)"
                         R"( "faults": {"drop": {"share": 0.2}}}]})");
     const SpawnResult run = Zevrin::SpawnShell(
         "'" + kZevrin +
@@ -66,9 +67,15 @@ TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
     EXPECT_EQ(Json::parse(stream), again);
 
     std::string image;
+    unsigned int images = 0;
     for (const auto& entry : fs::directory_iterator(m_folder.Path("run"))) {
         image = entry.path().extension() == ".png" ? entry.path() : fs::path(image);
+        images += entry.path().extension() == ".png" ? 1 : 0;
     }
+    const Json& whole = report.at("cameras").at(0);
+    EXPECT_LE(1, whole.at("duplicated").get<int>());
+    EXPECT_EQ(images, whole.at("images").get<unsigned int>() + lossy.at("images").get<unsigned int>())
+        << "one that came twice has two names";
     fs::resize_file(image, 100);
     EXPECT_EQ(1, Verify().exitCode);
     EXPECT_NE(std::string::npos,
@@ -105,6 +112,10 @@ std::string Head(unsigned int images) {
 TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
     const std::string good =
         Line(1, 1, 127, 7998) + Line(1, 2, 0, 500) + Line(2, 1, 0, 3) + Line(2, 2, 0, 500);
+    std::string bad;
+    for (int line = 0; line < 150; ++line) {
+        bad += "{}\n";
+    }
     const auto withFile = [](const std::string& file) {
         return Head(5) + Line(1, 1, 0, 0) + Line(1, 2, 0, 500) + Line(2, 1, 0, 0) + Line(2, 2, 0, 500) +
                R"({"serial": 2, "frame": 3, "stamp": [0, 1000, 0], "bytes": 3, "file": )" + file + "}\n";
@@ -133,6 +144,8 @@ TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
           "line 9: \"serial\" is -1"}},
         {Head(5) + good, 1, {"says that it has 5 images and has 4"}},
         {Head(0), 1, {"no image to be judged"}},
+        {Head(2) + Line(1, 1, 0, 0) + Line(2, 1, 0, 0), 1, {"all time stamps are 0"}},
+        {Head(154) + good + bad, 1, {"line 105: \"serial\" is missing", "and 50 more", "150 problems"}},
         {"", 1, {"the file is empty"}},
         {"{\"format\": \"other\", \"version\": 1}\n", 1, {"line 1: it is no index"}},
         {R"({"format": "zevrin-sync-index", "version": 1, "cameras": [1, 1], "images": 0})",
@@ -150,6 +163,10 @@ TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
             EXPECT_NE(std::string::npos, result.messages.find(part)) << part << " in:\n" << result.messages;
         }
     }
+    EXPECT_EQ(2, Zevrin::Spawn({kZevrin, "sync", "-n", "5", "verify", "run"}, m_options).exitCode);
+    fs::remove(m_folder.Path("run/index.jsonl"));
+    fs::create_directory(m_folder.Path("run/index.jsonl"));
+    EXPECT_NE(std::string::npos, Verify().messages.find("is no regular file"));
 }
 
 }  // namespace

@@ -70,7 +70,8 @@ class ToolAnswers : public testing::TestWithParam<Case> {
                  std::make_pair("gige.json", R"({"cameras": [{"interface": "gige"}]})"),
                  std::make_pair("few.txt", "1, 2 # three\n0x3"),
                  std::make_pair("apart.json",
-                                R"({"cameras": [{}, {"faults": {"registers": {"writeLatencyUs": 2000}}}]})"),
+                                R"({"cameras": [{}, {"faults": {"registers": {"writeLatencyUs": 2000}}},)"
+                                R"( {"interface": "u3v"}]})"),
                  std::make_pair("file", "not a folder"),
              }) {
             std::ofstream(m_folder.Path(file.first)) << file.second;
@@ -194,7 +195,8 @@ const Case kCases[] = {
      "--simulate apart.json sync --retries 1",
      1,
      {},
-     {"start 1 of at most 2 failed: Failed to synchronize cameras. Starting again.", "start 2 of at most 2"}},
+     {"camera 1003 (USB3 Vision) is left out",
+      "start 1 of at most 2 failed: Failed to synchronize cameras. Starting again.", "start 2 of at most 2"}},
     {"VerifyNothing", "sync verify none", 1, {}, {"no file \"none/index.jsonl\""}},
     {"VerifyWithoutFolder", "sync verify", 2, {}, {"DIR", "`zevrin sync verify --help`"}},
     // Settings: what works, what cannot be, and what this camera lacks.

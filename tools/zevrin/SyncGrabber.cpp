@@ -1,6 +1,5 @@
 #include "SyncGrabber.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -64,6 +63,13 @@ void SyncGrabber::Grab() {
 unsigned long long SyncGrabber::Take(const Zevrin::Image& image) {
     const Zevrin::TimeStamp stamp = image.GetTimeStamp();
     const Zevrin::PixelView view = Zevrin::ViewOf(image);
+    const unsigned long long first =
+        m_entries.empty() ? image.GetFrameId() : m_entries.front().record.frameId;
+    const bool isNumbered = image.GetFrameId() > first;
+    const unsigned long long number = isNumbered ? image.GetFrameId() - first : m_entries.size();
+    if (number >= m_plan.count) {
+        return number + 1;  // the frames before it were lost
+    }
     SyncEntry entry;
     entry.record = {m_serialNumber, image.GetFrameId(), stamp.cycleSeconds, stamp.cycleCount,
                     stamp.cycleOffset};
@@ -72,9 +78,6 @@ unsigned long long SyncGrabber::Take(const Zevrin::Image& image) {
     entry.stride = view.stride;
     entry.pixelFormat = Zevrin::GetPixelFormatName(view.pixelFormat);
     m_entries.push_back(entry);
-    const unsigned long long first = m_entries.front().record.frameId;
-    const bool isNumbered = entry.record.frameId > first;
-    const unsigned long long number = isNumbered ? entry.record.frameId - first : m_entries.size() - 1;
     HandOver(view, &m_entries.back(), m_pSheet != nullptr && ContactSheet::Wants(number, m_plan.count));
     m_frames = static_cast<unsigned int>(m_entries.size());
     return number + 1;
@@ -88,22 +91,33 @@ void SyncGrabber::HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, boo
     const auto pBytes = std::make_shared<std::vector<unsigned char>>(view.data, view.data + view.size);
     Zevrin::PixelView copy = view;
     copy.data = pBytes->data();
-    const bool isTaken = m_pPool->Offer(view.size, [this, pBytes, copy, pEntry, isOnSheet] {
-        if (isOnSheet) {
-            m_pSheet->Add(m_serialNumber, pEntry->record.frameId,
-                          MakeThumbnail(copy, m_pSheet->GetThumbnailWidth()));
-        }
-        if (!m_plan.folder.empty()) {
-            Write(copy, pEntry);
+    const std::string name = NameImage(pEntry->record.frameId);
+    const bool isTaken = m_pPool->Offer(view.size, [this, pBytes, copy, pEntry, isOnSheet, name] {
+        const WorkEnd end = RunToItsEnd([&] {
+            if (isOnSheet) {
+                m_pSheet->Add(m_serialNumber, pEntry->record.frameId,
+                              MakeThumbnail(copy, m_pSheet->GetThumbnailWidth()));
+            }
+            if (!m_plan.folder.empty()) {
+                Write(copy, name, pEntry);
+            }
+        });
+        if (end.exitCode != kExitGood) {
+            NoteWriteFailure(end.failure);
         }
     });
-    m_refused += isTaken ? 0 : 1;
+    m_refused += isTaken || m_plan.folder.empty() ? 0 : 1;
 }
 
-void SyncGrabber::Write(const Zevrin::PixelView& view, SyncEntry* pEntry) {
-    char name[64];
-    std::snprintf(name, sizeof name, "%u-%06llu%s", m_serialNumber, pEntry->record.frameId,
-                  m_plan.suffix.c_str());
+/// A number that comes again, after a restart of the camera or since a frame arrived twice, gets a name of
+/// its own.
+std::string SyncGrabber::NameImage(unsigned long long frameId) {
+    const unsigned int count = ++m_timesNamed[frameId];
+    const std::string copy = count > 1 ? "-" + std::to_string(count) : "";
+    return PictureName(m_serialNumber, frameId, copy + m_plan.suffix);
+}
+
+void SyncGrabber::Write(const Zevrin::PixelView& view, const std::string& name, SyncEntry* pEntry) {
     const std::string path = m_plan.folder + "/" + name;
     const Zevrin::Error error = m_plan.suffix == ".raw" ? Zevrin::SaveBytes(view.data, view.size, path)
                                                         : Zevrin::SavePixels(view, path);
@@ -114,9 +128,13 @@ void SyncGrabber::Write(const Zevrin::PixelView& view, SyncEntry* pEntry) {
         pEntry->bytes = bytes;
         return;
     }
+    NoteWriteFailure(error != Zevrin::ERR_OK ? error.GetDescription() : problem.message());
+}
+
+void SyncGrabber::NoteWriteFailure(const std::string& failure) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_writeFailure.empty()) {
-        m_writeFailure = error != Zevrin::ERR_OK ? error.GetDescription() : problem.message();
+        m_writeFailure = failure;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <unordered_map>
 
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
@@ -48,7 +49,7 @@ class SyncGrabber {
 
     /// The images in the order of their arrival; to be read when the pool has finished.
     const std::deque<SyncEntry>& GetEntries() const { return m_entries; }
-    /// Images that the pool had no room for.
+    /// Images that were to be written and that the pool had no room for.
     unsigned int CountRefused() const { return m_refused; }
     /// Why a file could not be written, the first time; empty when all could.
     std::string GetWriteFailure() const;
@@ -57,7 +58,9 @@ class SyncGrabber {
     void Grab();
     unsigned long long Take(const Zevrin::Image& image);
     void HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, bool isOnSheet);
-    void Write(const Zevrin::PixelView& view, SyncEntry* pEntry);
+    std::string NameImage(unsigned long long frameId);
+    void Write(const Zevrin::PixelView& view, const std::string& name, SyncEntry* pEntry);
+    void NoteWriteFailure(const std::string& failure);
 
     const unsigned int m_serialNumber;
     const boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;
@@ -67,6 +70,7 @@ class SyncGrabber {
 
     // The grab thread's until it is done; each entry's file is its writer's.
     std::deque<SyncEntry> m_entries;
+    std::unordered_map<unsigned long long, unsigned int> m_timesNamed;  // by the frame's number
     unsigned int m_refused = 0;
     WorkEnd m_end;
 

@@ -20,6 +20,8 @@ constexpr unsigned int kVersion = 1;
 constexpr std::size_t kMaxLine = 4096;
 constexpr std::size_t kMaxCameras = 64;
 constexpr unsigned long long kMaxImages = 10000000;
+constexpr unsigned long long kMaxMembers = 64ULL * 64 * 100000;  // of all sets: what `sync` itself can grab
+constexpr std::size_t kMaxProblems = 100;
 constexpr std::size_t kMaxFileName = 255;
 constexpr unsigned long long kAnySerialNumber = std::numeric_limits<unsigned int>::max();
 constexpr unsigned long long kAny = std::numeric_limits<unsigned long long>::max();
@@ -123,7 +125,8 @@ Head ToHead(const Json& document) {
     if (std::set<unsigned int>(head.cameras.begin(), head.cameras.end()).size() != head.cameras.size()) {
         throw BadLine("\"cameras\" is " + Quote(cameras) + "; each camera must be there once");
     }
-    head.images = ToNumber(Find(document, "images"), "images", kMaxImages);
+    head.images =
+        ToNumber(Find(document, "images"), "images", std::min(kMaxImages, kMaxMembers / head.cameras.size()));
     return head;
 }
 
@@ -133,6 +136,10 @@ class Lines {
     explicit Lines(const std::string& path) : m_stream(path, std::ios::binary), m_line(kMaxLine + 1) {
         if (!m_stream) {
             throw ToolFailure(kExitFailed, "there is no file \"" + Printable(path) + "\" that can be read");
+        }
+        std::error_code ignored;
+        if (!std::filesystem::is_regular_file(path, ignored)) {
+            throw ToolFailure(kExitFailed, "\"" + Printable(path) + "\" is no regular file");
         }
     }
 
@@ -183,7 +190,7 @@ void ReadEntry(const Lines& lines, SyncIndexReading* pReading) {
         }
         index.entries.push_back(std::move(entry));
     } catch (const BadLine& problem) {
-        pReading->problems.push_back(lines.Describe(problem));
+        pReading->problems.Add(lines.Describe(problem));
     }
 }
 
@@ -215,37 +222,65 @@ SyncIndexReading ReadSyncIndex(const std::string& path) {
     }
     reading.index.cameras = head.cameras;
     unsigned long long count = 0;
-    for (; count <= kMaxImages && lines.Next(); ++count) {
+    const unsigned long long max = std::min(kMaxImages, kMaxMembers / head.cameras.size());
+    for (; count <= max && lines.Next(); ++count) {
         ReadEntry(lines, &reading);
     }
     if (count != head.images) {
-        reading.problems.push_back(std::string(kSyncIndexName) + " says that it has " +
-                                   std::to_string(head.images) + " images and has " +
-                                   (count > kMaxImages ? "more than it may" : std::to_string(count)));
+        reading.problems.Add(std::string(kSyncIndexName) + " says that it has " +
+                             std::to_string(head.images) + " images and has " +
+                             (count > max ? "more than it may" : std::to_string(count)));
     }
     return reading;
 }
 
-std::vector<std::string> FindMissingFiles(const SyncIndex& index, const std::string& folder) {
+void SyncProblems::Add(const std::string& problem) {
+    if (m_count++ < kMaxProblems) {
+        m_lines.push_back(problem);
+    }
+}
+
+void SyncProblems::Complain() const {
+    for (const std::string& line : m_lines) {
+        ZevrinTool::Complain(line);
+    }
+    if (m_count > m_lines.size()) {
+        ZevrinTool::Complain("and " + std::to_string(m_count - m_lines.size()) + " more");
+    }
+}
+
+void SetBadStampsAside(SyncIndex* pIndex, SyncProblems* pProblems) {
+    auto& entries = pIndex->entries;
+    const auto isBad = [&](const SyncEntry& entry) {
+        const Zevrin::Error error = Zevrin::CheckSyncStamp(entry.record, "an image");
+        if (error != Zevrin::ERR_OK) {
+            pProblems->Add(error.GetDescription());
+        }
+        return error != Zevrin::ERR_OK;
+    };
+    entries.erase(std::remove_if(entries.begin(), entries.end(), isBad), entries.end());
+}
+
+void FindMissingFiles(const SyncIndex& index, const std::string& folder, SyncProblems* pProblems) {
     namespace fs = std::filesystem;
-    std::vector<std::string> problems;
     for (const SyncEntry& entry : index.entries) {
         if (entry.file.empty()) {
             continue;
         }
         const fs::path path = fs::path(folder) / entry.file;
-        std::error_code ignored;
-        if (!fs::is_regular_file(fs::symlink_status(path, ignored))) {
-            problems.push_back("the image " + entry.file + " is not there");
+        std::error_code problem;
+        if (!fs::is_regular_file(fs::symlink_status(path, problem))) {
+            pProblems->Add("the image " + entry.file + " is not there");
             continue;
         }
-        const auto size = fs::file_size(path, ignored);
-        if (size != entry.bytes) {
-            problems.push_back("the image " + entry.file + " has " + std::to_string(size) +
-                               " bytes; it had " + std::to_string(entry.bytes));
+        const auto size = fs::file_size(path, problem);
+        if (problem) {
+            pProblems->Add("the size of the image " + entry.file + " cannot be told: " + problem.message());
+        } else if (size != entry.bytes) {
+            pProblems->Add("the image " + entry.file + " has " + std::to_string(size) + " bytes; it had " +
+                           std::to_string(entry.bytes));
         }
     }
-    return problems;
 }
 
 }  // namespace ZevrinTool

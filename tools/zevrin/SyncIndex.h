@@ -25,6 +25,21 @@ struct SyncIndex {
     std::vector<SyncEntry> entries;
 };
 
+/// Sentences about what is wrong. The first hundred are kept, the others counted.
+class SyncProblems {
+  public:
+    void Add(const std::string& problem);
+    std::size_t Count() const { return m_count; }
+    const std::vector<std::string>& GetLines() const { return m_lines; }
+
+    /// Tells them on standard error.
+    void Complain() const;
+
+  private:
+    std::vector<std::string> m_lines;
+    std::size_t m_count = 0;
+};
+
 constexpr char kSyncIndexName[] = "index.jsonl";
 
 std::string FormatSyncIndex(const SyncIndex& index);
@@ -32,13 +47,16 @@ std::string FormatSyncIndex(const SyncIndex& index);
 /// What is good of an index that may come from anywhere, and a sentence for every line that is not.
 struct SyncIndexReading {
     SyncIndex index;
-    std::vector<std::string> problems;
+    SyncProblems problems;
 };
 
-/// Throws `ToolFailure` when there is no such file or its first line is not that of an index.
+/// Throws `ToolFailure` when there is no such regular file or its first line is not that of an index.
 SyncIndexReading ReadSyncIndex(const std::string& path);
 
+/// Takes out the images whose time stamps are out of range, with a sentence for each.
+void SetBadStampsAside(SyncIndex* pIndex, SyncProblems* pProblems);
+
 /// A sentence for every image that is not in `folder` as the index says.
-std::vector<std::string> FindMissingFiles(const SyncIndex& index, const std::string& folder);
+void FindMissingFiles(const SyncIndex& index, const std::string& folder, SyncProblems* pProblems);
 
 }  // namespace ZevrinTool

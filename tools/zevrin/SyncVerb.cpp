@@ -1,7 +1,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
+#include <zevrin/InterfaceType.h>
 #include <zevrin/SaveBytes.h>
 
 #include "Choices.h"
@@ -9,6 +12,7 @@
 #include "Folder.h"
 #include "Interruption.h"
 #include "Numbers.h"
+#include "Output.h"
 #include "Progress.h"
 #include "Session.h"
 #include "SyncGrabber.h"
@@ -40,15 +44,32 @@ struct SyncOptions {
 
 using Cameras = std::vector<boost::shared_ptr<Zevrin::IidcCamera>>;
 
-/// All that share a bus clock; GigE Vision cameras alone are left to the library to refuse.
+bool HasBusClock(const Zevrin::CameraListing& camera) {
+    return camera.interfaceType != Zevrin::INTERFACE_GIGE && camera.interfaceType != Zevrin::INTERFACE_U3V;
+}
+
+/// All of one interface that has a bus clock, with a word on those left out. When none has, GigE Vision
+/// cameras are left to the library to refuse.
 std::vector<unsigned int> ChooseAllOnBuses(Session& session) {
+    const std::vector<Zevrin::CameraListing> cameras = session.List();
+    const auto first = std::find_if(cameras.begin(), cameras.end(), HasBusClock);
+    if (first == cameras.end()) {
+        if (!cameras.empty()) {
+            Complain("no camera shares a bus clock with another: their stamps prove nothing");
+        }
+        return session.ChooseAll();
+    }
     std::vector<unsigned int> chosen;
-    for (const Zevrin::CameraListing& camera : session.List()) {
-        if (camera.interfaceType != Zevrin::INTERFACE_GIGE) {
+    for (const Zevrin::CameraListing& camera : cameras) {
+        if (camera.interfaceType == first->interfaceType) {
             chosen.push_back(camera.serialNumber);
+        } else {
+            Complain(NameOf(camera.serialNumber) + " (" + Zevrin::GetInterfaceTypeName(camera.interfaceType) +
+                     ") is left out: it shares no bus clock with " + NameOf(first->serialNumber) + " (" +
+                     Zevrin::GetInterfaceTypeName(first->interfaceType) + ")");
         }
     }
-    return chosen.empty() ? session.ChooseAll() : chosen;
+    return chosen;
 }
 
 void StopAll(const Cameras& cameras) {
@@ -116,7 +137,7 @@ class SyncRun {
         }
     }
 
-    const SyncIndex& GetIndex() const { return m_index; }
+    SyncIndex& GetIndex() { return m_index; }
 
     unsigned int CountRefused() const {
         unsigned int refused = 0;
@@ -177,8 +198,37 @@ class SyncRun {
     WriterPool m_pool;  // ends before what its work is for
 };
 
+constexpr char kReportJson[] = "/report.json";
+constexpr char kReportPage[] = "/report.html";
+
 void Save(const std::string& text, const std::string& path) {
     Check(Zevrin::SaveBytes(text.data(), text.size(), path));
+}
+
+/// What is written at the end must not fail there, nor be that of an earlier run when this one fails.
+void PrepareOutput(const SyncOptions& options) {
+    namespace fs = std::filesystem;
+    if (!options.folder.empty()) {
+        PrepareFolder(options.folder);
+        for (const std::string& name :
+             {std::string("/") + kSyncIndexName, std::string(kReportJson), std::string(kReportPage)}) {
+            std::error_code problem;
+            fs::remove(options.folder + name, problem);
+            if (problem) {
+                throw ToolFailure(kExitFailed,
+                                  "\"" + Printable(options.folder + name) +
+                                      "\" of an earlier run cannot be removed: " + problem.message());
+            }
+        }
+    }
+    if (!options.contactSheet.empty()) {
+        const fs::path folder = fs::path(options.contactSheet).parent_path();
+        PrepareFolder(folder.empty() ? "." : folder.string());
+        if (fs::is_directory(options.contactSheet)) {
+            throw ToolFailure(kExitFailed,
+                              "the contact sheet \"" + Printable(options.contactSheet) + "\" is a folder");
+        }
+    }
 }
 
 std::string MakeTitle(const std::vector<unsigned int>& serialNumbers) {
@@ -193,9 +243,6 @@ std::string MakeTitle(const std::vector<unsigned int>& serialNumbers) {
 }
 
 void Sync(const Tool& tool, SyncOptions options) {
-    if (!options.folder.empty()) {
-        PrepareFolder(options.folder);
-    }
     if (options.format != kNone) {
         options.plan.folder = options.folder;
         options.plan.suffix = options.format == kRaw ? ".raw" : ".png";
@@ -208,8 +255,9 @@ void Sync(const Tool& tool, SyncOptions options) {
         cameras.push_back(session.Connect(serialNumber));
     }
     CatchInterruptions();
+    PrepareOutput(options);
+    SyncRun run(options, serialNumbers);  // before cameras stream: it makes threads
     const unsigned int attempts = StartInStep(cameras, options.retries);
-    SyncRun run(options, serialNumbers);
     run.Grab(cameras);
     if (!options.folder.empty()) {
         Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kSyncIndexName);
@@ -217,23 +265,25 @@ void Sync(const Tool& tool, SyncOptions options) {
     if (run.GetIndex().entries.empty()) {
         run.ReportFailures();
     }
+    SyncProblems problems;
+    SetBadStampsAside(&run.GetIndex(), &problems);
+    problems.Complain();
     const Zevrin::SyncReport report = Analyze(run.GetIndex());
     if (!options.folder.empty()) {
-        Save(Zevrin::FormatSyncReportAsJson(report), options.folder + "/report.json");
-        Save(Zevrin::FormatSyncReportAsHtml(report, MakeTitle(serialNumbers)),
-             options.folder + "/report.html");
+        Save(Zevrin::FormatSyncReportAsJson(report), options.folder + kReportJson);
+        Save(Zevrin::FormatSyncReportAsHtml(report, MakeTitle(serialNumbers)), options.folder + kReportPage);
     }
+    ShowSyncReport(
+        tool, report,
+        {{"attempts", attempts}, {"notWritten", run.CountRefused()}, {"problems", problems.GetLines()}});
     run.SaveContactSheet(report);
-    ShowSyncReport(tool, report, {{"attempts", attempts}, {"notWritten", run.CountRefused()}});
     run.ReportFailures();
-    if (!report.isInStep) {
-        throw ToolFailure(kExitFailed, DescribeReasons(report));
-    }
+    Conclude(run.GetIndex(), report, problems);
 }
 
 constexpr char kFooter[] =
-    R"(Without serial numbers it takes all cameras that are there, save GigE Vision cameras, which share no bus clock. The
-first one is what the others are compared with. LATE are images that came after one that was taken later, TWICE those that
+    R"(Without serial numbers it takes all cameras of the first interface that has a bus clock, and says which it leaves
+out; GigE Vision and USB3 Vision cameras have none. They must be on one bus. The first one is what the others are compared with. LATE are images that came after one that was taken later, TWICE those that
 came again. The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html.
 
 Examples:
@@ -271,7 +321,13 @@ void AddSyncVerb(CLI::App& app, Tool& tool) {
         AddVerb(app, "sync", "Starts cameras in step, grabs, and proves that they are in step", kFooter);
     auto pOptions = std::make_shared<SyncOptions>();
     AddOptions(*pVerb, pOptions.get());
+    const std::vector<CLI::Option*> options = pVerb->get_options();
     CLI::App* const pVerify = AddSyncVerifyVerb(*pVerb, tool);
+    for (CLI::Option* const pOption : options) {
+        if (pOption != pVerb->get_help_ptr()) {
+            pVerify->excludes(pOption);
+        }
+    }
     pVerb->callback([&tool, pOptions, pVerify] {
         if (!pVerify->parsed()) {
             tool.run = [&tool, pOptions] { Sync(tool, *pOptions); };

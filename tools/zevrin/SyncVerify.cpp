@@ -1,5 +1,6 @@
 #include "SyncVerify.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "CommandLine.h"
@@ -12,25 +13,11 @@ namespace {
 
 void Verify(const Tool& tool, const std::string& folder) {
     SyncIndexReading reading = ReadSyncIndex(folder + "/" + kSyncIndexName);
-    std::vector<std::string>& problems = reading.problems;
-    const std::vector<std::string> missing = FindMissingFiles(reading.index, folder);
-    problems.insert(problems.end(), missing.begin(), missing.end());
-    for (const std::string& problem : problems) {
-        Complain(problem);
-    }
-    if (reading.index.entries.empty()) {
-        throw ToolFailure(kExitFailed, "the index holds no image to be judged by");
-    }
+    FindMissingFiles(reading.index, folder, &reading.problems);
+    reading.problems.Complain();
     const Zevrin::SyncReport report = Analyze(reading.index);
-    ShowSyncReport(tool, report, {{"problems", problems}});
-    if (!report.isInStep) {
-        throw ToolFailure(kExitFailed, DescribeReasons(report));
-    }
-    if (!problems.empty()) {
-        throw ToolFailure(kExitFailed,
-                          "the record of the run is not whole: " + std::to_string(problems.size()) +
-                              (problems.size() == 1 ? " problem" : " problems"));
-    }
+    ShowSyncReport(tool, report, {{"problems", reading.problems.GetLines()}});
+    Conclude(reading.index, report, reading.problems);
 }
 
 constexpr char kFooter[] =
@@ -54,9 +41,31 @@ std::vector<Zevrin::SyncRecord> RecordsOf(const SyncIndex& index) {
 }
 
 Zevrin::SyncReport Analyze(const SyncIndex& index) {
+    if (index.entries.empty()) {
+        throw ToolFailure(kExitFailed, "the index holds no image to be judged by");
+    }
     Zevrin::SyncReport report;
     Check(Zevrin::AnalyzeSync(index.cameras, RecordsOf(index), &report));
     return report;
+}
+
+void Conclude(const SyncIndex& index, const Zevrin::SyncReport& report, const SyncProblems& problems) {
+    if (!report.isInStep) {
+        throw ToolFailure(kExitFailed, DescribeReasons(report));
+    }
+    const bool isStamped =
+        std::any_of(index.entries.begin(), index.entries.end(), [](const SyncEntry& entry) {
+            return entry.record.cycleSeconds + entry.record.cycleCount + entry.record.cycleOffset > 0;
+        });
+    if (!isStamped && index.cameras.size() > 1) {
+        throw ToolFailure(kExitFailed,
+                          "all time stamps are 0, which proves nothing: the cameras do not stamp");
+    }
+    if (problems.Count() > 0) {
+        throw ToolFailure(kExitFailed,
+                          "the record of the run is not whole: " + std::to_string(problems.Count()) +
+                              (problems.Count() == 1 ? " problem" : " problems"));
+    }
 }
 
 CLI::App* AddSyncVerifyVerb(CLI::App& sync, Tool& tool) {

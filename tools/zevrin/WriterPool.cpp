@@ -6,8 +6,13 @@ namespace ZevrinTool {
 
 WriterPool::WriterPool(std::size_t maxBytes) : m_maxBytes(maxBytes) {
     const unsigned int count = std::max(std::thread::hardware_concurrency(), 2U);
-    for (unsigned int i = 0; i < count; ++i) {
-        m_threads.emplace_back([this] { Run(); });
+    try {
+        for (unsigned int i = 0; i < count; ++i) {
+            m_threads.emplace_back([this] { Run(); });
+        }
+    } catch (...) {
+        Finish();  // those that there are
+        throw;
     }
 }
 

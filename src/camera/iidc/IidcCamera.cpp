@@ -147,11 +147,15 @@ Error IidcCamera::GetConfiguration(ZevrinConfig* pConfig) {
     return Success();
 }
 
+/// A stream that another thread starts between the look and the change is not seen.
 Error IidcCamera::SetConfiguration(const ZevrinConfig* pConfig) {
     if (pConfig == nullptr) {
         return Failure(ERR_INVALID_PARAMETER, "The configuration needs a record to come from.");
     }
-    const Error error = Iso::CheckConfiguration(*pConfig);
+    Error error = Iso::CheckConfiguration(*pConfig);
+    if (error == ERR_OK) {
+        error = m_pIso->CheckAgainstStream(*pConfig);
+    }
     if (error != ERR_OK) {
         return Wrap(error);
     }

@@ -75,8 +75,9 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// ERR_OUT_OF_MEMORY, ERR_CAMERA_LOST, the transport's; nothing runs then that did not run before.
     Error StartCapture(ImageCallback callback, const void* pCallbackData) override;
 
-    /// How the next streams are set up. Not guarded.
-    /// Errors: ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE (nothing is changed).
+    /// How the next streams are set up. Not guarded. While a stream runs, the number of buffers and the grab
+    /// mode must be that stream's. Errors: ERR_INVALID_PARAMETER, ERR_VALUE_OUT_OF_RANGE,
+    /// ERR_ISOCH_ALREADY_STARTED (others than the running stream's); nothing is changed.
     Error GetConfiguration(ZevrinConfig* pConfig) override;
     /// Takes effect with the next stream. Errors: as above.
     Error SetConfiguration(const ZevrinConfig* pConfig) override;

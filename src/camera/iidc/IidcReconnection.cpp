@@ -57,6 +57,13 @@ Error IidcCamera::WaitForReconnection(unsigned int timeoutMs) {
 
 void IidcCamera::Suspend() {
     m_isStreamToResume = m_pIso->IsGrabStarted();
+    if (m_isStreamToResume) {
+        // The stream may have got another one while it ran, which ends with it.
+        const Iso::Receiver receiver = m_pIso->GetStreamReceiver();
+        boost::lock_guard<boost::mutex> lock(m_configMutex);
+        m_streamStart.callback = receiver.callback;
+        m_streamStart.pCallbackData = receiver.pData;
+    }
     m_pIso->StopForGood();
     CloseHardware();
 }

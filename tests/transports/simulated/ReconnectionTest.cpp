@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
+#include <chrono>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -42,6 +44,12 @@ class Reconnection : public testing::Test {
         m_pCamera = std::make_unique<TestCamera>();
     }
     ~Reconnection() override { m_pCamera.reset(); }
+
+    static void Mark(Image* pImage, const void* pData) {
+        if (pImage->GetGaps() == 1) {
+            *static_cast<std::atomic<bool>*>(const_cast<void*>(pData)) = true;
+        }
+    }
 
     void SetPolicy(unsigned int limitMs, ReconnectSettings settings = RECONNECT_RESTORE) {
         ReconnectPolicy policy;
@@ -102,6 +110,24 @@ class Reconnection : public testing::Test {
     boost::mutex m_mutex;  // guards the steps
     std::vector<ReconnectReport> m_steps;
 };
+
+TEST_F(Reconnection, ResumesTheStreamWithTheCallbackThatItGotWhileItRan) {
+    std::atomic<bool> isMarked{false};
+    SetPolicy(kPatienceMs);
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
+    ASSERT_TRUE(IsOk(m_pCamera->GetStream().SetCallback(&Mark, &isMarked)));
+    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+    ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
+    ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    m_pSimulation->AdvanceClock(kSecond / 3);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
+    while (!isMarked && std::chrono::steady_clock::now() < deadline) {
+        boost::this_thread::yield();
+    }
+    EXPECT_TRUE(isMarked);
+    ASSERT_TRUE(IsOk(m_pCamera->Disconnect()));
+}
 
 TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
     SetPolicy(kPatienceMs);
