@@ -16,6 +16,9 @@ class ControlProbe {
     /// @param address  of the device, as four numbers; a probe of an address that is none never has an answer
     explicit ControlProbe(const std::string& address);
 
+    /// False when the system refuses a socket, too.
+    bool IsOpen() const { return m_socket.IsOpen(); }
+
     /// Asks once.
     void Ask();
 

@@ -13,12 +13,12 @@ namespace Zevrin {
 /// notice a silent one.
 ///
 /// The device is asked every 150 ms and taken for lost when five questions in a row had no answer: within
-/// 0.9 s. Register traffic is left alone: the questions go over another socket. A device that has never
-/// answered here, which some do not while another controls them, is left to the heartbeat.
+/// 0.9 s. Register traffic is left alone: the questions go over another socket. Only for a device that has
+/// answered a `ControlProbe`.
 class ControlWatch {
   public:
     /// @param onSilent  called once, on the thread of the watch, which it may not end
-    /// Throws boost::thread_resource_error.
+    /// Throws boost::thread_resource_error, also when the system refuses a handle.
     ControlWatch(const std::string& address, std::function<void()> onSilent);
     ~ControlWatch();
     ControlWatch(const ControlWatch&) = delete;
