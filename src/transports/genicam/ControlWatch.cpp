@@ -18,9 +18,7 @@ constexpr unsigned int kMaxUnanswered = 5;
 }  // namespace
 
 ControlWatch::ControlWatch(const std::string& address, std::function<void()> onSilent)
-    : m_probe(address),
-      m_onSilent(std::move(onSilent)),
-      m_end(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : m_probe(address), m_onSilent(std::move(onSilent)), m_end(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!m_probe.IsOpen() || !m_end.IsOpen()) {  // it would never end, or take the device for silent
         throw boost::thread_resource_error();
     }
@@ -44,11 +42,12 @@ void ControlWatch::Run() {
         const auto next = Clock::now() + kInterval;
         m_probe.Ask();
         if (m_probe.WaitForAnswer(kInterval, m_end.Get())) {
+            m_isExpectedToAnswer = true;
             unanswered = 0;
             pollfd event{m_end.Get(), POLLIN, 0};
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now());
             poll(&event, 1, left.count() > 0 ? static_cast<int>(left.count()) : 0);
-        } else {
+        } else if (m_isExpectedToAnswer) {
             ++unanswered;
         }
     }

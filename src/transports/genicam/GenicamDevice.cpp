@@ -18,6 +18,7 @@
 #include "CallThread.h"
 #include "ControlProbe.h"
 #include "ControlWatch.h"
+#include "DescriptionUrl.h"
 #include "Failure.h"
 #include "FormatText.h"
 #include "GObjectHandle.h"
@@ -201,6 +202,10 @@ Error GenicamDevice::OpenDevice() {
             return Failure(ERR_CAMERA_LOST, "The camera at %s does not answer.",
                            Printable(m_listing.address).c_str());
         }
+        const Error error = CheckDescriptionUrls(probe);
+        if (error != ERR_OK) {
+            return error;
+        }
         m_pWatch = std::make_unique<ControlWatch>(m_listing.address, [pLoss = m_pLoss] { Notice(pLoss); });
         open = [own = probe.GetOwnAddress(), address = m_listing.address](GError** ppReport) {
             return OpenByAddress(own, address, ppReport);
@@ -230,6 +235,9 @@ Error GenicamDevice::OpenDevice() {
                        Printable(m_listing.address).c_str(), pAnswer->report.GetText().c_str());
     }
     m_pDevice = pAnswer->pDevice.release();
+    if (m_pWatch) {
+        m_pWatch->BeginControl();
+    }
     return pAnswer->error;
 }
 
@@ -324,9 +332,9 @@ Error GenicamDevice::RunCall(ErrorType otherwise, const std::string& what, Call 
         return MakeLostError();
     }
     const AravisError& report = pOutcome->report;
-    return !report.IsSet() ? Error()
-                           : Failure(report.GetType(otherwise), "%s failed: %s.", what.c_str(),
-                                     report.GetText().c_str());
+    return !report.IsSet()
+               ? Error()
+               : Failure(report.GetType(otherwise), "%s failed: %s.", what.c_str(), report.GetText().c_str());
 }
 
 /// Posted, so that accesses under way have ended; features are not made for threads.
