@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <boost/smart_ptr/shared_array.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
@@ -370,6 +371,7 @@ class ZEVRIN_API CameraInternal {
     /// @cond
   protected:
     bool m_bConnected = false;
+    std::atomic<bool> m_isStreamWanted{false};  // by the application, whatever became of the stream
     unsigned int m_serialNumber = 0;
     mutable boost::mutex m_generationMutex;  // guards m_generation
     unsigned int m_generation = 0xFFFFFFFFU;

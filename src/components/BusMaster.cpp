@@ -36,6 +36,15 @@ BusMaster::~BusMaster() {
     for (const auto& pTransport : m_transports) {
         pTransport->SetTopologyListener(nullptr);
     }
+    {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_isEnding = true;
+        m_deliveryWanted.notify_all();
+    }
+    if (m_deliverer.joinable()) {
+        const boost::this_thread::disable_interruption notInterrupted;
+        m_deliverer.join();
+    }
 }
 
 Error BusMaster::GetHwInterfaceFromSerialNumber(unsigned int serialNumber, HardwareInterface** ppHardware) {
@@ -174,7 +183,10 @@ void BusMaster::Remember(const Handle& pCamera, const Transport* pTransport, uns
             }
             return;
         }
-        m_formerHandles.push_back(pEntry->pHardware);
+        if (std::find(m_formerHandles.begin(), m_formerHandles.end(), pEntry->pHardware) ==
+            m_formerHandles.end()) {
+            m_formerHandles.push_back(pEntry->pHardware);
+        }
         pEntry->pHardware = pCamera;
         m_duplicates.erase(std::remove(m_duplicates.begin(), m_duplicates.end(), pCamera),
                            m_duplicates.end());
@@ -209,7 +221,7 @@ void BusMaster::OnCameraLost(const Handle& pCamera) {
             SetPresence(pEntry, false);
         }
     }
-    DeliverChanges();
+    DeliverChangesAside();
 }
 
 void BusMaster::OnBusReset(const std::vector<Handle>& cameras) {
@@ -261,6 +273,37 @@ void BusMaster::SetChangeListener(const void* pOwner, ChangeListener listener) {
     m_delivered.wait(lock, [&] {
         return m_pRunningListener != pOwner || m_deliveringThread == boost::this_thread::get_id();
     });
+}
+
+/// A transport reports all its losses on one thread, and wakes whoever waits for the camera thereafter: a
+/// listener that is slow, or waits for one of them, must hold up neither.
+void BusMaster::DeliverChangesAside() {
+    try {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        if (!m_deliverer.joinable()) {
+            m_deliverer = boost::thread([this] { RunDelivery(); });
+        }
+        m_isDeliveryWanted = true;
+        m_deliveryWanted.notify_all();
+        return;
+    } catch (const boost::thread_resource_error&) {
+        Log().warn("The system refuses a thread that tells of lost cameras.");
+    }
+    DeliverChanges();
+}
+
+void BusMaster::RunDelivery() {
+    for (;;) {
+        {
+            boost::unique_lock<boost::mutex> lock(m_mutex);
+            m_deliveryWanted.wait(lock, [this] { return m_isEnding || m_isDeliveryWanted; });
+            if (m_isEnding) {
+                return;
+            }
+            m_isDeliveryWanted = false;
+        }
+        DeliverChanges();
+    }
 }
 
 /// One thread tells all changes, also those that are added meanwhile, so that they stay in order.

@@ -61,7 +61,8 @@ class BusMaster : private TopologyListener {
 
     /// Told of each change, in order, with the camera's identity and whether it is there; null ends that, and
     /// then no call is under way when this returns (unless it is called from within one). Called from any
-    /// thread, one call at a time, with no lock held: it may use the bus manager.
+    /// thread, one call at a time, with no lock held: it may use the bus manager. Of a loss it is told on a
+    /// thread of the bus manager, so that nobody who is to learn of that waits for the listener.
     using ChangeListener = std::function<void(const CameraIdentity&, bool isPresent)>;
     void SetChangeListener(const void* pOwner, ChangeListener listener);
 
@@ -94,6 +95,8 @@ class BusMaster : private TopologyListener {
     Entry* FindEntry(unsigned int serialNumber);
     Entry* FindEntry(const HardwareInterface* pHardware);
     void DeliverChanges();
+    void DeliverChangesAside();
+    void RunDelivery();
 
     GenerationTable m_generations;
 
@@ -113,6 +116,10 @@ class BusMaster : private TopologyListener {
     const void* m_pRunningListener = nullptr;  // its owner
     boost::thread::id m_deliveringThread;
     boost::condition_variable m_delivered;
+    bool m_isDeliveryWanted = false;  // of m_deliverer
+    bool m_isEnding = false;
+    boost::condition_variable m_deliveryWanted;
+    boost::thread m_deliverer;  // from the first loss on
 };
 
 }  // namespace Zevrin

@@ -40,6 +40,11 @@ std::vector<std::string> EventDispatcher::RemoveAll() {
     return names;
 }
 
+bool EventDispatcher::IsCurrent() const {
+    boost::lock_guard<boost::mutex> lock(m_mutex);
+    return m_thread.get_id() == boost::this_thread::get_id();
+}
+
 std::vector<std::string> EventDispatcher::GetNames() const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     std::vector<std::string> names;

@@ -42,6 +42,9 @@ class EventDispatcher : public boost::enable_shared_from_this<EventDispatcher> {
     /// Waits for a running callback of one of these events, unless this is called from within a callback.
     void WaitForCallback(const std::vector<std::string>& names);
 
+    /// Whether the caller runs within a callback of this object.
+    bool IsCurrent() const;
+
     std::vector<std::string> GetNames() const;
     bool IsEmpty() const;
 

@@ -190,6 +190,10 @@ int EventList::DeregisterAllEvents() {
     return kSuccess;
 }
 
+bool EventList::IsWithinCallback() const {
+    return m_pDispatcher->IsCurrent();
+}
+
 unsigned long long EventList::GetNumOfEventsDropped() const {
     return m_pDispatcher->GetNumDropped();
 }

@@ -52,6 +52,9 @@ class EventList : public IOBase {
     int RegisterAllEvents(EventOptions* pOptions);
     int DeregisterAllEvents();
 
+    /// Whether the caller runs within a callback of this object.
+    bool IsWithinCallback() const;
+
     /// Events that found too many others waiting.
     unsigned long long GetNumOfEventsDropped() const;
 

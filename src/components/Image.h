@@ -61,7 +61,7 @@ class ZEVRIN_API Image {
 
     /// How often the stream was interrupted before this image and resumed by the camera object's reconnect
     /// policy: the first image after a gap has one more than the last before it. What the camera took in
-    /// between is not among the stream's counts, and its numbers may have begun anew.
+    /// between is not among the stream's counts. Frame ids begin anew after a gap.
     unsigned int GetGaps() const noexcept;
 
     /// False when part of the image was lost on its way and the rest was asked for.

@@ -18,8 +18,9 @@ constexpr unsigned int GetFlags(unsigned int word, RegisterField field) {
 }
 
 namespace BasicFunction {
+constexpr unsigned int kOptionalFunctions = RegisterBit(3);  ///< OPT_FUNCTION_INQ tells of some
 constexpr RegisterField kHighestMemoryChannel{28, 31};
-}
+}  // namespace BasicFunction
 
 namespace OptionalFunction {
 constexpr unsigned int kStrobe = RegisterBit(3);

@@ -2,6 +2,7 @@
 // Before everything else.
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <utility>
 
 #include "BusMaster.h"
 #include "CameraShapes.h"
@@ -103,6 +104,7 @@ Error IidcCamera::Disconnect() {
 /// bus has changed.
 void IidcCamera::GiveUp() {
     m_pReconnector->Stop();
+    m_isStreamWanted = false;
     if (!m_pHardware && !m_bConnected) {
         return;
     }
@@ -127,12 +129,21 @@ Error IidcCamera::StartCapture(ImageCallback callback, const void* pCallbackData
         start.callback = callback;
         start.pCallbackData = pCallbackData;
         Error error = GetConfiguration(&start.config);
-        if (error == ERR_OK) {
-            error = m_pIso->StartCapture(start.config, callback, pCallbackData);
+        if (error != ERR_OK) {
+            return error;
         }
-        if (error == ERR_OK) {
+        // Before it runs: whoever stops it, or resumes it after a loss, may be at it then.
+        StreamStart former;
+        const bool wasWanted = m_isStreamWanted.exchange(true);
+        {
             boost::lock_guard<boost::mutex> lock(m_configMutex);
-            m_streamStart = start;
+            former = std::exchange(m_streamStart, start);
+        }
+        error = m_pIso->StartCapture(start.config, callback, pCallbackData);
+        if (error != ERR_OK) {
+            m_isStreamWanted = wasWanted;
+            boost::lock_guard<boost::mutex> lock(m_configMutex);
+            m_streamStart = former;
         }
         return error;
     });

@@ -22,9 +22,10 @@ class SettingsMemory;
 /// written, and resumes the stream.
 ///
 /// How long a call can take: a camera of a network that falls silent is taken for lost within 1 s, with which
-/// every call that is under way ends, save one on a register that stands for a feature, which ends after 2.5
-/// s to 5 s; on other transports an access ends at once. A call that begins afterwards fails at once.
-/// Retrievals take as long as they are told to, or until the loss.
+/// every access that is under way ends; on other transports an access ends at once. A call that begins
+/// afterwards fails at once. That also bounds `StopCapture`, `Disconnect`, and registering and deregistering
+/// events, as far as they do not wait for a callback of the application's; `Disconnect` may wait for a try of
+/// the reconnect policy beside. Retrievals take as long as they are told to, or until the loss.
 class ZEVRIN_API IidcCamera : public CameraInternal {
   public:
     IidcCamera();
@@ -45,8 +46,8 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// Stops the stream, if one runs, waits for its callback (unless called from within it), and gives the
     /// camera up. Not guarded. Of a lost camera nothing is waited for but an access, or a try to connect
     /// again, that is under way. Errors: ERR_NOT_CONNECTED; ERR_NOT_SUPPORTED with a reconnect policy from
-    /// within an image callback or a report of the policy, for which it would wait. Threads: not beside any
-    /// other operation on this object.
+    /// within an image or event callback or a report of the policy, for which it would wait. Threads: not
+    /// beside any other operation on this object.
     Error Disconnect() override;
 
     /// What is done when the connection goes stale; null: nothing, which is the default. Applies at once, and
@@ -54,7 +55,9 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     ///
     /// A lost connection shows as without a policy: waiting retrievals end with ERR_CAMERA_LOST, and
     /// operations fail with ERR_INVALID_GENERATION until it is made again. The stream then runs on with the
-    /// same counts; `Image::GetGaps` marks its images. A call that takes the policy away waits for a try that
+    /// same counts; `Image::GetGaps` marks its images, whose frame ids begin anew. `StopCapture` fails
+    /// likewise, but the stream is not resumed then. Transmission that was switched off within a stream is
+    /// switched off again once it runs. A call that takes the policy away waits for a try that
     /// is under way. Errors: ERR_VALUE_OUT_OF_RANGE (nothing is changed), ERR_FAILED (the system refuses a
     /// thread), ERR_NOT_SUPPORTED, as with `Disconnect`. Threads: not beside `Connect`, `Disconnect` or
     /// itself.
@@ -65,7 +68,8 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
 
     /// Waits, for at most `timeoutMs` milliseconds, until the connection holds: for whoever was told
     /// ERR_CAMERA_LOST or ERR_INVALID_GENERATION and has a policy that makes it again.
-    /// Errors: ERR_NOT_CONNECTED, ERR_TIMEOUT, ERR_CAMERA_LOST (given up, or no policy).
+    /// Errors: ERR_NOT_CONNECTED, ERR_TIMEOUT, ERR_CAMERA_LOST (given up, or no policy), ERR_NOT_SUPPORTED
+    /// (from within an image or event callback or a report of the policy, which the connection waits for).
     Error WaitForReconnection(unsigned int timeoutMs);
 
     /// Starts the stream as configured.
@@ -123,6 +127,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error Attach(unsigned int serialNumber, unsigned int* pGeneration);
     void CloseHardware();
     void GiveUp();
+    bool IsWithinCallback() const;
     Error RequireOutsideOfReports() const;
     void Suspend();
     Error TryAgain(ReconnectSettings settings,
@@ -142,7 +147,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
 
     boost::mutex m_formatMutex;  // guards the camera's choice of format, which two components change
 
-    bool m_isStreamToResume = false;  // the reconnector's thread's own
+    bool m_isTransmissionWanted = true;  // with the stream; the reconnector's thread's own
 
     std::unique_ptr<Reconnector> m_pReconnector;  // its thread ends before everything else
 };

@@ -4,11 +4,13 @@
 
 #include "CallbackThread.h"
 #include "CameraShapes.h"
+#include "EventList.h"
 #include "Failure.h"
 #include "HardwareInterface.h"
 #include "IidcCamera.h"
 #include "Iso.h"
 #include "Reconnector.h"
+#include "Registers.h"
 #include "SettingsMemory.h"
 
 // How the camera object connects again by itself. What has no lock here is kept apart by the reconnector's
@@ -17,14 +19,17 @@
 
 namespace Zevrin {
 
-/// The reconnector's thread waits for image callbacks, and is waited for.
+bool IidcCamera::IsWithinCallback() const {
+    return m_pReconnector->IsCurrent() || CallbackThread::IsWithinCallbackOf(*m_pIso) ||
+           m_pEventList->IsWithinCallback();
+}
+
+/// The reconnector's thread waits for callbacks, and is waited for.
 Error IidcCamera::RequireOutsideOfReports() const {
-    if (m_pReconnector->IsRunning() &&
-        (m_pReconnector->IsCurrent() || CallbackThread::IsWithinCallbackOf(*m_pIso))) {
-        return MakeError(ERR_NOT_SUPPORTED,
-                         "With a reconnect policy, a callback can neither connect nor disconnect.");
-    }
-    return Success();
+    return m_pReconnector->IsRunning() && IsWithinCallback()
+               ? MakeError(ERR_NOT_SUPPORTED,
+                           "With a reconnect policy, a callback can neither connect nor disconnect.")
+               : Success();
 }
 
 Error IidcCamera::SetReconnectPolicy(const ReconnectPolicy* pPolicy) {
@@ -51,14 +56,19 @@ Error IidcCamera::WaitForReconnection(unsigned int timeoutMs) {
     if (!IsConnected()) {
         return MakeError(ERR_NOT_CONNECTED, "Camera object is not connected to a camera.");
     }
+    if (IsWithinCallback()) {
+        return MakeError(ERR_NOT_SUPPORTED,
+                         "A callback cannot wait for the reconnection, which would wait for the callback.");
+    }
     const Error error = m_pReconnector->Wait(timeoutMs);
     return error == ERR_OK ? Success() : Wrap(error);
 }
 
+/// Once more when the policy is set anew while it is at work. Ending a stream switches transmission off.
 void IidcCamera::Suspend() {
-    m_isStreamToResume = m_pIso->IsGrabStarted();
-    if (m_isStreamToResume) {
-        // The stream may have got another one while it ran, which ends with it.
+    if (m_pIso->IsGrabStarted()) {
+        m_isTransmissionWanted = m_pSettings->IsTransmissionOn();
+        // The stream may have got another callback while it ran, which ends with it.
         const Iso::Receiver receiver = m_pIso->GetStreamReceiver();
         boost::lock_guard<boost::mutex> lock(m_configMutex);
         m_streamStart.callback = receiver.callback;
@@ -85,7 +95,8 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
             }
         }
     }
-    if (error == ERR_OK && m_isStreamToResume) {
+    const bool isStreamWanted = m_isStreamWanted;
+    if (error == ERR_OK && isStreamWanted) {
         unsigned int gaps = 0;
         error = ResumeStream(&gaps);
         if (error == ERR_OK) {
@@ -94,6 +105,11 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
     }
     if (error == ERR_OK) {
         SetGeneration(generation);
+        // From here on the application's stop works; before, the guard refused it.
+        if (isStreamWanted && !m_isStreamWanted) {
+            const Error stopped = m_pIso->StopCapture();
+            static_cast<void>(stopped);
+        }
     } else {
         m_pIso->StopForGood();
         CloseHardware();
@@ -103,22 +119,14 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
 
 /// What the camera refuses does not keep the rest from being put back.
 Error IidcCamera::Restore(unsigned int* pCount, Error* pRefusal) {
-    for (const SettingsMemory::Run& run : m_pSettings->GetRuns()) {
-        const auto size = static_cast<unsigned int>(run.values.size());
-        const Error error =
-            m_pHardware->WriteQuadlets(run.addressHigh, run.addressLow, run.values.data(), size, false);
-        if (error == ERR_CAMERA_LOST || error == ERR_TIMEOUT || error == ERR_NOT_CONNECTED) {
-            return error;
-        }
-        if (error == ERR_OK) {
-            *pCount += size;
-        } else if (*pRefusal == ERR_OK) {
-            *pRefusal = error;
-        }
-    }
-    return Error();
+    const auto write = [this](const SettingsMemory::Run& run) {
+        return m_pHardware->WriteQuadlets(run.addressHigh, run.addressLow, run.values.data(),
+                                          static_cast<unsigned int>(run.values.size()), false);
+    };
+    return SettingsMemory::PutBack(m_pSettings->GetRuns(), write, pCount, pRefusal);
 }
 
+/// The transmission comes last: the application may have switched it off while the stream ran.
 Error IidcCamera::ResumeStream(unsigned int* pGaps) {
     StreamStart start;
     {
@@ -126,7 +134,10 @@ Error IidcCamera::ResumeStream(unsigned int* pGaps) {
         start = m_streamStart;
     }
     *pGaps = start.gaps + 1;
-    const Error error = m_pIso->StartCapture(start.config, start.callback, start.pCallbackData, *pGaps);
+    Error error = m_pIso->StartCapture(start.config, start.callback, start.pCallbackData, *pGaps);
+    if (error == ERR_OK && !m_isTransmissionWanted) {
+        error = m_pIso->WriteRegister(Register::kTransmission, kTransmissionOff, false);
+    }
     if (error == ERR_OK) {
         boost::lock_guard<boost::mutex> lock(m_configMutex);
         m_streamStart.gaps = *pGaps;

@@ -13,6 +13,8 @@ namespace {
 
 constexpr unsigned int kMaxIntervalMs = 60000;
 
+thread_local const Reconnector* t_pReconnector = nullptr;  // whose thread this is
+
 // The generation is looked at, which takes no lock: a bus reset is told to nobody.
 constexpr boost::chrono::milliseconds kLookInterval(20);
 
@@ -104,7 +106,12 @@ bool Reconnector::Pause(Clock::duration duration) {
     return !m_isStopping;
 }
 
+bool Reconnector::IsCurrent() const {
+    return t_pReconnector == this;
+}
+
 void Reconnector::Run() {
+    t_pReconnector = this;
     while (Pause(kLookInterval)) {
         if (!m_actions.isStale()) {
             continue;

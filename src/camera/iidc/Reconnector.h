@@ -42,7 +42,8 @@ class Reconnector {
     void Stop();
 
     bool IsRunning() const { return m_thread.joinable(); }
-    bool IsCurrent() const { return m_thread.get_id() == boost::this_thread::get_id(); }
+    /// Whether the caller runs within a report. Threads: any, at any time.
+    bool IsCurrent() const;
 
     /// Waits until the connection holds.
     /// Errors: ERR_TIMEOUT, ERR_CAMERA_LOST (it was given up, or there is no policy).

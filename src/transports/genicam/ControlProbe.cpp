@@ -39,16 +39,24 @@ FileHandle Connect(const std::string& address) {
 
 ControlProbe::ControlProbe(const std::string& address) : m_socket(Connect(address)) {}
 
-void ControlProbe::Ask() {
+void ControlProbe::Send(unsigned int command, const unsigned char* payload, std::size_t size) {
     m_requestId = static_cast<unsigned short>(m_requestId == 0xFFFF ? 1 : m_requestId + 1);  // never 0
-    std::array<unsigned char, kGvcpHeaderSize + 4> question{kGvcpKey, kGvcpAskForAnswer};
-    WriteBig16(GvcpCommand::kReadRegister, &question[2]);
-    WriteBig16(4, &question[4]);
-    WriteBig16(m_requestId, &question[6]);
-    WriteBig16(GvcpRegister::kVersion, &question[10]);
+    std::vector<unsigned char> packet(kGvcpHeaderSize);
+    packet[0] = kGvcpKey;
+    packet[1] = kGvcpAskForAnswer;
+    WriteBig16(command, &packet[2]);
+    WriteBig16(static_cast<unsigned int>(size), &packet[4]);
+    WriteBig16(m_requestId, &packet[6]);
+    packet.insert(packet.end(), payload, payload + size);
     // A question that cannot be sent has no answer; nor has one to a port that nobody serves.
-    const auto sent = send(m_socket.Get(), question.data(), question.size(), 0);
+    const auto sent = send(m_socket.Get(), packet.data(), packet.size(), 0);
     static_cast<void>(sent);
+}
+
+void ControlProbe::Ask() {
+    std::array<unsigned char, 4> address{};
+    WriteBig16(GvcpRegister::kVersion, &address[2]);
+    Send(GvcpCommand::kReadRegister, address.data(), address.size());
 }
 
 bool ControlProbe::TakeAnswer() {
@@ -62,6 +70,40 @@ bool ControlProbe::TakeAnswer() {
 }
 
 bool ControlProbe::WaitForAnswer(std::chrono::milliseconds limit, int wakeHandle) {
+    return Awaits(limit, wakeHandle, [this] { return TakeAnswer(); });
+}
+
+bool ControlProbe::ReadMemory(unsigned int address, unsigned int size, std::vector<unsigned char>* pBytes) {
+    std::array<unsigned char, 8> question{};
+    WriteBig16(address >> 16, question.data());
+    WriteBig16(address & 0xFFFF, &question[2]);
+    WriteBig16(size, &question[6]);
+    std::vector<unsigned char> packet;
+    const auto take = [&] {
+        packet.resize(kGvcpMaxPacketSize);
+        const auto received = recv(m_socket.Get(), packet.data(), packet.size(), 0);
+        packet.resize(static_cast<std::size_t>(std::max<ssize_t>(received, 0)));
+        return packet.size() >= kGvcpHeaderSize &&
+               ReadBig16(&packet[2]) == GvcpCommand::kReadMemory + kGvcpAcknowledgeStep &&
+               ReadBig16(&packet[6]) == m_requestId;
+    };
+    bool isAnswered = false;
+    for (unsigned int count = 0; m_socket.IsOpen() && !isAnswered && count < kQuestions; ++count) {
+        Send(GvcpCommand::kReadMemory, question.data(), question.size());
+        isAnswered = Awaits(kQuestionInterval, -1, take);
+    }
+    const std::size_t begin = kGvcpHeaderSize + 4;  // after the address
+    if (!isAnswered || packet.size() != begin + size || ReadBig16(packet.data()) != 0 ||
+        ReadBig32(&packet[kGvcpHeaderSize]) != address) {
+        return false;
+    }
+    pBytes->assign(packet.begin() + begin, packet.end());
+    return true;
+}
+
+/// Until `take` finds the packet that has arrived to be the answer.
+bool ControlProbe::Awaits(std::chrono::milliseconds limit, int wakeHandle,
+                          const std::function<bool()>& take) {
     const auto deadline = Clock::now() + limit;
     for (;;) {
         // Rounded up: the last fraction of a millisecond is not spent in a hurry.
@@ -71,7 +113,7 @@ bool ControlProbe::WaitForAnswer(std::chrono::milliseconds limit, int wakeHandle
         if (ready > 0 && events[1].revents != 0) {
             return false;
         }
-        if (ready > 0 && TakeAnswer()) {
+        if (ready > 0 && take()) {
             return true;
         }
         if (left <= 0) {

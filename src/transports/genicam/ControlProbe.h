@@ -1,7 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "FileHandle.h"
 
@@ -16,6 +19,9 @@ class ControlProbe {
     /// @param address  of the device, as four numbers; a probe of an address that is none never has an answer
     explicit ControlProbe(const std::string& address);
 
+    /// False when the system refuses a socket, too.
+    bool IsOpen() const { return m_socket.IsOpen(); }
+
     /// Asks once.
     void Ask();
 
@@ -26,11 +32,17 @@ class ControlProbe {
     /// Asks until there is an answer, for as long as a camera that is there may be silent.
     bool Finds();
 
+    /// Reads `size` bytes, at most 512 and divisible by 4, of the device's memory.
+    /// @return whether there was an answer that holds them
+    bool ReadMemory(unsigned int address, unsigned int size, std::vector<unsigned char>* pBytes);
+
     /// The address of this machine from which the device is reached; empty when there is no way to it.
     std::string GetOwnAddress() const;
 
   private:
     bool TakeAnswer();
+    void Send(unsigned int command, const unsigned char* payload, std::size_t size);
+    bool Awaits(std::chrono::milliseconds limit, int wakeHandle, const std::function<bool()>& take);
 
     FileHandle m_socket;
     unsigned short m_requestId = 0;

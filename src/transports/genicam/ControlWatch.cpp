@@ -18,10 +18,12 @@ constexpr unsigned int kMaxUnanswered = 5;
 }  // namespace
 
 ControlWatch::ControlWatch(const std::string& address, std::function<void()> onSilent)
-    : m_probe(address),
-      m_onSilent(std::move(onSilent)),
-      m_end(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      m_thread([this] { Run(); }) {}
+    : m_probe(address), m_onSilent(std::move(onSilent)), m_end(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!m_probe.IsOpen() || !m_end.IsOpen()) {  // it would never end, or take the device for silent
+        throw boost::thread_resource_error();
+    }
+    m_thread = boost::thread([this] { Run(); });
+}
 
 ControlWatch::~ControlWatch() {
     eventfd_write(m_end.Get(), 1);
@@ -35,18 +37,17 @@ bool ControlWatch::IsToEnd() const {
 
 /// Questions are counted, not time: while this process is kept from running, the device is not silent.
 void ControlWatch::Run() {
-    bool hasAnswered = false;
     unsigned int unanswered = 0;
     while (!IsToEnd() && unanswered < kMaxUnanswered) {
         const auto next = Clock::now() + kInterval;
         m_probe.Ask();
         if (m_probe.WaitForAnswer(kInterval, m_end.Get())) {
-            hasAnswered = true;
+            m_isExpectedToAnswer = true;
             unanswered = 0;
             pollfd event{m_end.Get(), POLLIN, 0};
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now());
             poll(&event, 1, left.count() > 0 ? static_cast<int>(left.count()) : 0);
-        } else if (hasAnswered) {
+        } else if (m_isExpectedToAnswer) {
             ++unanswered;
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <boost/thread/thread.hpp>
 #include <functional>
 #include <string>
@@ -13,14 +14,18 @@ namespace Zevrin {
 /// notice a silent one.
 ///
 /// The device is asked every 150 ms and taken for lost when five questions in a row had no answer: within
-/// 0.9 s. Register traffic is left alone: the questions go over another socket. A device that has never
-/// answered here, which some do not while another controls them, is left to the heartbeat.
+/// 0.9 s. Register traffic is left alone: the questions go over another socket. Only for a device that has
+/// answered a `ControlProbe`; one that answers nobody else while it is controlled, as some do, is left to the
+/// heartbeat then.
 class ControlWatch {
   public:
     /// @param onSilent  called once, on the thread of the watch, which it may not end
-    /// Throws boost::thread_resource_error.
+    /// Throws boost::thread_resource_error, also when the system refuses a handle.
     ControlWatch(const std::string& address, std::function<void()> onSilent);
     ~ControlWatch();
+    /// The device is under control now: its silence counts again when it has answered once more.
+    void BeginControl() { m_isExpectedToAnswer = false; }
+
     ControlWatch(const ControlWatch&) = delete;
     ControlWatch& operator=(const ControlWatch&) = delete;
 
@@ -30,6 +35,7 @@ class ControlWatch {
 
     ControlProbe m_probe;
     const std::function<void()> m_onSilent;
+    std::atomic<bool> m_isExpectedToAnswer{true};
     const FileHandle m_end;  // can be read from when the thread is to end
     boost::thread m_thread;
 };

@@ -42,12 +42,13 @@ constexpr StandardEvent kStandardEvents[] = {
 Error FindId(GenicamDevice& device, const std::string& name, unsigned int* pId) {
     const std::string feature = "Event" + name;
     long long id = 0;
-    if (device.Offers(feature.c_str())) {
-        const Error error = device.GetInteger(feature.c_str(), &id);
-        if (error == ERR_OK && id > 0 && id <= 0xFFFF) {
-            *pId = static_cast<unsigned int>(id);
-            return Error();
-        }
+    Error error = device.GetInteger(feature.c_str(), &id);
+    if (error == ERR_TIMEOUT || error == ERR_CAMERA_LOST || error == ERR_ACCESS_DENIED) {
+        return error;  // which says nothing of the event
+    }
+    if (error == ERR_OK && id > 0 && id <= 0xFFFF) {
+        *pId = static_cast<unsigned int>(id);
+        return Error();
     }
     for (const StandardEvent& event : kStandardEvents) {
         if (name == event.name) {
@@ -106,6 +107,9 @@ Error DeviceEvents::GetNames(GenicamDevice& device, std::vector<std::string>* pN
         &names);
     pNames->clear();
     for (auto name = names.begin(); name != names.end() && error == ERR_OK; ++name) {
+        if (Printable(*name) != *name) {
+            continue;  // nobody could ask for it by its name
+        }
         unsigned int id = 0;
         error = FindId(device, *name, &id);
         if (error == ERR_OK) {
@@ -117,7 +121,7 @@ Error DeviceEvents::GetNames(GenicamDevice& device, std::vector<std::string>* pN
     return error;
 }
 
-Error DeviceEvents::SetSink(const boost::shared_ptr<GenicamDevice>& pDevice, EventSink* pSink) {
+Error DeviceEvents::SetSink(EventSink* pSink) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     if (pSink != nullptr && m_pSink != nullptr) {
         return pSink == m_pSink
@@ -125,8 +129,8 @@ Error DeviceEvents::SetSink(const boost::shared_ptr<GenicamDevice>& pDevice, Eve
                    : Failure(ERR_EVENT_FAILED, "The camera's events go to another camera object already.");
     }
     if (pSink == nullptr) {
-        if (pDevice && m_pListener) {
-            const Error error = CloseChannel(*pDevice);
+        if (m_pDevice && m_pListener) {
+            const Error error = CloseChannel(*m_pDevice);
             if (error != ERR_OK) {
                 Log().info("A camera's message channel could not be closed: {}", error.GetDescription());
             }
@@ -137,20 +141,19 @@ Error DeviceEvents::SetSink(const boost::shared_ptr<GenicamDevice>& pDevice, Eve
         return Error();
     }
     m_pSink = pSink;
-    const Error error = pDevice ? OpenChannel(*pDevice) : Error();
+    const Error error = m_pDevice ? OpenChannel(*m_pDevice) : Error();
     if (error != ERR_OK) {
         m_pSink = nullptr;
     }
     return error;
 }
 
-Error DeviceEvents::SetNotification(const boost::shared_ptr<GenicamDevice>& pDevice, const std::string& name,
-                                    bool on) {
+Error DeviceEvents::SetNotification(const std::string& name, bool on) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     if (!on && m_wanted.erase(name) == 0) {
         return Error();
     }
-    const Error error = pDevice && m_pListener ? Switch(*pDevice, name, on) : Error();
+    const Error error = m_pDevice && m_pListener ? Switch(*m_pDevice, name, on) : Error();
     if (on && error == ERR_OK) {
         m_wanted.insert(name);
     }
@@ -159,21 +162,28 @@ Error DeviceEvents::SetNotification(const boost::shared_ptr<GenicamDevice>& pDev
 
 void DeviceEvents::Begin(const boost::shared_ptr<GenicamDevice>& pDevice) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pDevice = pDevice;
     if (m_pSink == nullptr) {
         return;
     }
-    Error error = OpenChannel(*pDevice);
-    for (auto name = m_wanted.begin(); name != m_wanted.end() && error == ERR_OK; ++name) {
-        error = Switch(*pDevice, *name, true);
+    const Error opened = OpenChannel(*pDevice);
+    if (opened != ERR_OK) {
+        Log().warn("The registered device events cannot be had any more: {}", opened.GetDescription());
+        return;
     }
-    if (error != ERR_OK) {
-        Log().warn("The registered device events cannot be had any more: {}", error.GetDescription());
+    for (const std::string& name : m_wanted) {  // one that is refused does not keep the others from coming
+        const Error error = Switch(*pDevice, name, true);
+        if (error != ERR_OK) {
+            Log().warn("The registered device event {} cannot be had any more: {}", Printable(name),
+                       error.GetDescription());
+        }
     }
 }
 
 void DeviceEvents::End() {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_pListener.reset();
+    m_pDevice.reset();
 }
 
 /// The port comes last: with it the channel is open.

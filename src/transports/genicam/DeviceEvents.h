@@ -28,14 +28,13 @@ class DeviceEvents {
     DeviceEvents(const DeviceEvents&) = delete;
     DeviceEvents& operator=(const DeviceEvents&) = delete;
 
-    /// The names that the camera's event selector offers and whose numbers are known.
+    /// The names that the camera's event selector offers, that can be printed, and whose numbers are known.
     /// Errors: ERR_NOT_SUPPORTED (USB3 Vision, or no selector), the device's.
     static Error GetNames(GenicamDevice& device, std::vector<std::string>* pNames);
 
     /// As `HardwareInterface::SetEventSink` and `SetEventNotification`.
-    /// @param pDevice  null while the camera is away
-    Error SetSink(const boost::shared_ptr<GenicamDevice>& pDevice, EventSink* pSink);
-    Error SetNotification(const boost::shared_ptr<GenicamDevice>& pDevice, const std::string& name, bool on);
+    Error SetSink(EventSink* pSink);
+    Error SetNotification(const std::string& name, bool on);
 
     /// The camera is there again; what fails is logged.
     void Begin(const boost::shared_ptr<GenicamDevice>& pDevice);
@@ -49,7 +48,8 @@ class DeviceEvents {
     Error Switch(GenicamDevice& device, const std::string& name, bool on);
     void Deliver(const EventRecord& record);
 
-    boost::mutex m_mutex;  // one change at a time; guards the four that follow
+    boost::mutex m_mutex;  // one change at a time; guards the five that follow
+    boost::shared_ptr<GenicamDevice> m_pDevice;  // while the camera is there
     EventSink* m_pSink = nullptr;
     std::set<std::string> m_wanted;              // by name
     std::unique_ptr<EventListener> m_pListener;  // while the camera is there and somebody listens

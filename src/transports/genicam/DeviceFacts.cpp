@@ -15,6 +15,7 @@ namespace {
 
 constexpr long long kMaxPixels = 1 << 20;  // of a row, and rows
 constexpr long long kMaxPayload = 1LL << 32;
+constexpr long long kMaxExtra = 1LL << 20;  // bytes of a payload beside the image, and once the image
 constexpr long long kBitsPerByte = 8;
 constexpr long long kMakersOwnFormat = 1LL << 31;
 constexpr unsigned long long kNanosecondsPerSecond = 1000000000ULL;
@@ -126,6 +127,12 @@ Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
         return Failure(ERR_VALUE_OUT_OF_RANGE,
                        "The camera's PayloadSize is %lld bytes; %lld x %lld pixels of %lld bits take more.",
                        payload, width, height, bits);
+    }
+    const long long imageSize = width * height * bits / kBitsPerByte;
+    if (isStandard && bits != 0 && payload > 2 * imageSize + kMaxExtra) {
+        return Failure(ERR_VALUE_OUT_OF_RANGE,
+                       "The camera's PayloadSize is %lld bytes; %lld x %lld pixels of %lld bits take %lld.",
+                       payload, width, height, bits, imageSize);
     }
     pFormat->width = static_cast<unsigned int>(width);
     pFormat->height = static_cast<unsigned int>(height);

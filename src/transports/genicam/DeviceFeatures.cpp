@@ -1,8 +1,11 @@
 #include "DeviceFeatures.h"
 
 #include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <utility>
 
 #include "Failure.h"
 #include "FormatText.h"
@@ -89,35 +92,42 @@ void DeviceFeatures::Fail(const Error& error) {
     }
 }
 
-/// A feature that is not there has no answer. A wrong description is not told from that.
-void DeviceFeatures::Ask(const char* feature, const Question& question) {
+/// A feature that is not there has no answer but `otherwise`. A wrong description is not told from that. The
+/// question owns what it works with: when the device is lost meanwhile, it is left to itself.
+template <typename T>
+T DeviceFeatures::Ask(const char* feature, T otherwise, Question<T> question) {
     if (HasFailed()) {
-        return;
+        return otherwise;
     }
+    const auto pAnswer = boost::make_shared<T>(otherwise);
     const Error error =
-        m_device.Access(ERR_TRANSPORT_FAILED, FormatText("Asking for the feature %s", feature).c_str(),
-                        [&](ArvDevice* pDevice, GError** ppReport) {
-                            ArvGcNode* const pNode = arv_device_get_feature(pDevice, feature);
-                            if (pNode != nullptr) {
-                                question(pNode, ppReport);
-                            }
-                        });
+        m_device.Request(ERR_TRANSPORT_FAILED, FormatText("Asking for the feature %s", feature),
+                         [pAnswer, question = std::move(question), name = std::string(feature)](
+                             ArvDevice* pDevice, GError** ppReport) {
+                             ArvGcNode* const pNode = arv_device_get_feature(pDevice, name.c_str());
+                             if (pNode != nullptr) {
+                                 *pAnswer = question(pNode, ppReport);
+                             }
+                         });
     if (IsOfDevice(error)) {
         m_error = error;
+        return otherwise;
     }
+    return *pAnswer;
 }
 
-void DeviceFeatures::Change(const char* feature, const Question& change) {
+void DeviceFeatures::Change(const char* feature, Question<void> change) {
     if (!HasFailed() && !Has(feature)) {
         Fail(Failure(ERR_FEATURE_ABSENT, "The camera has no %s at present.", feature));
     }
     if (HasFailed()) {
         return;
     }
-    m_error = m_device.Access(ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature).c_str(),
-                              [&](ArvDevice* pDevice, GError** ppReport) {
-                                  change(arv_device_get_feature(pDevice, feature), ppReport);
-                              });
+    m_error = m_device.Request(
+        ERR_TRANSPORT_FAILED, FormatText("Access to the feature %s", feature),
+        [change = std::move(change), name = std::string(feature)](ArvDevice* pDevice, GError** ppReport) {
+            change(arv_device_get_feature(pDevice, name.c_str()), ppReport);
+        });
 }
 
 const char* DeviceFeatures::Find(const FeatureNames& names) {
@@ -127,47 +137,41 @@ const char* DeviceFeatures::Find(const FeatureNames& names) {
 }
 
 bool DeviceFeatures::Has(const char* feature) {
-    bool isOffered = false;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) { isOffered = IsOffered(pNode, ppReport); });
-    return isOffered && !HasFailed();
+    return Ask<bool>(feature, false, IsOffered);
 }
 
 bool DeviceFeatures::TryNumber(const char* feature, double* pValue) {
-    bool isKnown = false;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        if (IsNumberNode(pNode) && IsOffered(pNode, ppReport)) {
-            *pValue = ReadNumber(pNode, ppReport);
-            isKnown = *ppReport == nullptr && std::isfinite(*pValue);
+    using Number = std::optional<double>;
+    const Number number = Ask<Number>(feature, std::nullopt, [](ArvGcNode* pNode, GError** ppReport) {
+        if (!IsNumberNode(pNode) || !IsOffered(pNode, ppReport)) {
+            return Number();
         }
+        const double value = ReadNumber(pNode, ppReport);
+        return *ppReport == nullptr && std::isfinite(value) ? Number(value) : Number();
     });
-    return isKnown && !HasFailed();
+    *pValue = number.value_or(*pValue);
+    return number.has_value();
 }
 
 bool DeviceFeatures::IsInteger(const char* feature) {
-    bool isInteger = false;
-    Ask(feature, [&](ArvGcNode* pNode, GError**) { isInteger = IsIntegerNode(pNode); });
-    return isInteger;
+    return Ask<bool>(feature, false, [](ArvGcNode* pNode, GError**) { return IsIntegerNode(pNode); });
 }
 
 bool DeviceFeatures::CanWrite(const char* feature) {
-    bool canWrite = false;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        if (ARV_IS_GC_FEATURE_NODE(pNode)) {
-            auto* const pFeature = ARV_GC_FEATURE_NODE(pNode);
-            canWrite = arv_gc_feature_node_get_actual_access_mode(pFeature) != ARV_GC_ACCESS_MODE_RO &&
-                       arv_gc_feature_node_get_imposed_access_mode(pFeature) != ARV_GC_ACCESS_MODE_RO &&
-                       !arv_gc_feature_node_is_locked(pFeature, ppReport);
+    return Ask<bool>(feature, false, [](ArvGcNode* pNode, GError** ppReport) {
+        if (!ARV_IS_GC_FEATURE_NODE(pNode)) {
+            return false;
         }
+        auto* const pFeature = ARV_GC_FEATURE_NODE(pNode);
+        return arv_gc_feature_node_get_actual_access_mode(pFeature) != ARV_GC_ACCESS_MODE_RO &&
+               arv_gc_feature_node_get_imposed_access_mode(pFeature) != ARV_GC_ACCESS_MODE_RO &&
+               !arv_gc_feature_node_is_locked(pFeature, ppReport);
     });
-    return canWrite && !HasFailed();
 }
 
 FeatureLimits DeviceFeatures::GetLimits(const char* feature, const FeatureLimits& widest) {
-    FeatureLimits limits;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        if (IsNumberNode(pNode)) {
-            limits = ReadLimits(pNode, ppReport);
-        }
+    auto limits = Ask<FeatureLimits>(feature, FeatureLimits(), [](ArvGcNode* pNode, GError** ppReport) {
+        return IsNumberNode(pNode) ? ReadLimits(pNode, ppReport) : FeatureLimits();
     });
     limits.min = std::max(limits.min, widest.min);
     limits.max = std::min(limits.max, widest.max);
@@ -192,7 +196,7 @@ void DeviceFeatures::SetNumber(const char* feature, double value) {
     if (!HasFailed() && !CanWrite(feature)) {
         Fail(Failure(ERR_FEATURE_READ_ONLY, "The camera's %s cannot be written at present.", feature));
     }
-    Change(feature, [&](ArvGcNode* pNode, GError** ppReport) {
+    Change(feature, [value](ArvGcNode* pNode, GError** ppReport) {
         if (IsIntegerNode(pNode)) {
             arv_gc_integer_set_value(ARV_GC_INTEGER(pNode), std::llround(value), ppReport);
         } else if (ARV_IS_GC_FLOAT(pNode)) {
@@ -202,17 +206,15 @@ void DeviceFeatures::SetNumber(const char* feature, double value) {
 }
 
 bool DeviceFeatures::GetSwitch(const char* feature) {
-    bool isOn = false;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        isOn = ARV_IS_GC_BOOLEAN(pNode) ? arv_gc_boolean_get_value(ARV_GC_BOOLEAN(pNode), ppReport) != FALSE
+    return Ask<bool>(feature, false, [](ArvGcNode* pNode, GError** ppReport) {
+        return ARV_IS_GC_BOOLEAN(pNode) ? arv_gc_boolean_get_value(ARV_GC_BOOLEAN(pNode), ppReport) != FALSE
                                         : ARV_IS_GC_INTEGER(pNode) &&
                                               arv_gc_integer_get_value(ARV_GC_INTEGER(pNode), ppReport) != 0;
     });
-    return isOn;
 }
 
 void DeviceFeatures::SetSwitch(const char* feature, bool isOn) {
-    Change(feature, [&](ArvGcNode* pNode, GError** ppReport) {
+    Change(feature, [isOn](ArvGcNode* pNode, GError** ppReport) {
         if (ARV_IS_GC_BOOLEAN(pNode)) {
             arv_gc_boolean_set_value(ARV_GC_BOOLEAN(pNode), isOn ? TRUE : FALSE, ppReport);
         } else if (ARV_IS_GC_INTEGER(pNode)) {
@@ -223,13 +225,11 @@ void DeviceFeatures::SetSwitch(const char* feature, bool isOn) {
 
 /// Empty when the value is none of the entries.
 std::string DeviceFeatures::GetEntry(const char* feature) {
-    std::string entry;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
-        if (ARV_IS_GC_ENUMERATION(pNode)) {
-            entry = BoundedText(arv_gc_enumeration_get_string_value(ARV_GC_ENUMERATION(pNode), ppReport));
-        }
+    return Ask<std::string>(feature, std::string(), [](ArvGcNode* pNode, GError** ppReport) {
+        return ARV_IS_GC_ENUMERATION(pNode)
+                   ? BoundedText(arv_gc_enumeration_get_string_value(ARV_GC_ENUMERATION(pNode), ppReport))
+                   : std::string();
     });
-    return entry;
 }
 
 /// Only where it changes something: a device may not take even that at present.
@@ -241,7 +241,7 @@ void DeviceFeatures::SetEntry(const char* feature, const std::string& entry) {
         Fail(Failure(ERR_NOT_SUPPORTED, "The camera's %s cannot become %s at present.", feature,
                      Printable(entry).c_str()));
     }
-    Change(feature, [&](ArvGcNode* pNode, GError** ppReport) {
+    Change(feature, [entry](ArvGcNode* pNode, GError** ppReport) {
         if (ARV_IS_GC_ENUMERATION(pNode)) {
             arv_gc_enumeration_set_string_value(ARV_GC_ENUMERATION(pNode), entry.c_str(), ppReport);
         }
@@ -249,7 +249,7 @@ void DeviceFeatures::SetEntry(const char* feature, const std::string& entry) {
 }
 
 void DeviceFeatures::Execute(const char* feature) {
-    Change(feature, [&](ArvGcNode* pNode, GError** ppReport) {
+    Change(feature, [](ArvGcNode* pNode, GError** ppReport) {
         if (ARV_IS_GC_COMMAND(pNode)) {
             arv_gc_command_execute(ARV_GC_COMMAND(pNode), ppReport);
         }
@@ -257,23 +257,25 @@ void DeviceFeatures::Execute(const char* feature) {
 }
 
 std::vector<FeatureEntry> DeviceFeatures::GetEntries(const char* feature) {
-    std::vector<FeatureEntry> entries;
-    Ask(feature, [&](ArvGcNode* pNode, GError** ppReport) {
+    using Entries = std::vector<FeatureEntry>;
+    auto entries = Ask<Entries>(feature, Entries(), [](ArvGcNode* pNode, GError** ppReport) {
+        Entries found;
         if (!ARV_IS_GC_ENUMERATION(pNode)) {
-            return;
+            return found;
         }
         const GSList* pItem = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(pNode));
         for (unsigned int index = 0; pItem != nullptr && index < kMaxEntries; ++index) {
             auto* const pEntry = static_cast<ArvGcNode*>(pItem->data);
             if (ARV_IS_GC_ENUM_ENTRY(pEntry) && IsOffered(pEntry, ppReport)) {
-                entries.push_back({BoundedText(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(pEntry))),
-                                   arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(pEntry), ppReport)});
+                found.push_back({BoundedText(arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(pEntry))),
+                                 arv_gc_enum_entry_get_value(ARV_GC_ENUM_ENTRY(pEntry), ppReport)});
             }
             if (IsDevicesFailure(ppReport)) {  // else an entry that is described wrongly is not there
-                return;
+                return found;
             }
             pItem = pItem->next;
         }
+        return found;
     });
     // Aravis has them in an order of its own.
     std::stable_sort(entries.begin(), entries.end(),

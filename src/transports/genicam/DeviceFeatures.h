@@ -79,9 +79,11 @@ class DeviceFeatures {
     void Fail(const Error& error);
 
   private:
-    using Question = std::function<void(ArvGcNode*, GError**)>;
-    void Ask(const char* feature, const Question& question);
-    void Change(const char* feature, const Question& change);
+    template <typename T>
+    using Question = std::function<T(ArvGcNode*, GError**)>;
+    template <typename T>
+    T Ask(const char* feature, T otherwise, Question<T> question);
+    void Change(const char* feature, Question<void> change);
 
     GenicamDevice& m_device;
     Error m_error;

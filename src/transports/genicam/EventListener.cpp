@@ -89,8 +89,12 @@ void EventListener::Receive() {
     EventCommand command;
     const char* const defect = ParseEventCommand(packet.data(), static_cast<std::size_t>(size), &command);
     if (defect != nullptr) {
-        Log().warn("A packet of {} bytes on the message channel of the camera at {} is ignored: {}.", size,
-                   Printable(m_deviceAddress), defect);
+        ++m_malformed;
+        if ((m_malformed & (m_malformed - 1)) == 0) {
+            Log().warn("A packet of {} bytes on the message channel of the camera at {} is ignored, {} so "
+                       "far: {}.",
+                       size, Printable(m_deviceAddress), m_malformed, defect);
+        }
         return;
     }
     if (command.isAnswerWanted) {  // also again: the device did not get the first one

@@ -16,7 +16,8 @@ namespace Zevrin {
 /// This machine's end of the message channel of one device: receives its commands, acknowledges those that
 /// ask for it, and gives each event once, also when its command comes again because the acknowledge was lost.
 ///
-/// Packets from other addresses, and malformed ones, are ignored; the latter are logged.
+/// Packets from other addresses, and malformed ones, are ignored; of the latter the first, second, fourth
+/// and so on are logged, so that a device cannot fill the log.
 class EventListener {
   public:
     /// @param ownAddress     of this machine, at which the device is to send
@@ -50,6 +51,7 @@ class EventListener {
     FileHandle m_socket;
     FileHandle m_end;                               // can be read from when the thread is to end
     boost::circular_buffer<unsigned int> m_recent;  // request ids; the thread's own
+    unsigned long long m_malformed = 0;             // packets; the thread's own
     boost::thread m_thread;
 };
 

@@ -3,6 +3,7 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/weak_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
 #include <ctime>
 #include <utility>
 
@@ -93,12 +94,13 @@ Error GenicamCamera::Open() {
     return error;
 }
 
-/// Until it is done the camera is opened by nobody, save those who are being told: a report that comes after
-/// an opening would take the camera for lost again.
+/// Until it is done the camera is opened by nobody: a report that comes after an opening would take the
+/// camera for lost again.
 void GenicamCamera::ReportLoss() {
     m_pReporter->ReportLost(shared_from_this());
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_reportedBy = boost::thread::id();
+    m_reported.notify_all();
 }
 
 Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
@@ -106,10 +108,12 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
     CameraIdentity identity;
     DeviceListing listing;
     {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        const bool isBeingReported =
-            m_reportedBy != boost::thread::id() && m_reportedBy != boost::this_thread::get_id();
-        if (isBeingReported || (m_session.pDevice && m_session.pDevice->IsLost())) {
+        const boost::this_thread::disable_interruption notInterrupted;
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        m_reported.wait(lock, [this] {
+            return m_reportedBy == boost::thread::id() || m_reportedBy == boost::this_thread::get_id();
+        });
+        if (m_session.pDevice && m_session.pDevice->IsLost()) {
             return GenicamDevice::MakeLostError();
         }
         if (m_session.pDevice) {
@@ -150,6 +154,7 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         return error;
     }
     ReadIdentity(*session.pDevice, &identity);
+    m_events.Begin(session.pDevice);  // before a loss can be handled, which ends them
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
         m_session = session;
@@ -157,7 +162,6 @@ Error GenicamCamera::OpenSession(bool* pIsToBeReported) {
         m_isLost = false;
         ++m_openCount;
     }
-    m_events.Begin(session.pDevice);
     if (session.pDevice->IsLost()) {
         report();  // it was lost before it could be found here
     }
@@ -181,7 +185,8 @@ void GenicamCamera::Close() {
     m_events.End();
 }
 
-/// First the report, so that whoever is woken finds the generation raised.
+/// First the report, so that whoever is woken finds the generation raised. It runs into no code of the
+/// application.
 void GenicamCamera::HandleLoss() {
     Session session;
     boost::shared_ptr<GenicamStream> pStream;
@@ -367,17 +372,12 @@ Error GenicamCamera::GetEventNames(std::vector<std::string>* pNames) {
     return error == ERR_OK ? DeviceEvents::GetNames(*session.pDevice, pNames) : error;
 }
 
-boost::shared_ptr<GenicamDevice> GenicamCamera::GetDevice() const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_session.pDevice;
-}
-
 Error GenicamCamera::SetEventSink(EventSink* pSink) {
-    return m_events.SetSink(GetDevice(), pSink);
+    return m_events.SetSink(pSink);
 }
 
 Error GenicamCamera::SetEventNotification(const std::string& name, bool on) {
-    return m_events.SetNotification(GetDevice(), name, on);
+    return m_events.SetNotification(name, on);
 }
 
 StreamCounters GenicamCamera::GetStreamCounters() const {

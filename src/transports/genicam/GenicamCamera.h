@@ -2,6 +2,7 @@
 
 #include <boost/smart_ptr/enable_shared_from_this.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -60,7 +61,6 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     void ReportLoss();
     Error RequireSession(Session* pSession) const;
     boost::shared_ptr<GenicamStream> GetStream() const;
-    boost::shared_ptr<GenicamDevice> GetDevice() const;
     void EndStream();
     void HandleLoss();
 
@@ -77,7 +77,8 @@ class GenicamCamera : public HardwareInterface, public boost::enable_shared_from
     Session m_session;
     unsigned int m_openCount = 0;
     bool m_isLost = false;           // and not opened since
-    boost::thread::id m_reportedBy;  // while a loss is being reported; another thread's opening has to wait
+    boost::thread::id m_reportedBy;  // while a loss is being reported; another thread's opening waits
+    boost::condition_variable m_reported;
     boost::shared_ptr<GenicamStream> m_pStream;
     StreamCounters m_endedStreams;  // all that there ever were
 };

@@ -18,6 +18,7 @@
 #include "CallThread.h"
 #include "ControlProbe.h"
 #include "ControlWatch.h"
+#include "DescriptionUrl.h"
 #include "Failure.h"
 #include "FormatText.h"
 #include "GObjectHandle.h"
@@ -92,16 +93,6 @@ Error CheckControl(ArvDevice* pDevice, const DeviceListing& listing) {
                    Printable(listing.address).c_str());
 }
 
-/// A thread that is telling of a loss has a reference for as long as it tells. Were that the last one, the
-/// device would end on that thread, which it waits for.
-void WaitForSoleReference(ArvDevice* pDevice) {
-    const auto deadline = boost::chrono::steady_clock::now() + kLongestSignal;
-    while (g_atomic_int_get(&G_OBJECT(pDevice)->ref_count) > 1 &&
-           boost::chrono::steady_clock::now() < deadline) {
-        boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
-    }
-}
-
 /// Guards what was made for all devices' losses. It is there before any thread of Aravis, as a device's own
 /// would not be, and stays: a lost device's thread may outlive everything else.
 boost::mutex& GetLossMutex() {
@@ -132,7 +123,7 @@ Error InRuns(unsigned int address, Pointer pValues, unsigned int count, const Ru
 struct GenicamDevice::Loss {
     std::function<void()> onLost;
     std::atomic<bool> isLost{false};
-    bool hasDeviceEnded = false;
+    bool hasDeviceEnded = false;  // changes on the calls' thread
     CallThread calls;
 };
 
@@ -144,7 +135,7 @@ Error GenicamDevice::Open(const DeviceListing& listing, std::function<void()> on
         pDevice = boost::make_shared<GenicamDevice>(listing);
         error = pDevice->OpenDevice();
     } catch (const boost::thread_resource_error&) {
-        return Failure(ERR_TRANSPORT_FAILED, "The system refuses a thread for the camera at %s.",
+        return Failure(ERR_TRANSPORT_FAILED, "The system refuses a thread or a handle for the camera at %s.",
                        Printable(listing.address).c_str());
     }
     if (error == ERR_OK) {
@@ -177,7 +168,22 @@ void GenicamDevice::EndDevice(ArvDevice* pDevice, gulong signalHandler, const Lo
     if (signalHandler != 0) {
         g_signal_handler_disconnect(pDevice, signalHandler);
     }
-    WaitForSoleReference(pDevice);
+    GiveUpReference(pDevice, pLoss, boost::chrono::steady_clock::now() + kLongestSignal);
+}
+
+/// A thread that is telling of a loss has a reference for as long as it tells. Were that the last one, the
+/// device would end on that thread, which it waits for. The other that has one is a stream, whose end has
+/// its turn meanwhile when the device is lost.
+void GenicamDevice::GiveUpReference(ArvDevice* pDevice, const LossHandle& pLoss,
+                                    boost::chrono::steady_clock::time_point deadline) {
+    while (g_atomic_int_get(&G_OBJECT(pDevice)->ref_count) > 1 &&
+           boost::chrono::steady_clock::now() < deadline) {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
+        if (pLoss->isLost) {
+            pLoss->calls.Post([pDevice, pLoss, deadline] { GiveUpReference(pDevice, pLoss, deadline); });
+            return;
+        }
+    }
     {
         boost::lock_guard<boost::mutex> lock(GetLossMutex());
         pLoss->hasDeviceEnded = true;
@@ -195,6 +201,10 @@ Error GenicamDevice::OpenDevice() {
         if (!probe.Finds()) {
             return Failure(ERR_CAMERA_LOST, "The camera at %s does not answer.",
                            Printable(m_listing.address).c_str());
+        }
+        const Error error = CheckDescriptionUrls(probe);
+        if (error != ERR_OK) {
+            return error;
         }
         m_pWatch = std::make_unique<ControlWatch>(m_listing.address, [pLoss = m_pLoss] { Notice(pLoss); });
         open = [own = probe.GetOwnAddress(), address = m_listing.address](GError** ppReport) {
@@ -225,6 +235,9 @@ Error GenicamDevice::OpenDevice() {
                        Printable(m_listing.address).c_str(), pAnswer->report.GetText().c_str());
     }
     m_pDevice = pAnswer->pDevice.release();
+    if (m_pWatch) {
+        m_pWatch->BeginControl();
+    }
     return pAnswer->error;
 }
 
@@ -304,16 +317,24 @@ Error GenicamDevice::RunCall(ErrorType otherwise, const std::string& what, Call 
     if (IsLost()) {
         return MakeLostError();
     }
-    const auto pReport = boost::make_shared<AravisError>();
-    const bool isDone =
-        run([pReport, pDevice = m_pDevice, call = std::move(call)] { call(pDevice, pReport->Out()); });
-    if (!isDone || (pReport->IsSet() && IsLost())) {
+    struct Outcome {
+        AravisError report;
+        bool isMade = false;
+    };
+    const auto pOutcome = boost::make_shared<Outcome>();
+    const bool isDone = run([pOutcome, pLoss = m_pLoss, pDevice = m_pDevice, call = std::move(call)] {
+        if (!pLoss->hasDeviceEnded) {  // whoever handled a loss may have been faster
+            call(pDevice, pOutcome->report.Out());
+            pOutcome->isMade = true;
+        }
+    });
+    if (!isDone || !pOutcome->isMade || (pOutcome->report.IsSet() && IsLost())) {
         return MakeLostError();
     }
-    if (!pReport->IsSet()) {
-        return Error();
-    }
-    return Failure(pReport->GetType(otherwise), "%s failed: %s.", what.c_str(), pReport->GetText().c_str());
+    const AravisError& report = pOutcome->report;
+    return !report.IsSet()
+               ? Error()
+               : Failure(report.GetType(otherwise), "%s failed: %s.", what.c_str(), report.GetText().c_str());
 }
 
 /// Posted, so that accesses under way have ended; features are not made for threads.

@@ -3,6 +3,7 @@
 #include <arv.h>
 
 #include <atomic>
+#include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/recursive_mutex.hpp>
@@ -122,6 +123,8 @@ class GenicamDevice {
     static void OnControlLost(ArvDevice* pDevice, gpointer pData);
     static void Notice(const LossHandle& pLoss);
     static void EndDevice(ArvDevice* pDevice, gulong signalHandler, const LossHandle& pLoss);
+    static void GiveUpReference(ArvDevice* pDevice, const LossHandle& pLoss,
+                                boost::chrono::steady_clock::time_point deadline);
     Error OpenDevice();
     void WatchControl(std::function<void()> onLost);
     using RunJob = std::function<bool(std::function<void()>)>;

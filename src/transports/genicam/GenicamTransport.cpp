@@ -6,12 +6,16 @@
 #include <iterator>
 
 #include "DeviceListing.h"
+#include "FormatText.h"
 #include "GenicamCamera.h"
+#include "Log.h"
 #include "LossReporter.h"
 
 namespace Zevrin {
 
 namespace {
+
+constexpr std::size_t kMaxCameras = 1024;  // remembered; more answers are an attack, or another network's
 
 /// Takes the camera that is meant out of the list. Its address may have changed while it was away. Of two
 /// devices with one id Aravis shows only one.
@@ -54,6 +58,10 @@ Error GenicamTransport::Discover(std::vector<boost::shared_ptr<HardwareInterface
         CameraHandle pCamera = TakeMatch(listing, &absent);
         if (pCamera) {
             pCamera->SetListing(listing);
+        } else if (m_cameras.size() >= kMaxCameras) {
+            Log().warn("The camera at {} is left out: {} are known already.", Printable(listing.address),
+                       kMaxCameras);
+            continue;
         } else {
             pCamera = boost::make_shared<GenicamCamera>(listing, m_pReporter);
             m_cameras.push_back(pCamera);

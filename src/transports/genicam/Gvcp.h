@@ -12,6 +12,7 @@ constexpr unsigned short kGvcpPort = 3956;
 
 namespace GvcpCommand {
 constexpr unsigned int kReadRegister = 0x0080;
+constexpr unsigned int kReadMemory = 0x0084;
 constexpr unsigned int kEvent = 0x00C0;
 constexpr unsigned int kEventData = 0x00C2;
 }  // namespace GvcpCommand
@@ -28,6 +29,8 @@ constexpr std::size_t kGvcpMaxPacketSize = 576;    ///< with IP and UDP headers
 /// Bootstrap registers.
 namespace GvcpRegister {
 constexpr unsigned int kVersion = 0x0000;
+constexpr unsigned int kFirstUrl = 0x0200;   ///< of the description; 512 bytes each
+constexpr unsigned int kSecondUrl = 0x0400;  ///< for when the first does not work
 constexpr unsigned int kMessageChannels = 0x0900;
 constexpr unsigned int kMessagePort = 0x0B00;         ///< the host's, in the low half; 0 closes the channel
 constexpr unsigned int kMessageDestination = 0x0B10;  ///< the host's IPv4 address

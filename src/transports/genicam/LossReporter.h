@@ -12,8 +12,8 @@ namespace Zevrin {
 
 /// Tells the bus manager which cameras were lost.
 ///
-/// A loss is noticed on threads that the lost device's end waits for, and reports run into the application's
-/// code, which may end the device: reports are therefore made on a thread of their own.
+/// A loss is noticed on threads that the lost device's end waits for: it is therefore reported, and dealt
+/// with, on a thread of the reporter. The application is told on another, the bus manager's.
 class LossReporter {
   public:
     /// Must have succeeded before a camera is opened.

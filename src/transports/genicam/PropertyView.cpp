@@ -125,6 +125,25 @@ PropertyView::Feature PropertyView::Require(DeviceFeatures& features, unsigned i
     return feature;
 }
 
+/// With the selector at its second entry, which may have limits of its own.
+std::optional<PropertyView::Feature> PropertyView::FindSecond(DeviceFeatures& features,
+                                                              const Feature& first) {
+    const char* const entry = first.pMapping->secondEntry;
+    if (entry == nullptr || !features.Select({first.pMapping->selector.feature, {entry}})) {
+        return std::nullopt;
+    }
+    Feature second = first;
+    second.limits = features.GetLimits(first.pValue->feature, first.pValue->widest);
+    second.present = features.GetNumber(first.pValue->feature);
+    return second.limits.isValid ? std::optional<Feature>(second) : std::nullopt;
+}
+
+void PropertyView::DropWaiting() {
+    for (State& state : m_states) {
+        state.waiting.reset();
+    }
+}
+
 unsigned int PropertyView::ReadPresence(DeviceFeatures& features) {
     unsigned int presence = 0;
     for (const PropertyMapping& mapping : kPropertyMappings) {
@@ -172,10 +191,9 @@ unsigned int PropertyView::ReadControl(DeviceFeatures& features, unsigned int bi
         word |= mode == kAutoOnce ? FeatureControl::kOnePush : 0;
     }
     word = FeatureControl::kValue.Put(word, feature.ToRaw(feature.present));
-    if (const char* const second = feature.pMapping->secondEntry) {
-        const bool isSelected = features.Select({feature.pMapping->selector.feature, {second}});
-        const unsigned int raw = isSelected ? feature.ToRaw(features.GetNumber(feature.pValue->feature)) : 0;
-        word = FeatureControl::kSecondValue.Put(word, raw);
+    if (feature.pMapping->secondEntry != nullptr) {
+        const std::optional<Feature> second = FindSecond(features, feature);
+        word = FeatureControl::kSecondValue.Put(word, second ? second->ToRaw(second->present) : 0);
     }
     return word;
 }
@@ -202,10 +220,8 @@ void PropertyView::WriteControl(DeviceFeatures& features, unsigned int bit, unsi
         return;
     }
     SetRaw(features, feature, FeatureControl::kValue.Get(word));
-    if (const char* const second = feature.pMapping->secondEntry) {
-        if (features.Select({feature.pMapping->selector.feature, {second}})) {
-            SetRaw(features, feature, FeatureControl::kSecondValue.Get(word));
-        }
+    if (const std::optional<Feature> second = FindSecond(features, feature)) {
+        SetRaw(features, *second, FeatureControl::kSecondValue.Get(word));
     }
 }
 

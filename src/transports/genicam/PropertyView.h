@@ -30,6 +30,9 @@ class PropertyView {
     unsigned int ReadAbsolute(DeviceFeatures& features, unsigned int bit, unsigned int offset);
     void WriteAbsolute(DeviceFeatures& features, unsigned int bit, unsigned int offset, unsigned int word);
 
+    /// The camera's settings have been replaced: nothing waits any more.
+    void DropWaiting();
+
   private:
     struct Feature;
     struct State {
@@ -39,6 +42,7 @@ class PropertyView {
 
     Feature Find(DeviceFeatures& features, unsigned int bit);
     Feature Require(DeviceFeatures& features, unsigned int bit);
+    static std::optional<Feature> FindSecond(DeviceFeatures& features, const Feature& first);
     void SetModes(DeviceFeatures& features, const Feature& feature, unsigned int word);
     void SetRaw(DeviceFeatures& features, const Feature& feature, unsigned int raw);
 

@@ -304,7 +304,7 @@ void RegionView::Write(DeviceFeatures& features, unsigned int mode, unsigned int
         return row.offset == offset && row.value != nullptr;
     });
     if (!isThere || pRow == std::end(kRows)) {
-        // Some applications set a packet size in any case; here it is the stream's affair.
+        // The packet size among them: it is the stream's affair here.
         features.Fail(Failure(ERR_FEATURE_READ_ONLY, "it cannot be written."));
         return;
     }

@@ -29,6 +29,9 @@ class RegionView {
     unsigned int Read(DeviceFeatures& features, unsigned int mode, unsigned int offset);
     void Write(DeviceFeatures& features, unsigned int mode, unsigned int offset, unsigned int word);
 
+    /// The camera's settings have been replaced: nothing waits any more.
+    void DropWaiting() { m_waiting = {}; }
+
   private:
     /// In pixels of the mode.
     struct Region {

@@ -91,6 +91,11 @@ void MakeContinuous(DeviceFeatures& features) {
     }
 }
 
+unsigned int ReadOptionalFunctions(DeviceFeatures& features) {
+    return (LineView::ReadStrobes(features) != 0 ? OptionalFunction::kStrobe : 0U) |
+           (LutView::IsThere(features) ? OptionalFunction::kLut : 0U);
+}
+
 double ReadFramesLost(DeviceFeatures& features) {
     const char* const feature = features.Find(FeatureName::kFramesLost);
     return feature != nullptr ? features.GetNumber(feature) : 0;
@@ -105,7 +110,7 @@ const RegisterView::Row
             {Register::kInitialize, 1, "INITIALIZE", [](Run&, unsigned int) { return 0U; },
              [](Run& run, unsigned int, unsigned int value) {
                  if ((value & kSwitchBit) != 0) {
-                     run.view.m_userSets.Load(run.features, 0);
+                     run.view.LoadUserSet(run.features, 0);
                  }
              }},
             {Register::kFormatInquiry, 1, "V_FORMAT_INQ",
@@ -127,7 +132,8 @@ const RegisterView::Row
             {Register::kBasicFunctionInquiry, 1, "BASIC_FUNC_INQ",
              [](Run& run, unsigned int) {
                  return BasicFunction::kHighestMemoryChannel.Make(
-                     UserSetView::GetHighestChannel(run.features));
+                            UserSetView::GetHighestChannel(run.features)) |
+                        (ReadOptionalFunctions(run.features) != 0 ? BasicFunction::kOptionalFunctions : 0U);
              },
              nullptr},
             {Register::kFeatureHighInquiry, 1, "FEATURE_HI_INQ",
@@ -139,11 +145,7 @@ const RegisterView::Row
             {Register::kFeatureLowInquiry, 1, "FEATURE_LO_INQ", [](Run&, unsigned int) { return 0U; },
              nullptr},
             {Register::kOptionalFunctionInquiry, 1, "OPT_FUNCTION_INQ",
-             [](Run& run, unsigned int) {
-                 return (LineView::ReadStrobes(run.features) != 0 ? OptionalFunction::kStrobe : 0U) |
-                        (LutView::IsThere(run.features) ? OptionalFunction::kLut : 0U);
-             },
-             nullptr},
+             [](Run& run, unsigned int) { return ReadOptionalFunctions(run.features); }, nullptr},
             {Register::kStrobeCsrInquiry, 1, "STROBE_OUTPUT_CSR_INQ",
              [](Run& run, unsigned int) {
                  return LineView::ReadStrobes(run.features) != 0 ? ToCsr(kStrobeBlock) : 0U;
@@ -205,7 +207,7 @@ const RegisterView::Row
                  return kMemoryChannelField.Make(run.view.m_userSets.GetChannel());
              },
              [](Run& run, unsigned int, unsigned int value) {
-                 run.view.m_userSets.Load(run.features, kMemoryChannelField.Get(value));
+                 run.view.LoadUserSet(run.features, kMemoryChannelField.Get(value));
              }},
             {Register::kSoftwareTrigger, 1, "SOFTWARE_TRIGGER", [](Run&, unsigned int) { return 0U; },
              [](Run& run, unsigned int, unsigned int value) { TriggerView::Fire(run.features, value); }},
@@ -349,12 +351,18 @@ Error RegisterView::Write(unsigned int addressLow, const unsigned int* pValues, 
     return Error();
 }
 
-/// Off is passed on even when transmission is not known to be on: another program may have left it so.
+void RegisterView::LoadUserSet(DeviceFeatures& features, unsigned int channel) {
+    m_userSets.Load(features, channel);
+    if (!features.HasFailed()) {
+        m_properties.DropWaiting();
+        m_region.DropWaiting();
+    }
+}
+
+/// Passed on even when transmission is known to be so already: another program, a user set or the camera
+/// itself may have changed it.
 void RegisterView::WriteTransmission(DeviceFeatures& features, unsigned int value) {
     const bool on = (value & kSwitchBit) != 0;
-    if (on && m_isTransmitting) {
-        return;
-    }
     if (on) {
         MakeContinuous(features);
         if (!features.HasFailed()) {

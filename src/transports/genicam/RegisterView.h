@@ -34,6 +34,7 @@ class RegisterView : public RegisterAccess {
     static const Row kRows[];
     static const Row* FindRow(unsigned int addressLow, unsigned int* pIndex);
 
+    void LoadUserSet(DeviceFeatures& features, unsigned int channel);
     void WriteTransmission(DeviceFeatures& features, unsigned int value);
 
     const boost::shared_ptr<GenicamDevice> m_pDevice;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "BufferMarks.h"
+#include "DescriptionUrl.h"
 #include "DeviceListing.h"
 #include "FeatureTable.h"
 #include "FrameIds.h"
@@ -130,6 +131,29 @@ TEST(GenicamTables, PixelFormatsKeepTheirSizeAndColourOrder) {
         if (layout.format != PIXEL_FORMAT_UNKNOWN) {
             EXPECT_EQ(GetBitsPerPixel(layout.format), ARV_PIXEL_FORMAT_BIT_PER_PIXEL(one.genicam));
         }
+    }
+}
+
+TEST(GenicamTables, DescriptionsAreLoadedFromTheDeviceAndOfModestSizeOnly) {
+    const struct {
+        const char* url;
+        bool isGood;
+    } cases[] = {
+        {"Local:camera.xml;FFC00000;4000", true},
+        {"local:Camera.zip;c0000;1a3f?SchemaVersion=1.1.0", true},
+        {"Local:camera.zip;0;1000000", true},
+        {"Local:camera.zip;0;1000001", false},
+        {"Local:camera.zip;0;FFFFFFFFFFFFFFFFFFFFFFFF", false},
+        {"Local:camera.zip;0;-1", false},
+        {"Local:camera.zip;0;", false},
+        {"Local:camera.zip;0", false},
+        {"Local:camera.zip", false},
+        {"file:///etc/passwd", false},
+        {"http://example.com/camera.xml", false},
+        {"Loca", false},
+    };
+    for (const auto& one : cases) {
+        EXPECT_EQ(FindUrlFault(one.url) == nullptr, one.isGood) << one.url;
     }
 }
 

@@ -1,9 +1,12 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <mutex>
+#include <sstream>
 #include <thread>
 
 #include "BusMaster.h"
+#include "CameraWords.h"
 #include "GigeFixture.h"
 #include "Singleton.h"
 
@@ -12,6 +15,15 @@ namespace {
 
 using std::chrono::seconds;
 using std::chrono::steady_clock;
+
+// Seconds for threads that wait for a processor: other tests run beside this one, also under sanitizers.
+constexpr double kMachineSlack = 1.5;
+constexpr double kNoticedWithin = 1;  // as promised
+constexpr double kCallEndsWithin = 3;
+
+double GetSecondsSince(steady_clock::time_point begin) {
+    return std::chrono::duration<double>(steady_clock::now() - begin).count();
+}
 
 unsigned int GetGeneration() {
     const SingletonHold<BusMaster> busMaster;
@@ -53,9 +65,11 @@ TEST_F(GigeTest, LossEndsTheWaitAndTheCameraComesBack) {
     while ((error = m_camera.RetrieveBuffer(&image)) == ERR_OK) {  // what was under way when it was killed
     }
     EXPECT_EQ(error.GetType(), ERR_CAMERA_LOST) << error.GetTrace();
-    EXPECT_LT(steady_clock::now() - killed, seconds(15));
+    const double noticed = GetSecondsSince(killed);
+    std::printf("the retrieval ended %.2f s after the camera was killed\n", noticed);
+    EXPECT_LT(noticed, kNoticedWithin + kMachineSlack);
     EXPECT_GT(GetGeneration(), generation);
-    EXPECT_EQ(gone, 1);
+    EXPECT_TRUE(Comes([&] { return gone == 1; }));
 
     // From here on nothing is tried on the camera.
     const auto lost = steady_clock::now();
@@ -69,7 +83,7 @@ TEST_F(GigeTest, LossEndsTheWaitAndTheCameraComesBack) {
 
     StartFakeCamera();
     ASSERT_OK(m_camera.Connect(kSerialNumber));
-    EXPECT_EQ(come, 2);
+    EXPECT_TRUE(Comes([&] { return come == 2; }));
     ASSERT_OK(Write(kTestAddress, 5));
     ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
     for (unsigned int frame = 0; frame < 5; ++frame) {
@@ -89,9 +103,7 @@ TEST_F(GigeTest, SilenceIsNoticedAndNobodyWaitsForTheCamera) {
     const unsigned int generation = GetGeneration();
     m_pFakeCamera->Signal(SIGSTOP);
     const auto silent = steady_clock::now();
-    const auto sinceSilent = [silent] {
-        return std::chrono::duration<double>(steady_clock::now() - silent).count();
-    };
+    const auto sinceSilent = [silent] { return GetSecondsSince(silent); };
     double retrievalEnded = 0;
     std::thread retrieving([&] {
         Image image;
@@ -99,6 +111,15 @@ TEST_F(GigeTest, SilenceIsNoticedAndNobodyWaitsForTheCamera) {
         while ((ended = m_camera.GetStream().RetrieveBuffer(&image)) == ERR_OK) {
         }
         retrievalEnded = sinceSilent();
+        EXPECT_EQ(ended.GetType(), ERR_CAMERA_LOST) << ended.GetTrace();
+    });
+    double viewEnded = 0;
+    std::thread viewing([&] {
+        unsigned int size = 0;
+        Error ended;
+        while ((ended = m_camera.GetStream().ReadRegister(0x300C, &size)) == ERR_OK) {
+        }
+        viewEnded = sinceSilent();
         EXPECT_EQ(ended.GetType(), ERR_CAMERA_LOST) << ended.GetTrace();
     });
     unsigned int value = 0;
@@ -112,24 +133,99 @@ TEST_F(GigeTest, SilenceIsNoticedAndNobodyWaitsForTheCamera) {
     const auto begun = steady_clock::now();
     EXPECT_EQ(Read(kWidthAddress, &value).GetType(), ERR_INVALID_GENERATION);
     EXPECT_EQ(m_camera.WriteRegister(kTransmission, 0).GetType(), ERR_INVALID_GENERATION);
-    const double calls = std::chrono::duration<double>(steady_clock::now() - begun).count();
+    const double calls = GetSecondsSince(begun);
     retrieving.join();
+    viewing.join();
     const auto leaving = steady_clock::now();
     ASSERT_OK(m_camera.Disconnect());
-    const double left = std::chrono::duration<double>(steady_clock::now() - leaving).count();
+    const double left = GetSecondsSince(leaving);
     std::printf(
-        "noticed %.2f s, call in flight %.2f s, retrieval %.2f s, two calls afterwards %.4f s, leaving %.2f "
-        "s\n",
-        noticed, callEnded, retrievalEnded, calls, left);
-    EXPECT_LT(noticed, 2.5);
-    EXPECT_LT(callEnded, 3);
-    EXPECT_LT(retrievalEnded, 3);
+        "noticed %.2f s, call in flight %.2f s, on a feature %.2f s, retrieval %.2f s, two calls afterwards "
+        "%.4f s, leaving %.2f s\n",
+        noticed, callEnded, viewEnded, retrievalEnded, calls, left);
+    EXPECT_LT(noticed, kNoticedWithin + kMachineSlack);
+    EXPECT_LT(callEnded, kCallEndsWithin);
+    EXPECT_LT(viewEnded, kCallEndsWithin);
+    EXPECT_LT(retrievalEnded, kCallEndsWithin);
     EXPECT_LT(calls, 0.5);
-    EXPECT_LT(left, 5);
+    EXPECT_LT(left, kCallEndsWithin);
 
     m_pFakeCamera->Signal(SIGCONT);
     EXPECT_TRUE(Comes([&] { return m_camera.Connect(kSerialNumber) == ERR_OK; }));
     ASSERT_OK(Read(kWidthAddress, &value));
+}
+
+/// What the stream had counted when a policy had put it to rest.
+struct Interruption {
+    TestCamera* pCamera = nullptr;
+    std::mutex mutex;  // guards what follows
+    unsigned int countedBefore = 0;
+    std::vector<ReconnectStep> steps;  // without failed tries
+};
+
+TEST_F(GigeTest, PolicyBringsBackSettingsAndStreamOfAKilledCamera) {
+    Interruption interruption;
+    interruption.pCamera = &m_camera;
+    ReconnectPolicy policy;
+    policy.limitMs = 60000;
+    policy.userData = &interruption;
+    policy.callback = [](const ReconnectReport* pReport) {
+        auto& told = *static_cast<Interruption*>(const_cast<void*>(pReport->userData));
+        const std::lock_guard<std::mutex> lock(told.mutex);
+        if (pReport->step == RECONNECT_LOST) {
+            told.countedBefore = told.pCamera->CountAll();
+        }
+        if (pReport->step != RECONNECT_TRY_FAILED) {
+            told.steps.push_back(pReport->step);
+        }
+    };
+    ASSERT_OK(m_camera.SetReconnectPolicy(&policy));
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    std::istringstream region("0 16 8 128 64 Mono8");
+    ASSERT_OK(Region().set(m_camera, region));
+    std::istringstream exposure("0.02");
+    ASSERT_OK(Absolute(SHUTTER).set(m_camera, exposure));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
+    unsigned int taken = 0;
+    const auto take = [&](unsigned int gaps) {
+        Image image;
+        for (unsigned int frame = 0; frame < 10; ++frame, ++taken) {
+            ASSERT_OK(m_camera.WaitForBufferEvent(&image, 30000));
+            EXPECT_EQ(image.GetGaps(), gaps);
+            EXPECT_EQ(image.GetWidth() * image.GetHeight(), 128U * 64U);
+        }
+    };
+    take(0);
+    const unsigned int generation = GetGeneration();
+    m_pFakeCamera->Signal(SIGKILL);
+    const auto killed = steady_clock::now();
+    ASSERT_TRUE(Comes([&] { return GetGeneration() != generation; }));
+    const double noticed = GetSecondsSince(killed);
+    EXPECT_LT(noticed, kNoticedWithin + kMachineSlack);
+    StartFakeCamera();
+    const auto returned = steady_clock::now();
+    ASSERT_OK(m_camera.WaitForReconnection(60000));
+    const double resumed = GetSecondsSince(returned);
+    EXPECT_EQ(Region().get(m_camera), "0 16 8 128 64 Mono8");
+    EXPECT_EQ(Absolute(SHUTTER).get(m_camera), "0.02");
+    take(1);
+    ASSERT_OK(m_camera.WriteRegister(kTransmission, 0));
+    for (Image image; m_camera.WaitForBufferEvent(&image, 500) == ERR_OK; ++taken) {
+        EXPECT_EQ(image.GetGaps(), 1U);
+    }
+    ASSERT_OK(m_camera.StopCapture());
+    unsigned int sent = 0;
+    ASSERT_OK(Read(kFrameCountAddress, &sent));
+    const std::lock_guard<std::mutex> lock(interruption.mutex);
+    std::printf(
+        "noticed %.2f s, resumed %.2f s after the return; %u frames before the gap, %u of %u after it\n",
+        noticed, resumed, interruption.countedBefore, m_camera.CountAll() - interruption.countedBefore, sent);
+    EXPECT_EQ(m_camera.CountAll() - interruption.countedBefore, sent);
+    EXPECT_GE(interruption.countedBefore, 10U);
+    EXPECT_LE(taken, m_camera.GetStream().GetNumOfImageDelivered());
+    EXPECT_EQ(interruption.steps,
+              (std::vector<ReconnectStep>{RECONNECT_LOST, RECONNECT_CONNECTED, RECONNECT_RESTORED,
+                                          RECONNECT_RESUMED, RECONNECT_DONE}));
 }
 
 TEST_F(GigeTest, NextProgramConnectsWithinTheHeartbeatTime) {
@@ -144,7 +240,7 @@ TEST_F(GigeTest, NextProgramConnectsWithinTheHeartbeatTime) {
         EXPECT_TRUE(error == ERR_OK || error == ERR_ACCESS_DENIED) << error.GetTrace();
         return error == ERR_OK;
     }));
-    const double connected = std::chrono::duration<double>(steady_clock::now() - killed).count();
+    const double connected = GetSecondsSince(killed);
     std::printf("connected %.2f s after the holder was killed; the heartbeat time is 3 s\n", connected);
     EXPECT_LT(connected, 10);
 }

@@ -183,6 +183,10 @@ TEST_F(RegisterViewTest, AbilitiesAndRangesAreTheCamerasOwn) {
     ASSERT_OK(m_camera.GetStats(&stats));
     EXPECT_EQ(stats.transmitFailures, 0U);
 
+    unsigned int functions = 0;
+    ASSERT_OK(m_camera.ReadRegister(0x400, &functions));
+    EXPECT_EQ(functions, 0x10000002U) << "optional functions, and two memory channels";
+
     Format7Info format;
     format.mode = 1;
     ASSERT_OK(m_camera.GetFormat7Info(&format));
@@ -220,6 +224,42 @@ TEST_F(RegisterViewTest, AbilitiesAndRangesAreTheCamerasOwn) {
         EXPECT_EQ(error.GetType(), ERR_WRITE_REGISTER_FAILED) << std::hex << one.address;
         EXPECT_NE(std::string(error.GetDescription()).find(one.text), std::string::npos) << error.GetTrace();
     }
+}
+
+TEST_F(RegisterViewTest, NothingWaitsWhenAUserSetIsLoaded) {
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    const auto set = [&](const Setting& setting, const char* text) {
+        std::istringstream words(text);
+        return setting.set(m_camera, words);
+    };
+    const std::string exposure = Absolute(SHUTTER).get(m_camera);
+    ASSERT_OK(set(Modes(SHUTTER), "1 1 0"));
+    ASSERT_OK(m_camera.WriteRegister(0x2078, 0x3D4CCCCD));               // 0.05 s, for when it is manual
+    ASSERT_OK(m_camera.WriteRegister(0x3000 + 0x80 + 0xC, 0x00200010));  // 32 x 16, for when mode 1 is chosen
+    EXPECT_EQ(Absolute(SHUTTER).get(m_camera), "0.05");
+    ASSERT_OK(set(TheMemoryChannel(), "1 1"));
+    EXPECT_EQ(Absolute(SHUTTER).get(m_camera), exposure);
+    unsigned int size = 0;
+    ASSERT_OK(m_camera.ReadRegister(0x3000 + 0x80 + 0xC, &size));
+    EXPECT_EQ(size, 0x04000200U);
+}
+
+TEST_F(RegisterViewTest, SizesThatADeviceTellsAreBounded) {
+    StartHostileCamera("4095", "90000000");
+    ASSERT_OK(m_camera.Connect(kSerialNumber));
+    const Error tooLarge = m_camera.StartCapture(nullptr, nullptr);
+    EXPECT_EQ(tooLarge.GetType(), ERR_VALUE_OUT_OF_RANGE) << tooLarge.GetTrace();
+
+    const char url[] = "Local:huge.xml;10000;1000001";
+    std::vector<unsigned int> quadlets(sizeof url / 4 + 1);
+    for (std::size_t index = 0; index < sizeof url; ++index) {
+        quadlets[index / 4] |= static_cast<unsigned int>(url[index]) << (24 - index % 4 * 8);
+    }
+    const auto count = static_cast<unsigned int>(quadlets.size());
+    ASSERT_OK(m_camera.WriteRegisterBlock(0, 0x200, quadlets.data(), count));
+    ASSERT_OK(m_camera.Disconnect());
+    const Error error = m_camera.Connect(kSerialNumber);
+    EXPECT_EQ(error.GetType(), ERR_INVALID_DESCRIPTION) << error.GetTrace();
 }
 
 TEST_F(RegisterViewTest, WhatTheCameraLacksIsAbsent) {

@@ -6,11 +6,13 @@
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "BusMaster.h"
+#include "Failure.h"
 #include "IidcCamera.h"
 #include "Image.h"
 #include "Iso.h"
@@ -26,6 +28,7 @@ constexpr unsigned int kSerial = 51;
 constexpr unsigned int kPatienceMs = 30000;
 constexpr unsigned int kGain = 0x820;
 constexpr unsigned int kShutter = 0x81C;
+constexpr unsigned int kTransmission = 0x614;
 
 class TestCamera : public IidcCamera {
   public:
@@ -211,6 +214,79 @@ TEST_F(Reconnection, SurvivesABusResetAndSaysWhatTheCameraRefuses) {
     EXPECT_EQ(m_steps[2].count, 0U);
 }
 
+TEST_F(Reconnection, ResumesWhatTheApplicationWantsNow) {
+    SetPolicy(kPatienceMs);
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    const auto lose = [&] {
+        {
+            boost::lock_guard<boost::mutex> lock(m_mutex);
+            m_steps.clear();
+        }
+        ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+        ASSERT_TRUE(Reaches(RECONNECT_LOST));
+    };
+    const auto comeBack = [&] {
+        ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
+        ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    };
+    ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
+    lose();
+    SetPolicy(kPatienceMs);
+    comeBack();
+    EXPECT_TRUE(m_pCamera->GetStream().IsGrabStarted()) << "with a policy that was set anew meanwhile";
+    EXPECT_EQ(ReadBack(kTransmission), kOn);
+
+    ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kTransmission, 0)));
+    for (unsigned int times = 0; times < 2; ++times) {
+        lose();
+        comeBack();
+        EXPECT_TRUE(m_pCamera->GetStream().IsGrabStarted());
+        EXPECT_EQ(ReadBack(kTransmission), 0U) << "it was switched off by the application";
+    }
+
+    lose();
+    EXPECT_EQ(m_pCamera->StopCapture().GetType(), ERR_INVALID_GENERATION);
+    comeBack();
+    EXPECT_FALSE(m_pCamera->GetStream().IsGrabStarted()) << "stopped while there was no camera";
+    ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
+    EXPECT_EQ(ReadBack(kTransmission), kOn);
+}
+
+TEST_F(Reconnection, IsNotWaitedForByWhatItWaitsFor) {
+    struct Answers {
+        TestCamera* pCamera = nullptr;
+        std::atomic<int> inReport{ERR_OK};
+        std::atomic<int> inImageCallback{ERR_OK};
+    } answers;
+    answers.pCamera = m_pCamera.get();
+    ReconnectPolicy policy;
+    policy.limitMs = kPatienceMs;
+    policy.userData = &answers;
+    policy.callback = [](const ReconnectReport* pReport) {
+        auto& told = *static_cast<Answers*>(const_cast<void*>(pReport->userData));
+        told.inReport = told.pCamera->WaitForReconnection(kPatienceMs).GetType();
+    };
+    ASSERT_TRUE(IsOk(m_pCamera->SetReconnectPolicy(&policy)));
+    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    ASSERT_TRUE(IsOk(m_pCamera->StartCapture(
+        [](Image*, const void* pData) {
+            auto& told = *static_cast<Answers*>(const_cast<void*>(pData));
+            told.inImageCallback = told.pCamera->WaitForReconnection(kPatienceMs).GetType();
+        },
+        &answers)));
+    m_pSimulation->AdvanceClock(kSecond / 3);
+    const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(kPatienceMs);
+    while (answers.inImageCallback == ERR_OK && boost::chrono::steady_clock::now() < deadline) {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
+    }
+    ASSERT_TRUE(IsOk(m_pSimulation->ResetBus(kSerial)));
+    ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    ASSERT_TRUE(IsOk(m_pCamera->SetReconnectPolicy(nullptr)));  // the last report has ended
+    ASSERT_TRUE(IsOk(m_pCamera->StopCapture()));
+    EXPECT_EQ(answers.inReport, ERR_NOT_SUPPORTED);
+    EXPECT_EQ(answers.inImageCallback, ERR_NOT_SUPPORTED);
+}
+
 TEST_F(Reconnection, EndsWithItsTimeOrWithThePolicy) {
     ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
     ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
@@ -245,23 +321,25 @@ TEST(SettingsMemory, HoldsTheLastWritesInTheirOrderAndNoActions) {
           {kRegisterSpace, kBase + 0x820, {3}}},
          {{kRegisterSpace, kBase + 0x81C, {2}}, {kRegisterSpace, kBase + 0x820, {3}}}},
         {"what was written together stays together",
-         {{kDeviceMemory, 0x100, {1, 2, 3}},
-          {kDeviceMemory, 0x108, {4}},
+         {{kRegisterSpace, kBase + 0x2100, {1, 2, 3}},
+          {kRegisterSpace, kBase + 0x2108, {4}},
           {kRegisterSpace, kBase + 0x600, {5}}},
-         {{kDeviceMemory, 0x100, {1, 2}}, {kDeviceMemory, 0x108, {4}}, {kRegisterSpace, kBase + 0x600, {5}}}},
-        {"actions are none: transmission, one shot, saving, the software trigger",
+         {{kRegisterSpace, kBase + 0x2100, {1, 2}},
+          {kRegisterSpace, kBase + 0x2108, {4}},
+          {kRegisterSpace, kBase + 0x600, {5}}}},
+        {"actions are none: transmission, one shot, saving, the software trigger, resetting a count",
          {{kRegisterSpace, kBase + 0x614, {kOn}},
           {kRegisterSpace, kBase + 0x61C, {kOn}},
           {kRegisterSpace, kBase + 0x618, {kOn}},
           {kRegisterSpace, kBase + 0x62C, {kOn}},
-          {kDeviceMemory, 0x614, {7}}},
-         {{kDeviceMemory, 0x614, {7}}}},
-        {"initializing undoes what went before, in the register space",
-         {{kDeviceMemory, 0x100, {1}},
-          {kRegisterSpace, kBase + 0x820, {1}},
+          {kRegisterSpace, kBase + 0x12FC, {0}}},
+         {}},
+        {"a device's own memory is none of these", {{kDeviceMemory, 0x820, {7}}}, {}},
+        {"initializing undoes what went before",
+         {{kRegisterSpace, kBase + 0x820, {1}},
           {kRegisterSpace, kBase, {kOn}},
           {kRegisterSpace, kBase + 0x81C, {2}}},
-         {{kDeviceMemory, 0x100, {1}}, {kRegisterSpace, kBase + 0x81C, {2}}}},
+         {{kRegisterSpace, kBase + 0x81C, {2}}}},
         {"one push is not pushed again",
          {{kRegisterSpace, kBase + 0x80C, {0x86000001}}},
          {{kRegisterSpace, kBase + 0x80C, {0x82000001}}}},
@@ -280,6 +358,46 @@ TEST(SettingsMemory, HoldsTheLastWritesInTheirOrderAndNoActions) {
             EXPECT_EQ(runs[index].values, row.runs[index].values) << row.what;
         }
     }
+}
+
+/// Two pairs of registers that refuse one another: a position that is to lie within the size, and a shutter
+/// time that is to fit into the period of the frames.
+TEST(SettingsMemory, PutsBackWhatHasToWaitForLaterSettings) {
+    constexpr unsigned int kPosition = 8;
+    constexpr unsigned int kSize = 12;
+    constexpr unsigned int kTime = 16;
+    constexpr unsigned int kPeriod = 20;
+    constexpr unsigned int kNothing = 24;
+    std::map<unsigned int, unsigned int> device{{kPosition, 0}, {kSize, 100}, {kTime, 5}, {kPeriod, 10}};
+    unsigned int writes = 0;
+    Error away;
+    const auto write = [&](const SettingsMemory::Run& run) {
+        ++writes;
+        auto changed = device;
+        changed[run.addressLow] = run.values[0];
+        if (run.addressLow == kNothing || changed[kPosition] + changed[kSize] > 100 ||
+            changed[kTime] > changed[kPeriod]) {
+            return Failure(ERR_WRITE_REGISTER_FAILED, "Register %u takes no %u.", run.addressLow,
+                           run.values[0]);
+        }
+        device = changed;
+        return away;
+    };
+    const std::vector<SettingsMemory::Run> runs{{kRegisterSpace, kNothing, {1}},
+                                                {kRegisterSpace, kPosition, {60}},
+                                                {kRegisterSpace, kTime, {25}},
+                                                {kRegisterSpace, kSize, {40}},
+                                                {kRegisterSpace, kPeriod, {30}}};
+    unsigned int count = 0;
+    Error refusal;
+    ASSERT_TRUE(IsOk(SettingsMemory::PutBack(runs, write, &count, &refusal)));
+    EXPECT_EQ(count, 4U);
+    EXPECT_EQ(refusal.GetType(), ERR_WRITE_REGISTER_FAILED);
+    EXPECT_EQ(device[kPosition] * 1000 + device[kTime], 60025U);
+    EXPECT_EQ(writes, 5U + 3U + 1U) << "until a pass changes nothing";
+    away = Failure(ERR_CAMERA_LOST, "gone");
+    EXPECT_EQ(SettingsMemory::PutBack({runs[3], runs[4]}, write, &count, &refusal), ERR_CAMERA_LOST);
+    EXPECT_EQ(writes, 10U);
 }
 
 }  // namespace
