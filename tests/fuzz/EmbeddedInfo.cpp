@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <boost/smart_ptr/make_shared.hpp>
 #include <vector>
 
 #include "CycleTime.h"

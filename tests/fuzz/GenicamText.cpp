@@ -13,6 +13,7 @@ void Run(const std::uint8_t* bytes, std::size_t size) {
     RequirePrintable(Printable(text) + ".");
     const unsigned int serialNumber = MakeSerialNumber(text);
     Require(MakeSerialNumber(std::to_string(serialNumber)) == serialNumber, "a decimal number is itself");
+    g_log_set_default_handler([](const char*, GLogLevelFlags, const char*, void*) {}, nullptr);
     ArvGc* const pDescription = arv_gc_new(nullptr, text.data(), text.size());
     if (ARV_IS_GC(pDescription)) {
         const std::string fault = FindDescriptionFault(pDescription);
