@@ -84,6 +84,11 @@ if(ZEVRIN_SANITIZE)
     add_link_options(-fsanitize=${ZEVRIN_SANITIZE})
 endif()
 
+option(ZEVRIN_FUZZER "Fuzz harnesses for libFuzzer (needs clang)" OFF)
+if(ZEVRIN_FUZZER)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # No path of the machine that built it in messages or binaries.
 add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 

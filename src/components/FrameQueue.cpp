@@ -7,6 +7,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/thread.hpp>
+#include <cassert>
 #include <utility>
 
 #include "CycleTime.h"
@@ -53,6 +54,7 @@ Frame* FrameQueue::BeginFill(std::size_t keepWaiting) {
     } else {
         return nullptr;
     }
+    ++m_given;
     pFrame->info = FrameInfo();
     return pFrame;
 }
@@ -65,8 +67,11 @@ void FrameQueue::EndFill(Frame* pFrame) {
     }
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
+        --m_given;
+        ++m_arrived;
         if (!pFrame->info.isComplete) {
             ++m_pCounters->corrupt;
+            ++m_settled;
         }
         if (!m_closed && (pFrame->info.isComplete || m_deliverIncomplete)) {
             m_waiting.push_back(pFrame);
@@ -83,7 +88,16 @@ void FrameQueue::EndFill(Frame* pFrame) {
 void FrameQueue::CountUnclaimed(const Frame& frame) {
     if (frame.info.isComplete) {
         CountDriverDropped(1);
+        ++m_settled;
     }
+}
+
+/// The double entry: the shared counters can be zeroed at any time, so the queue keeps its own.
+void FrameQueue::CheckAccounts() const {
+#ifdef ZEVRIN_CHECK_ACCOUNTS
+    assert(m_settled == m_arrived);
+    assert(m_free.size() + m_waiting.size() + m_given == m_frames.size());
+#endif
 }
 
 void FrameQueue::AbandonFill(Frame* pFrame) {
@@ -97,6 +111,7 @@ void FrameQueue::Release(Frame* pFrame) {
 void FrameQueue::ReturnToFree(Frame* pFrame) {
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
+        --m_given;
         m_free.push_back(pFrame);
     }
     NotifyFree();
@@ -135,8 +150,10 @@ Error FrameQueue::Retrieve(Frame** ppFrame, int timeoutMs, const std::atomic<boo
         if (!m_waiting.empty()) {
             *ppFrame = m_waiting.front();
             m_waiting.pop_front();
+            ++m_given;
             if ((*ppFrame)->info.isComplete) {
                 ++m_pCounters->delivered;
+                ++m_settled;
             }
             return Error();
         }
@@ -167,6 +184,7 @@ void FrameQueue::Close() {
         m_free.push_back(pFrame);
     }
     m_waiting.clear();
+    CheckAccounts();
     m_changed.notify_all();
 }
 

@@ -116,10 +116,13 @@ class FrameQueue {
     void WakeAll();
 
     /// The stream has ended: waiting frames are counted as driver-dropped, retrievals fail from here on.
+    /// Debug builds end the process when a frame that arrived was counted twice or not at all, or a buffer is
+    /// missing.
     void Close();
 
   private:
     void CountUnclaimed(const Frame& frame);
+    void CheckAccounts() const;
     void ReturnToFree(Frame* pFrame);
     void NotifyFree();
 
@@ -135,6 +138,9 @@ class FrameQueue {
     boost::condition_variable m_changed;
     std::vector<Frame*> m_free;
     boost::circular_buffer<Frame*> m_waiting;
+    std::size_t m_given = 0;           ///< buffers that the transport fills or an image holds
+    unsigned long long m_arrived = 0;  ///< frames that were filled in
+    unsigned long long m_settled = 0;  ///< of these, those that have been counted as what became of them
     bool m_closed = false;
     Error m_failure;
 

@@ -2,6 +2,7 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +17,8 @@ namespace Zevrin {
 /// register's offset in hexadecimal; all else goes by the transport's operation.
 struct Meter {
     std::vector<std::string> accesses;
-    std::size_t lost = 0;  ///< counted from 1; 0: none
+    std::size_t lost = 0;             ///< counted from 1; 0: none
+    std::function<void()> meanwhile;  ///< happens to the camera at that access, which is then made
     int opened = 0;
     boost::shared_ptr<SimulatedDevice> pDevice;
 
@@ -26,7 +28,14 @@ struct Meter {
     }
     Error Take(const std::string& access) {
         accesses.push_back(access);
-        return accesses.size() == lost ? Failure(ERR_TIMEOUT, "Access %zu is lost.", lost) : Error();
+        if (accesses.size() != lost) {
+            return Error();
+        }
+        if (meanwhile) {
+            meanwhile();
+            return Error();
+        }
+        return Failure(ERR_TIMEOUT, "Access %zu is lost.", lost);
     }
     Error TakeRegister(const char* kind, unsigned int low) {
         char text[16];

@@ -54,6 +54,9 @@ struct Tool {
     std::function<void()> run;  ///< throws `ToolFailure`
 };
 
+/// Gives the program its options and verbs; nothing is done until `run` is called.
+void SetUpCommandLine(CLI::App& app, Tool& tool);
+
 // Each verb adds itself to the command line.
 void AddListVerb(CLI::App& app, Tool& tool);
 void AddInfoVerb(CLI::App& app, Tool& tool);

@@ -1,54 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
-#include <memory>
 
-#include "CommandLine.h"
-#include "CommandTree.h"
 #include "Tool.h"
 
 namespace {
 
 using namespace ZevrinTool;
-
-constexpr char kFooter[] =
-    R"(Data goes to standard output, messages go to standard error. A serial number can be left out when exactly one
-camera is there.
-
-Exit codes: 0 good, 1 the operation failed, 2 usage, 3 no such camera, 4 time-out
-
-Environment:
-  ZEVRIN_SIMULATE    what --simulate says, for every program of the library
-  ZEVRIN_TRANSPORTS  where to look for cameras, separated by commas: simulated, genicam (default: everywhere)
-  ZEVRIN_IIDC_BLOCK  where cameras have IIDC registers of their own: SERIAL=ADDRESS, separated by commas
-  ZEVRIN_LOG         level of the library's log on standard error: off, error, warn, info, debug (default: off)
-
-Examples:
-  zevrin list
-  zevrin --simulate 2 list
-  zevrin --simulate 2 grab -n 20 -o images 1001
-)";
-
-void AddGlobalOptions(CLI::App& app, Tool& tool) {
-    app.add_option("--simulate", tool.simulate,
-                   "Adds simulated cameras: 1 to 64 with serial numbers 1001 and on, or as a JSON file "
-                   "describes them")
-        ->type_name("<count|file>");
-    app.add_flag("--json", tool.json, "Writes JSON to standard output, for programs");
-    app.set_help_flag("-h,--help", "Shows this text");
-    app.set_version_flag("--version", "zevrin " ZEVRIN_VERSION, "Shows the version");
-}
-
-/// Texts that are made of the command line itself, for a build to install. Not in the help, since nobody
-/// types them. They end the parsing as `--version` does.
-void AddGenerators(CLI::App& app) {
-    const auto end = [](const std::string& text) { throw CLI::CallForVersion(text, 0); };
-    app.add_option_function<std::string>(
-           "--completion",
-           [&app, end](const std::string& shell) { end(FormatCompletion(DescribeCommandLine(app), shell)); })
-        ->group("");
-    app.add_flag_callback("--man", [&app, end] { end(FormatManPage(DescribeCommandLine(app))); })->group("");
-}
 
 /// `CLI::App::exit` shows help, version or message; only its numbers are its own.
 int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
@@ -57,23 +15,8 @@ int EndParsing(const CLI::App& app, const CLI::ParseError& problem) {
 
 int Run(int argc, char** argv) {
     Tool tool;
-    CLI::App app(
-        "Lists register-mapped cameras, shows and changes how they are set, and grabs and records images.",
-        "zevrin");
-    app.formatter(std::make_shared<HelpFormatter>());
-    app.footer(kFooter);
-    app.failure_message(DescribeProblem);
-    app.require_subcommand(1);
-    app.fallthrough();
-    AddGlobalOptions(app, tool);
-    AddGenerators(app);
-    for (const auto pAdd :
-         {AddListVerb,    AddInfoVerb,   AddRegVerb,    AddGrabVerb,   AddCaptureVerb, AddPropertyVerb,
-          AddTriggerVerb, AddStrobeVerb, AddLutVerb,    AddMemoryVerb, AddGpioVerb,    AddEmbeddedVerb,
-          AddStatsVerb,   AddTimeVerb,   AddEventsVerb, AddFormatVerb, AddSyncVerb,    AddPlanVerb,
-          AddConfigVerb,  AddCheckVerb,  AddHelpVerb}) {
-        pAdd(app, tool);
-    }
+    CLI::App app;
+    SetUpCommandLine(app, tool);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& problem) {

@@ -121,15 +121,19 @@ class Check {
 
 }  // namespace
 
+std::string FindDescriptionFault(ArvGc* pDescription) {
+    Check check(pDescription);
+    check.VisitAll(ARV_DOM_NODE(pDescription));
+    return check.GetFault();
+}
+
 Error CheckDescription(GenicamDevice& device) {
     std::string fault;
     const Error error = device.Access(ERR_INVALID_DESCRIPTION, "Looking through the camera's description",
                                       [&](ArvDevice* pDevice, GError**) {
                                           ArvGc* const pDescription = arv_device_get_genicam(pDevice);
                                           if (ARV_IS_GC(pDescription)) {
-                                              Check check(pDescription);
-                                              check.VisitAll(ARV_DOM_NODE(pDescription));
-                                              fault = check.GetFault();
+                                              fault = FindDescriptionFault(pDescription);
                                           }
                                       });
     if (error == ERR_OK && !fault.empty()) {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <arv.h>
+
+#include <string>
+
 #include "zevrin/Error.h"
 
 namespace Zevrin {
@@ -10,5 +14,10 @@ class GenicamDevice;
 /// of none from so many others that finding it out does not end. Aravis follows any reference.
 /// Errors: ERR_INVALID_DESCRIPTION (names the feature), ERR_CAMERA_LOST.
 Error CheckDescription(GenicamDevice& device);
+
+/// The same, of a description that no device need be there for.
+/// @return what is wrong with it, printable; empty: nothing
+/// Threads: one thread at a time for one description.
+std::string FindDescriptionFault(ArvGc* pDescription);
 
 }  // namespace Zevrin

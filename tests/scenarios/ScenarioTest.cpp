@@ -1,0 +1,276 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/chrono/duration.hpp>
+#include <boost/chrono/system_clocks.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "Image.h"
+#include "camera/MeteredTransport.h"
+#include "support/FrameAccount.h"
+
+namespace Zevrin {
+namespace {
+
+using nlohmann::json;
+
+constexpr auto kDeadline = boost::chrono::seconds(60);
+constexpr unsigned long long kTickUs = 1000;
+
+/// A callback that stays within a call until it is let go, and counts.
+class Gate {
+  public:
+    static void Call(Image*, const void* pData) { static_cast<Gate*>(const_cast<void*>(pData))->Enter(); }
+    void LetGo() {
+        const boost::unique_lock<boost::mutex> lock(m_mutex);
+        m_isOpen = true;
+        m_changed.notify_all();
+    }
+    bool WaitForCalls(unsigned int calls) {
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, kDeadline, [&] { return m_calls >= calls; });
+    }
+
+  private:
+    void Enter() {
+        boost::unique_lock<boost::mutex> lock(m_mutex);
+        ++m_calls;
+        m_changed.notify_all();
+        m_changed.wait_for(lock, kDeadline, [&] { return m_isOpen; });
+    }
+    boost::mutex m_mutex;  // guards what follows
+    boost::condition_variable m_changed;
+    bool m_isOpen = false;
+    unsigned int m_calls = 0;
+};
+
+/// One camera with whoever uses it.
+struct Actor {
+    boost::shared_ptr<AccountedCamera> pCamera = boost::make_shared<AccountedCamera>();
+    Gate gate;
+    bool hasCallback = false;
+    unsigned long long consumeEveryUs = 0;  ///< 0: nobody takes images by himself
+    std::vector<Image> held;
+};
+
+struct ScenarioFile {
+    std::string path;
+};
+
+void PrintTo(const ScenarioFile& file, std::ostream* pStream) {
+    *pStream << file.path;
+}
+
+class Scenario : public testing::TestWithParam<ScenarioFile> {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(setenv("ZEVRIN_TRANSPORTS", "simulated", 1),
+                  0);  // no search of the network for who is away
+        std::ifstream stream(GetParam().path);
+        m_document = json::parse(stream);
+        const Error error = Simulation::FromJson(m_document.at("simulation").dump(), &m_pSimulation);
+        ASSERT_EQ(error, ERR_OK) << error.GetTrace();
+        for (const auto& [serial, setup] : m_document.at("cameras").items()) {
+            Actor& actor = m_actors[static_cast<unsigned int>(std::stoul(serial))];
+            ASSERT_EQ(actor.pCamera->Connect(static_cast<unsigned int>(std::stoul(serial))), ERR_OK);
+            ZevrinConfig config;
+            config.grabMode = setup.value("mode", "inOrder") == "newest" ? GRAB_NEWEST : GRAB_IN_ORDER;
+            config.numBuffers = setup.value("buffers", 4U);
+            ASSERT_EQ(actor.pCamera->SetConfiguration(&config), ERR_OK);
+            actor.hasCallback = setup.value("callback", false);
+            actor.consumeEveryUs = setup.value("consumeEveryUs", 0ULL);
+        }
+    }
+
+    /// The operations that a step can name.
+    Error Do(const json& step) {
+        const unsigned int serial = step.value("camera", m_actors.begin()->first);
+        Actor& actor = m_actors[serial];
+        AccountedCamera& camera = *actor.pCamera;
+        const std::map<std::string, std::function<Error()>> operations = {
+            {"start",
+             [&] { return camera.StartCapture(actor.hasCallback ? Gate::Call : nullptr, &actor.gate); }},
+            {"stop", [&] { return camera.StopCapture(); }},
+            {"connect", [&] { return camera.Connect(serial); }},
+            {"disconnect", [&] { return camera.Disconnect(); }},
+            {"reset", [&] { return m_pSimulation->ResetBus(serial); }},
+            {"unplug", [&] { return m_pSimulation->Unplug(serial); }},
+            {"replug", [&] { return m_pSimulation->Replug(serial); }},
+            {"faults", [&] { return m_pSimulation->SetFaults(serial, step.at("faults").dump()); }},
+            {"retrieve",
+             [&] {
+                 Image image;
+                 return camera.WaitForBufferEvent(&image, 0);
+             }},
+            {"hold",
+             [&] {
+                 actor.held.emplace_back();
+                 return camera.WaitForBufferEvent(&actor.held.back(), 0);
+             }},
+            {"release",
+             [&] {
+                 actor.held.clear();
+                 return Error();
+             }},
+            {"letCallback",
+             [&] {
+                 actor.gate.LetGo();
+                 return Error();
+             }},
+            {"awaitCallback",
+             [&] {
+                 EXPECT_TRUE(actor.gate.WaitForCalls(step.value("calls", 1U)));
+                 return Error();
+             }},
+            {"syncStart", [&] { return SyncStart(step, serial); }},
+        };
+        if (step.contains("access")) {
+            DisturbAtAccess(step, serial);
+        }
+        return operations.at(step.at("do"))();
+    }
+
+    /// At the n-th access of the step, which goes on after that.
+    void DisturbAtAccess(const json& step, unsigned int serial) {
+        SimulatedTransport transport;
+        std::vector<boost::shared_ptr<HardwareInterface>> cameras;
+        ASSERT_EQ(transport.Discover(&cameras), ERR_OK);
+        const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const auto& pCamera) {
+            return pCamera->GetIdentity().serialNumber == serial;
+        });
+        ASSERT_NE(found, cameras.end());
+        const RegisterBases bases = (*found)->GetRegisterBases();
+        ASSERT_EQ(m_actors[serial].pCamera->SetAllIO(boost::make_shared<MeteredHardware>(*found),
+                                                     bases.initialRegisterSpace, bases.commandRegisters),
+                  ERR_OK);
+        g_meter.Start(step.at("access"));
+        g_meter.meanwhile = [this, disturbance = json{{"do", step.at("meanwhile")}, {"camera", serial}}] {
+            EXPECT_EQ(Do(disturbance), ERR_OK);
+        };
+    }
+
+    /// All cameras in step, with something done to one of them once it has kept so many images to itself.
+    Error SyncStart(const json& step, unsigned int serial) {
+        std::vector<boost::shared_ptr<CameraInternal>> cameras;
+        for (const auto& actor : m_actors) {
+            cameras.push_back(actor.second.pCamera);
+        }
+        Error result;
+        boost::thread starter([&] {
+            result = CameraInternal::StartSyncCapture(static_cast<unsigned int>(cameras.size()), cameras,
+                                                      nullptr, nullptr);
+        });
+        const auto deadline = boost::chrono::steady_clock::now() + kDeadline;
+        bool isDisturbed = false;
+        while (!starter.try_join_for(boost::chrono::milliseconds(0))) {
+            if (boost::chrono::steady_clock::now() > deadline) {
+                std::fprintf(stderr, "the synchronized start does not end\n");
+                std::abort();
+            }
+            SimulatedFrameCounts counts;
+            const Error error = m_pSimulation->GetFrameCounts(serial, &counts);
+            if (error == ERR_OK && counts.exposed - counts.sent >= step.at("silent") && !isDisturbed) {
+                isDisturbed = true;
+                EXPECT_EQ(Do({{"do", step.at("meanwhile")}, {"camera", serial}}), ERR_OK);
+            }
+            m_pSimulation->AdvanceClock(kTickUs);
+            boost::this_thread::yield();
+        }
+        EXPECT_TRUE(isDisturbed);
+        return result;
+    }
+
+    void Take(const json& step) {
+        SCOPED_TRACE(step.dump());
+        const Error error = Do(step);
+        EXPECT_EQ(GetErrorTypeName(error.GetType()), step.value("expect", "ERR_OK")) << error.GetTrace();
+    }
+
+    /// A step with `everyUs` is taken again and again until `untilUs`.
+    void Play() {
+        std::multimap<unsigned long long, const json*> steps;
+        const unsigned long long end = m_document.at("untilUs");
+        for (const json& step : m_document.at("steps")) {
+            const unsigned long long every = step.value("everyUs", end);
+            for (unsigned long long at = step.at("atUs"); at < step.value("untilUs", end); at += every) {
+                steps.emplace(at, &step);
+            }
+        }
+        for (unsigned long long now = 0; now < end; now += kTickUs) {
+            for (; !steps.empty() && steps.begin()->first <= now; steps.erase(steps.begin())) {
+                Take(*steps.begin()->second);
+            }
+            for (auto& actor : m_actors) {
+                if (actor.second.consumeEveryUs != 0 && now % actor.second.consumeEveryUs == 0) {
+                    Image image;
+                    const Error none = actor.second.pCamera->WaitForBufferEvent(&image, 0);
+                    static_cast<void>(none);
+                }
+            }
+            m_pSimulation->AdvanceClock(kTickUs);
+        }
+        EXPECT_TRUE(steps.empty()) << "steps at times that never came";
+    }
+
+    /// Compared with what the file names of it.
+    void CheckAccount(unsigned int serial, const FrameAccount& account) {
+        std::cout << "camera " << serial << ": " << account << "\n";
+        SCOPED_TRACE("camera " + std::to_string(serial));
+        EXPECT_TRUE(account.AddsUp()) << account;
+        const json expected = m_document.at("outcome").at(std::to_string(serial));
+        json actual = {{"sent", account.sent},
+                       {"delivered", account.delivered},
+                       {"corrupt", account.corrupt},
+                       {"dropped", account.dropped},
+                       {"driverDropped", account.driverDropped}};
+        for (const auto& [count, value] : expected.items()) {
+            EXPECT_EQ(actual.at(count), value) << count << " of " << account;
+        }
+    }
+
+    json m_document;
+    boost::shared_ptr<Simulation> m_pSimulation;
+    std::map<unsigned int, Actor> m_actors;
+};
+
+TEST_P(Scenario, ComesOutAsItsFileSays) {
+    Play();
+    for (auto& [serial, actor] : m_actors) {
+        const Error alreadyGone = actor.pCamera->Disconnect();
+        static_cast<void>(alreadyGone);
+        CheckAccount(serial, actor.pCamera->GetAccount(*m_pSimulation));
+    }
+    g_meter = Meter();
+}
+
+std::vector<ScenarioFile> FindFiles() {
+    std::vector<ScenarioFile> files;
+    for (const auto& entry : std::filesystem::directory_iterator(SCENARIO_FOLDER)) {
+        if (entry.path().extension() == ".json") {
+            files.push_back({entry.path().string()});
+        }
+    }
+    return files;
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Scenario, testing::ValuesIn(FindFiles()), [](const auto& file) {
+    return std::filesystem::path(file.param.path).stem().string();
+});
+
+}  // namespace
+}  // namespace Zevrin
