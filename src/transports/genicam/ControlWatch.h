@@ -23,8 +23,8 @@ class ControlWatch {
     /// Throws boost::thread_resource_error, also when the system refuses a handle.
     ControlWatch(const std::string& address, std::function<void()> onSilent);
     ~ControlWatch();
-    /// The device is under control now: its silence counts again when it has answered once more.
-    void BeginControl() { m_isExpectedToAnswer = false; }
+    /// Whether its silence counts; it does in any case when it has answered.
+    void Expect(bool answers) { m_isExpectedToAnswer = answers; }
 
     ControlWatch(const ControlWatch&) = delete;
     ControlWatch& operator=(const ControlWatch&) = delete;

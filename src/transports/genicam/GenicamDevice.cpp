@@ -235,8 +235,9 @@ Error GenicamDevice::OpenDevice() {
                        Printable(m_listing.address).c_str(), pAnswer->report.GetText().c_str());
     }
     m_pDevice = pAnswer->pDevice.release();
-    if (m_pWatch) {
-        m_pWatch->BeginControl();
+    if (m_pWatch) {  // some answer nobody else while they are controlled
+        m_pWatch->Expect(false);
+        m_pWatch->Expect(ControlProbe(m_listing.address).Finds());
     }
     return pAnswer->error;
 }

@@ -45,8 +45,10 @@ bool Comes(Condition condition) {
 TEST_F(GigeTest, LossEndsTheWaitAndTheCameraComesBack) {
     std::atomic<int> gone{0};
     std::atomic<int> come{0};
+    std::atomic<bool> hasEnded{false};  // the retrieval
     m_system.Watch([&](const CameraListing& camera, bool isPresent) {
         EXPECT_EQ(camera.serialNumber, kSerialNumber);
+        EXPECT_TRUE(isPresent || Comes([&] { return hasEnded.load(); })) << "it may wait for who grabs";
         ++(isPresent ? come : gone);
     });
     ASSERT_OK(m_camera.Connect(kSerialNumber));
@@ -66,6 +68,7 @@ TEST_F(GigeTest, LossEndsTheWaitAndTheCameraComesBack) {
     }
     EXPECT_EQ(error.GetType(), ERR_CAMERA_LOST) << error.GetTrace();
     const double noticed = GetSecondsSince(killed);
+    hasEnded = true;
     std::printf("the retrieval ended %.2f s after the camera was killed\n", noticed);
     EXPECT_LT(noticed, kNoticedWithin + kMachineSlack);
     EXPECT_GT(GetGeneration(), generation);
@@ -183,8 +186,11 @@ TEST_F(GigeTest, PolicyBringsBackSettingsAndStreamOfAKilledCamera) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     std::istringstream region("0 16 8 128 64 Mono8");
     ASSERT_OK(Region().set(m_camera, region));
-    std::istringstream exposure("0.02");
-    ASSERT_OK(Absolute(SHUTTER).set(m_camera, exposure));
+    const std::string exposureBefore = Absolute(SHUTTER).get(m_camera);
+    std::istringstream exposureWords("0.02");
+    ASSERT_OK(Absolute(SHUTTER).set(m_camera, exposureWords));
+    const std::string exposure = Absolute(SHUTTER).get(m_camera);  // rounded by the camera
+    ASSERT_NE(exposure, exposureBefore);
     ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
     unsigned int taken = 0;
     const auto take = [&](unsigned int gaps) {
@@ -207,7 +213,7 @@ TEST_F(GigeTest, PolicyBringsBackSettingsAndStreamOfAKilledCamera) {
     ASSERT_OK(m_camera.WaitForReconnection(60000));
     const double resumed = GetSecondsSince(returned);
     EXPECT_EQ(Region().get(m_camera), "0 16 8 128 64 Mono8");
-    EXPECT_EQ(Absolute(SHUTTER).get(m_camera), "0.02");
+    EXPECT_EQ(Absolute(SHUTTER).get(m_camera), exposure);
     take(1);
     ASSERT_OK(m_camera.WriteRegister(kTransmission, 0));
     for (Image image; m_camera.WaitForBufferEvent(&image, 500) == ERR_OK; ++taken) {
