@@ -174,7 +174,7 @@ TEST_F(SyncStartTest, FailsForTheReasonsOfLife) {
          ERR_ISOCH_SYNC_FAILED},
         {"writes that take up to five", R"("faults": {"registers": {"writeLatencyUs": 99, "jitterUs": 500}})",
          ERR_OK},
-        {"writes that take anything up to a second", R"("faults": {"registers": {"jitterUs": 1000000}})",
+        {"writes that take anything up to 300 ms", R"("faults": {"registers": {"jitterUs": 300000}})",
          ERR_ISOCH_SYNC_FAILED},
         {"another frame rate", "", ERR_ISOCH_SYNC_FAILED, "50"},
         {"another exposure", R"("exposureUs": 60)", ERR_OK},
@@ -214,8 +214,8 @@ TEST_F(SyncStartTest, AcceptsACameraThatStreamsAlreadyWithTenBuffers) {
     }
 }
 
-// The first camera loses nine of ten frames, so that draining it takes long: the second one's ten buffers are
-// full of old frames by then, and its frames are on their way for 30 ms, also when it is switched off.
+// The first camera loses four of five frames, so that draining it takes long: the second one's ten buffers
+// are full of old frames by then, and its frames are on their way for 30 ms, also when it is switched off.
 TEST_F(SyncStartTest, NoOldFrameBecomesASyncImageNorDoesACallbackStayForTheNextStart) {
     Describe(std::string(R"({"frameRate": 200, "serial": 1, )") + kSmall +
              R"(}, {"frameRate": 200, "serial": 2, )" + kSmall + "}");
@@ -229,12 +229,12 @@ TEST_F(SyncStartTest, NoOldFrameBecomesASyncImageNorDoesACallbackStayForTheNextS
         onTicks = FirstImage::TicksOf(now);
     };
     constexpr long long kPeriodTicks = 24576000 / 200;
-    for (int start = 0; start < 3; ++start) {
+    for (int start = 0; start < 2; ++start) {
         std::vector<long long> firstTicks;
         Error error;
         int attempt = 0;
         do {  // a machine that is busy for half a second lets time pass between the writes
-            ASSERT_TRUE(IsOk(m_pSimulation->SetFaults(1, R"({"drop": {"share": 0.9}})")));
+            ASSERT_TRUE(IsOk(m_pSimulation->SetFaults(1, R"({"drop": {"share": 0.8}})")));
             ASSERT_TRUE(IsOk(m_pSimulation->SetFaults(2, R"({"delay": {"share": 1}, "delayUs": 30000})")));
             error = StartAndAwaitFirstImages(&firstTicks);
         } while (error == ERR_ISOCH_SYNC_FAILED && ++attempt < 5);
