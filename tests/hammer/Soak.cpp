@@ -9,12 +9,14 @@
 #include <cstdlib>
 #include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Image.h"
 #include "support/FrameAccount.h"
 #ifdef ZEVRIN_FAKE_CAMERA_PROGRAM
+#include "support/NetworkRoom.h"
 #include "support/OwnNetwork.h"
 #include "transports/genicam/ChildProcess.h"
 #endif
@@ -35,7 +37,8 @@ constexpr auto kBetweenDisturbances = std::chrono::milliseconds(40);
 struct Participant {
     unsigned int serialNumber = 0;
     boost::shared_ptr<AccountedCamera> pCamera = boost::make_shared<AccountedCamera>();
-    unsigned long long lastId = 0;  ///< the camera's own number of the last image
+    unsigned long long firstId = 0;  ///< the camera's own number of the first image
+    unsigned long long lastId = 0;   ///< and of the last one
 };
 
 bool IsGood(const Error& error, const char* what) {
@@ -53,6 +56,7 @@ void Consume(Participant& participant, unsigned int seed, const std::atomic<bool
         const Error error = participant.pCamera->WaitForBufferEvent(&image, 50);
         if (error == ERR_OK) {
             participant.lastId = image.GetFrameId();
+            participant.firstId = participant.firstId == 0 ? participant.lastId : participant.firstId;
             if (random() % 16 == 0) {
                 boost::this_thread::sleep_for(boost::chrono::milliseconds(random() % 60));
             }
@@ -100,7 +104,8 @@ bool PrintRow(const Participant& participant, const Simulation& simulation) {
     const unsigned long long sum =
         account.delivered + account.corrupt + account.dropped + account.driverDropped;
     if (!isSimulated) {
-        account.sent = std::min(std::max(sum, participant.lastId), participant.lastId + kBuffers);
+        const unsigned long long known = participant.lastId - participant.firstId + 1;
+        account.sent = std::min(std::max(sum, known), known + 2 * kBuffers);
     }
     const bool isGood = account.AddsUp() && account.sent > 0;
     std::printf("%8u %10llu %10llu %8llu %8llu %14llu  %s\n", participant.serialNumber, account.sent,
@@ -177,14 +182,23 @@ int main(int argc, char** argv) {
     unsigned int gigeCameras = 0;
 #ifdef ZEVRIN_FAKE_CAMERA_PROGRAM
     Zevrin::TakeNetwork();
+    std::vector<std::unique_ptr<Zevrin::NetworkRoom>> rooms;
     std::vector<std::unique_ptr<Zevrin::ChildProcess>> cameras;
-    for (const char* address : {"127.0.0.1", "127.0.0.2"}) {
-        cameras.push_back(std::make_unique<Zevrin::ChildProcess>(std::vector<std::string>{
-            ZEVRIN_FAKE_CAMERA_PROGRAM, "--exit-with-stdin", "--address", address, "--serial",
-            std::to_string(20001 + gigeCameras), "--packet-loss", "1", "--packet-size", "8000"}));
-        if (cameras.back()->ReadUntil("ready", std::chrono::seconds(20)).find("ready") != std::string::npos) {
-            ++gigeCameras;
+    try {
+        for (; gigeCameras < 2; ++gigeCameras) {
+            rooms.push_back(std::make_unique<Zevrin::NetworkRoom>(gigeCameras + 1));
+            rooms.back()->Within([&] {
+                cameras.push_back(std::make_unique<Zevrin::ChildProcess>(std::vector<std::string>{
+                    ZEVRIN_FAKE_CAMERA_PROGRAM, "--exit-with-stdin", "--address", rooms.back()->GetAddress(),
+                    "--serial", std::to_string(Zevrin::kFirstGige + gigeCameras), "--packet-size", "1400",
+                    "--packet-loss", "0.05"}));
+            });
+            if (cameras.back()->ReadUntil("ready\n", std::chrono::seconds(20)) != "ready\n") {
+                throw std::runtime_error("the fake camera does not get ready");
+            }
         }
+    } catch (const std::runtime_error& problem) {
+        std::fprintf(stderr, "soak: %u GigE cameras: %s\n", gigeCameras, problem.what());
     }
 #endif
     return Zevrin::Run(seconds, number(2, 1), gigeCameras);
