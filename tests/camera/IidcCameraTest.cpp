@@ -1,6 +1,8 @@
 #include "IidcCamera.h"
 
 #include <gtest/gtest.h>
+#include <atomic>
+#include <boost/chrono/system_clocks.hpp>
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
@@ -177,11 +179,17 @@ TEST_F(IidcCameraTest, GivingUpWaitsForTheCallbackWhichMayStillUseTheObject) {
 
 TEST_F(IidcCameraTest, TellsWhoWatches) {
     std::vector<std::string> seen;
+    std::atomic<std::size_t> count{0};
     m_pSystem->Watch([&](const CameraListing& camera, bool isPresent) {
         seen.push_back((isPresent ? "+" : "-") + std::to_string(camera.serialNumber));
+        count = seen.size();
     });
     EXPECT_EQ(m_pSystem->Rescan(), ERR_OK);
     Bus().OnCameraLost(m_pHardware);
+    const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::seconds(30);
+    while (count < 3 && boost::chrono::steady_clock::now() < deadline) {
+        boost::this_thread::yield();  // losses are told on a thread of the bus manager
+    }
     m_pSystem->Watch(nullptr);
     Bus().OnCameraArrived(m_pHardware);
     EXPECT_EQ(seen, (std::vector<std::string>{"+42", "+43", "-42"}));

@@ -259,10 +259,16 @@ TEST_F(Sweep, SettingsChangeThePictureAsTheyShould) {
     }
 }
 
-/// The synchronized start has a test of its own, which loses accesses of several cameras.
+/// The synchronized start and the reconnection have tests of their own.
 TEST(SweepRows, HaveEveryOperationThatTheHeadersDeclare) {
-    std::set<std::string> rows = {"CheckValidity", "SetAllIO", "ReleaseAllIO", "StartSyncCapture",
-                                  "StartSyncCaptureImageHelper"};
+    std::set<std::string> rows = {"CheckValidity",
+                                  "SetAllIO",
+                                  "ReleaseAllIO",
+                                  "StartSyncCapture",
+                                  "StartSyncCaptureImageHelper",
+                                  "SetReconnectPolicy",
+                                  "GetReconnectPolicy",
+                                  "WaitForReconnection"};
     for (const Row& row : kRows) {
         rows.insert(row.operation);
     }

@@ -20,6 +20,10 @@ constexpr char kLocal[] = "local:";
 constexpr unsigned long long kMaxSize = 16ULL << 20;
 constexpr unsigned int kUrlSize = 512;  // of the register, padded with zeros
 
+bool IsLocal(const std::string& url) {
+    return strncasecmp(url.c_str(), kLocal, sizeof kLocal - 1) == 0;
+}
+
 bool IsHexadecimal(char digit) {
     return std::strchr("0123456789abcdefABCDEF", digit) != nullptr && digit != '\0';
 }
@@ -27,7 +31,7 @@ bool IsHexadecimal(char digit) {
 }  // namespace
 
 const char* FindUrlFault(const std::string& url) {
-    if (strncasecmp(url.c_str(), kLocal, sizeof kLocal - 1) != 0) {
+    if (!IsLocal(url)) {
         return "it is not in the camera's memory";
     }
     const std::size_t address = url.find(';');
@@ -39,18 +43,22 @@ const char* FindUrlFault(const std::string& url) {
     return std::strtoull(&url[size + 1], nullptr, 16) > kMaxSize ? "it is longer than 16 MiB" : nullptr;
 }
 
+// The second is a fallback, and often a page of the maker's: it is looked at only where the first is missing
+// or it is in the camera's memory as well.
 Error CheckDescriptionUrls(ControlProbe& probe) {
+    bool hasFirst = false;
     for (const unsigned int address : {GvcpRegister::kFirstUrl, GvcpRegister::kSecondUrl}) {
         std::vector<unsigned char> bytes;
         if (!probe.ReadMemory(address, kUrlSize, &bytes)) {
             return Error();
         }
         const std::string url(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
-        const char* const fault = url.empty() ? nullptr : FindUrlFault(url);
+        const char* const fault = url.empty() || (hasFirst && !IsLocal(url)) ? nullptr : FindUrlFault(url);
         if (fault != nullptr) {
             return Failure(ERR_INVALID_DESCRIPTION, "The camera's description at '%s' is not loaded: %s.",
                            Printable(url).c_str(), fault);
         }
+        hasFirst = !url.empty();
     }
     return Error();
 }

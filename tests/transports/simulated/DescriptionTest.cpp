@@ -139,11 +139,12 @@ TEST(Description, EveryKeyIsUnderstood) {
 TEST(Description, ExampleOfTheDocumentIsOne) {
     std::ifstream file(ZEVRIN_DOCS "/simulation.md");
     const std::string document{std::istreambuf_iterator<char>(file), {}};
-    const std::size_t begin = document.find("```json\n");
+    const std::string opening = "```json description\n";
+    const std::size_t begin = document.find(opening);
     ASSERT_NE(begin, std::string::npos);
-    const std::size_t end = document.find("```", begin + 8);
+    const std::size_t text = begin + opening.size();
     WorldDescription world;
-    ASSERT_TRUE(IsOk(ParseWorld(document.substr(begin + 8, end - begin - 8), &world)));
+    ASSERT_TRUE(IsOk(ParseWorld(document.substr(text, document.find("```", text) - text), &world)));
     EXPECT_EQ(world.buses[0].cameras.size(), 4U);
 }
 
