@@ -45,9 +45,10 @@ class Bus {
     }
 
     Error Start() const {
-        return m_error != ERR_OK ? m_error
-                                 : CameraInternal::StartSyncCapture(static_cast<unsigned int>(m_cameras.size()),
-                                                                    m_cameras, nullptr, nullptr);
+        return m_error != ERR_OK
+                   ? m_error
+                   : CameraInternal::StartSyncCapture(static_cast<unsigned int>(m_cameras.size()), m_cameras,
+                                                      nullptr, nullptr);
     }
 
     /// Microseconds between the first and the last switch-on write, as the next image of each camera shows.
@@ -77,8 +78,8 @@ class Bus {
     std::vector<boost::shared_ptr<CameraInternal>> m_cameras;
 };
 
-/// Columns: the whole start against its floor; the share of starts that end in step; of those the median spread
-/// of the switch-on writes, and how much of it is not the latency of the bus but the machine's own.
+/// Columns: the whole start against its floor; the share of starts that end in step; of those the median
+/// spread of the switch-on writes, and how much of it is not the latency of the bus but the machine's own.
 void SyncStart(benchmark::State& state) {
     const int cameras = static_cast<int>(state.range(0));
     const int latencyUs = static_cast<int>(state.range(1));

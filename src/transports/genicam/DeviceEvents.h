@@ -48,7 +48,7 @@ class DeviceEvents {
     Error Switch(GenicamDevice& device, const std::string& name, bool on);
     void Deliver(const EventRecord& record);
 
-    boost::mutex m_mutex;  // one change at a time; guards the five that follow
+    boost::mutex m_mutex;                        // one change at a time; guards the five that follow
     boost::shared_ptr<GenicamDevice> m_pDevice;  // while the camera is there
     EventSink* m_pSink = nullptr;
     std::set<std::string> m_wanted;              // by name

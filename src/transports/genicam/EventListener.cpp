@@ -91,9 +91,10 @@ void EventListener::Receive() {
     if (defect != nullptr) {
         ++m_malformed;
         if ((m_malformed & (m_malformed - 1)) == 0) {
-            Log().warn("A packet of {} bytes on the message channel of the camera at {} is ignored, {} so "
-                       "far: {}.",
-                       size, Printable(m_deviceAddress), m_malformed, defect);
+            Log().warn(
+                "A packet of {} bytes on the message channel of the camera at {} is ignored, {} so "
+                "far: {}.",
+                size, Printable(m_deviceAddress), m_malformed, defect);
         }
         return;
     }

@@ -252,7 +252,8 @@ TEST(SimulatedTiming, LatencyIsExactOnTheRealClock) {
     constexpr unsigned int kTicksPerMs = 8 * kTicksPerCycle;
     EXPECT_GE(stamps[1] - stamps[0], 3 * kTicksPerMs);
     EXPECT_GE(stamps[1] - begin, 13 * kTicksPerMs) << "3 ms and a frame period after the write was made";
-    EXPECT_LE(static_cast<int>(stamps[1] - end), static_cast<int>(10 * kTicksPerMs)) << "a frame period at most after the write has returned";
+    EXPECT_LE(static_cast<int>(stamps[1] - end), static_cast<int>(10 * kTicksPerMs))
+        << "a frame period at most after the write has returned";
 }
 
 }  // namespace
