@@ -26,6 +26,7 @@ void SimulatedCamera::Attach(boost::shared_ptr<SimulatedDevice> pDevice) {
     m_identity = pDevice->GetIdentity();
     m_interfaceType = m_identity.interfaceType;
     m_pDevice = std::move(pDevice);
+    m_hasLeft = false;
     m_pDevice->SetEventOutlet(m_pOutlet);
 }
 
@@ -36,9 +37,15 @@ void SimulatedCamera::Detach() {
     m_hasControl = false;
 }
 
-void SimulatedCamera::LoseControl() {
+void SimulatedCamera::Leave() {
     const Lock lock(m_mutex);
     m_hasControl = false;
+    m_hasLeft = true;
+}
+
+void SimulatedCamera::Return() {
+    const Lock lock(m_mutex);
+    m_hasLeft = false;
 }
 
 boost::shared_ptr<SimulatedDevice> SimulatedCamera::GetDevice() const {
@@ -47,8 +54,8 @@ boost::shared_ptr<SimulatedDevice> SimulatedCamera::GetDevice() const {
 }
 
 bool SimulatedCamera::IsPresent() const {
-    const boost::shared_ptr<SimulatedDevice> pDevice = GetDevice();
-    return pDevice && pDevice->IsPlugged();
+    const Lock lock(m_mutex);
+    return m_pDevice && !m_hasLeft;
 }
 
 CameraIdentity SimulatedCamera::GetIdentity() const {
@@ -57,9 +64,8 @@ CameraIdentity SimulatedCamera::GetIdentity() const {
 }
 
 Error SimulatedCamera::Open() {
-    // Asked with the mutex held: who unplugs the camera afterwards takes the control back afterwards.
     const Lock lock(m_mutex);
-    if (!m_pDevice || !m_pDevice->IsPlugged()) {
+    if (!m_pDevice || m_hasLeft) {
         return Failure(ERR_CAMERA_LOST, "The simulated camera %u has gone away.", m_identity.serialNumber);
     }
     ++m_openCount;

@@ -25,8 +25,10 @@ class SimulatedCamera : public HardwareInterface {
     void Attach(boost::shared_ptr<SimulatedDevice> pDevice);
     void Detach();
 
-    /// The camera went away: who has opened it has to open it again.
-    void LoseControl();
+    /// The camera goes away, shortly before its device is unplugged: nobody finds or opens it from here on,
+    /// and who has opened it has to open it again when it has come back.
+    void Leave();
+    void Return();
 
     /// Null when vacant.
     boost::shared_ptr<SimulatedDevice> GetDevice() const;
@@ -67,6 +69,7 @@ class SimulatedCamera : public HardwareInterface {
     boost::shared_ptr<SimulatedDevice> m_pDevice;
     unsigned int m_openCount = 0;
     bool m_hasControl = false;
+    bool m_hasLeft = false;
 };
 
 }  // namespace Zevrin

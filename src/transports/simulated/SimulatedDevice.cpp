@@ -220,11 +220,6 @@ Error SimulatedDevice::GetPortErrors(unsigned int* pCount) {
     return error;
 }
 
-bool SimulatedDevice::IsPlugged() const {
-    const Lock lock(m_bus.GetMutex());
-    return m_isPlugged;
-}
-
 double SimulatedDevice::GetUptime() const {
     constexpr double kNanosecondsPerSecond = 1e9;
     return static_cast<double>(m_bus.GetTime() - m_poweredUp) / kNanosecondsPerSecond;

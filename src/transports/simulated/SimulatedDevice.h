@@ -44,8 +44,6 @@ class SimulatedDevice {
     bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const;
     void StopStream(const boost::shared_ptr<FrameQueue>& pQueue);
 
-    bool IsPlugged() const;
-
     /// Breaks the stream and stops everything; false when the camera was away already.
     bool Unplug();
 

@@ -108,6 +108,7 @@ class Simulation::World {
         return Changing(serialNumber, [this](const Handle& camera) {
             const bool hasChanged = camera->GetDevice()->Replug();
             if (hasChanged) {
+                camera->Return();
                 m_pCameras->ReportArrived(camera);
             }
             return hasChanged;
@@ -150,13 +151,15 @@ class Simulation::World {
   private:
     using Handle = SimulatedCameras::Handle;
 
+    /// First the report, so that whoever is woken by the end of the stream finds the generation raised and
+    /// can connect again.
     bool TakeAway(const Handle& camera) {
-        const bool hasChanged = camera->GetDevice()->Unplug();
-        if (hasChanged) {
-            camera->LoseControl();
-            m_pCameras->ReportLost(camera);
+        if (!camera->IsPresent()) {
+            return false;
         }
-        return hasChanged;
+        camera->Leave();
+        m_pCameras->ReportLost(camera);
+        return camera->GetDevice()->Unplug();
     }
 
     /// Changes a camera; when that changed something, its bus is reset.
