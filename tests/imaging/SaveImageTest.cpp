@@ -94,6 +94,7 @@ struct WriterCase {
     unsigned int bits;
     std::vector<unsigned int> samples;
     std::map<std::string, std::string> facts;  // beyond those that every file has
+    unsigned int significantBits = 0;          // as the camera tells
 };
 
 void PrintTo(const WriterCase& row, std::ostream* pStream) {
@@ -114,6 +115,7 @@ TEST_P(SaveImageWriter, KeepsEverySampleAndWhereItComesFrom) {
     FrameInfo info = MakeInfo(row.format, 2, 2, row.stride, row.isBigEndian);
     info.frameId = 77;
     info.bayerFormat = BAYER_GBRG;
+    info.significantBits = row.significantBits;
     info.hasTimeStamp = true;
     info.timeStamp.seconds = 1795421700;  // 2026-11-23 08:15:00 UTC
     info.timeStamp.microSeconds = 250;
@@ -195,6 +197,17 @@ const WriterCase kWriterCases[] = {
      16,
      {0xFFFF, 0, 0xABCA, 0},
      {{"sBIT", "12"}}},
+    {"PngRawOfTwelveBits",
+     ".png",
+     PIXEL_FORMAT_RAW16,
+     4,
+     false,
+     {0xFF, 0x0F, 0, 0, 0xBC, 0x0A, 0, 0},
+     1,
+     16,
+     {0xFFFF, 0, 0xABCA, 0},
+     {{"sBIT", "12"}, {"significantBits", "12"}},
+     12},
     {"TiffGrey", ".tif", PIXEL_FORMAT_RAW8, 4, true, {1, 2, 9, 9, 3, 4}, 1, 8, {1, 2, 3, 4}, kTiffTags},
     {"TiffBigEndian", ".tif", PIXEL_FORMAT_MONO16, 4, true, kEight, 1, 16, kWords, kTiffTags},
     {"TiffColour", ".tif", PIXEL_FORMAT_RGB8, 6, true, kTwelve, 3, 8, kColors, kTiffTags},
