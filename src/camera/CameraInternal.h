@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <boost/smart_ptr/shared_array.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
@@ -280,9 +279,9 @@ class ZEVRIN_API CameraInternal {
     /// ERR_NOT_SUPPORTED (GigE cameras), ERR_ISOCH_FAILED (preparation), ERR_ISOCH_START_FAILED (cameras
     /// before the failing one keep streaming), ERR_TIMESTAMP_FAILED (the last camera's transmission could not
     /// be switched off), ERR_ISOCH_SYNC_FAILED (all are stopped). Throws boost::thread_resource_error when
-    /// the system refuses a grab thread: all cameras stream then, and are to be stopped. Threads: any; two
-    /// starts at once must not share a camera. Blocks until every camera has sent an image or failed eleven
-    /// retrievals.
+    /// the system refuses a grab thread, and boost::thread_interrupted when the calling thread is
+    /// interrupted: all cameras stream then, and are to be stopped. Threads: any; two starts at once must not
+    /// share a camera. Blocks until every camera has sent an image or failed eleven retrievals.
     static Error StartSyncCapture(unsigned int numCameras,
                                   std::vector<boost::shared_ptr<CameraInternal>> cameras,
                                   void (*const* callbacks)(Image*, const void*), const void** callbackData);
@@ -370,8 +369,10 @@ class ZEVRIN_API CameraInternal {
     // What follows is for concrete cameras.
     /// @cond
   protected:
+    /// The application wants no stream any more, whether or not the guard then lets it stop one.
+    virtual void OnStopWanted() noexcept {}
+
     bool m_bConnected = false;
-    std::atomic<bool> m_isStreamWanted{false};  // by the application, whatever became of the stream
     unsigned int m_serialNumber = 0;
     mutable boost::mutex m_generationMutex;  // guards m_generation
     unsigned int m_generation = 0xFFFFFFFFU;

@@ -60,6 +60,7 @@ bool EventDispatcher::IsEmpty() const {
 }
 
 void EventDispatcher::WaitForCallback(const std::vector<std::string>& names) {
+    const boost::this_thread::disable_interruption notInterrupted;
     boost::unique_lock<boost::mutex> lock(m_mutex);
     if (!m_isRunning || boost::this_thread::get_id() == m_thread.get_id() ||
         std::find(names.begin(), names.end(), m_running) == names.end()) {
@@ -98,6 +99,7 @@ void EventDispatcher::Flush() {
 }
 
 void EventDispatcher::Stop() {
+    const boost::this_thread::disable_interruption notInterrupted;
     boost::thread thread;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);

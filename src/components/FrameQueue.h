@@ -73,6 +73,7 @@ class FrameQueue {
 
     /// How often the stream was interrupted before. Before the transport has the queue.
     void SetGaps(unsigned int gaps) { m_gaps = gaps; }
+    unsigned int GetGaps() const { return m_gaps; }
 
     // The transport's side.
 
