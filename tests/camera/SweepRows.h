@@ -1,11 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "CameraEvents.h"
 #include "Failure.h"

@@ -10,7 +10,6 @@
 #include "BusMaster.h"
 #include "Singleton.h"
 #include "SweepRows.h"
-#include "TestPicture.h"
 
 namespace Zevrin {
 
@@ -240,46 +239,6 @@ TEST_F(Sweep, AnAbsoluteValueEndsTheAutomaticMode) {
     EXPECT_EQ(gain.absValue, 12);
 }
 
-TEST_F(Sweep, SettingsChangeThePictureAsTheyShould) {
-    const auto set = [&](PropertyType type, float value) {
-        Property property = g_inputs.gain;
-        property.type = type;
-        property.absValue = value;
-        Prepared(m_camera.SetProperty(&property));
-    };
-    std::vector<unsigned int> inverse(kEntries);
-    std::generate(inverse.begin(), inverse.end(), [entry = kEntries]() mutable { return --entry; });
-    const struct {
-        const char* what;
-        std::function<void()> change;
-        std::function<double(double)> expected;  // of the scene, 0 to 1
-    } rows[] = {
-        {"nothing", [] {}, [](double scene) { return scene; }},
-        {"half the exposure", [&] { set(SHUTTER, 0.0025F); }, [](double scene) { return scene / 2; }},
-        {"20 dB of gain", [&] { set(GAIN, 20); }, [](double scene) { return std::min(1.0, scene * 10); }},
-        {"an inverse look-up table",
-         [&] {
-             Prepared(m_camera.SetLUTChannel(0, 0, kEntries, inverse.data()));
-             Prepared(m_camera.EnableLUT(true));
-         },
-         [](double scene) { return 1 - scene; }},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        GoHome();
-        row.change();
-        Start(m_camera);
-        g_pSimulation->AdvanceClock(50000);
-        Image image;
-        Prepared(m_camera.RetrieveBuffer(&image));
-        for (const unsigned int x : {200U, 260U, 300U, 340U, 400U}) {
-            const auto phase = static_cast<unsigned int>(x + 200 + 4 * image.GetFrameId());
-            const unsigned int pixel = image.GetData()[200 * image.GetStride() + x];
-            EXPECT_NEAR(pixel, 255 * row.expected(SceneAt(phase) / 255.0), 1.01) << x;
-        }
-    }
-}
-
 /// The synchronized start and the reconnection have tests of their own.
 TEST(SweepRows, HaveEveryOperationThatTheHeadersDeclare) {
     std::set<std::string> rows = {"CheckValidity",
@@ -308,5 +267,4 @@ TEST(SweepRows, HaveEveryOperationThatTheHeadersDeclare) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin
