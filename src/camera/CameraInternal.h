@@ -152,8 +152,8 @@ class ZEVRIN_API CameraInternal {
     Error SetTriggerMode(const TriggerMode* pMode, bool broadcast = false);
 
     /// One exposure, when the trigger is on and listens to the software.
-    /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_TRIGGER_FAILED (it is off, or listens to an input),
-    /// ERR_NOT_SUPPORTED (broadcast), the register access's.
+    /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_TRIGGER_FAILED (it is off, listens to an input, or is in
+    /// mode 1, which has no single exposures), ERR_NOT_SUPPORTED (broadcast), the register access's.
     Error FireSoftwareTrigger(bool broadcast = false);
 
     /// What the trigger delay can do, as `GetPropertyInfo` of TRIGGER_DELAY, which is written into the
@@ -219,8 +219,8 @@ class ZEVRIN_API CameraInternal {
     /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_VALUE_OUT_OF_RANGE, ERR_MEMORY_CHANNEL_FAILED.
     Error SaveToMemoryChannel(unsigned int channel);
 
-    /// Brings back the settings of a channel; 0: the factory's.
-    /// Errors: the guard's, ERR_VALUE_OUT_OF_RANGE, the register access's.
+    /// Brings back the settings of a channel; 0: the factory's. Errors: the guard's, ERR_VALUE_OUT_OF_RANGE,
+    /// ERR_MEMORY_CHANNEL_FAILED (cameras do not while they transmit), the register access's.
     Error RestoreFromMemoryChannel(unsigned int channel);
 
     /// The highest channel that can be saved to; 0: there is none. Errors: as of `GetMemoryChannel`.

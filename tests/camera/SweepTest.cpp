@@ -219,6 +219,27 @@ TEST_F(Sweep, FormatsAreNotChangedUnderAStream) {
     EXPECT_EQ(GetRegisters(), before);
 }
 
+/// Switched on behind the library's back: it has no stream of its own to refuse for.
+TEST_F(Sweep, WhatTheTransmittingCameraDoesNotTakeIsToldAndPutBack) {
+    Prepared(m_camera.WriteRegister(0x614, 0x80000000));
+    const RegisterFile::Settings before = GetRegisters();
+    EXPECT_EQ(m_camera.SetVideoMode(&g_inputs.videoMode), ERR_INVALID_MODE);
+    EXPECT_EQ(m_camera.SetFormat7(&g_inputs.format7), ERR_INVALID_MODE);
+    EXPECT_EQ(m_camera.RestoreFromMemoryChannel(1), ERR_MEMORY_CHANNEL_FAILED);
+    EXPECT_EQ(GetRegisters(), before);
+}
+
+TEST_F(Sweep, AnAbsoluteValueEndsTheAutomaticMode) {
+    Property gain = g_inputs.gain;
+    gain.autoManualMode = true;
+    Prepared(m_camera.SetProperty(&gain));
+    gain.autoManualMode = false;
+    gain.absValue = 12;
+    Prepared(m_camera.SetProperty(&gain));
+    Prepared(m_camera.GetProperty(&gain));
+    EXPECT_EQ(gain.absValue, 12);
+}
+
 TEST_F(Sweep, SettingsChangeThePictureAsTheyShould) {
     const auto set = [&](PropertyType type, float value) {
         Property property = g_inputs.gain;

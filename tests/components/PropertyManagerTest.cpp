@@ -196,7 +196,7 @@ TEST_F(PropertyManagerTest, SetsWhatIsAskedAndKeepsTheRest) {
     Property shutter = Get(SHUTTER);
     shutter.autoManualMode = false;
     EXPECT_EQ(m_component.SetProperty(&shutter, true), ERR_OK);
-    EXPECT_EQ(m_pHardware->m_broadcasts.size(), 2U) << "the absolute value goes to all cameras too";
+    EXPECT_EQ(m_pHardware->m_broadcasts.size(), 3U) << "out of auto, the absolute value, the modes";
 }
 
 TEST_F(PropertyManagerTest, RefusesByNameAndWithTheRange) {

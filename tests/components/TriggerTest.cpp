@@ -85,6 +85,8 @@ TEST_F(TriggerTest, RefusesWhatIsNotThereAndNamesWhatIs) {
 }
 
 TEST_F(TriggerTest, TheSoftwareTriggerNeedsATriggerThatListensToIt) {
+    EXPECT_TRUE(Says(m_component.FireSoftwareTrigger(false), ERR_TRIGGER_FAILED, "In mode 1"));
+    SetRegisters({{0x830, 0x83EF0000U}});
     EXPECT_EQ(m_component.FireSoftwareTrigger(false), ERR_OK);
     EXPECT_EQ(m_pHardware->Register(0x62C), kPresent);
     SetRegisters({{0x62C, 0}, {0x830, 0x81E00000U}});

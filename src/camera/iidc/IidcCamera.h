@@ -98,7 +98,8 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error GetVideoMode(VideoModeSetting* pSetting);
 
     /// Sets a standard format, 0 to 2, with its mode and frame rate.
-    /// Errors: as above; ERR_INVALID_MODE (not on this camera); what was changed until then is put back.
+    /// Errors: as above; ERR_INVALID_MODE (not on this camera, or not while it transmits); what was changed
+    /// until then is put back.
     Error SetVideoMode(const VideoModeSetting* pSetting);
 
     /// `mode` of the record chooses a mode of format 7; one that is not there is told by `present`.
