@@ -115,9 +115,11 @@ bool SetsValue(const Property& property) {
 Error CheckAbsolute(const PropertyRow& row, float value, float min, float max) {
     // The comparison is written so that not-a-number is never in range.
     if (!std::isfinite(value) || !(value >= min && value <= max)) {
+        // The short name, as everywhere, but for the sign that no message may have.
+        const char* const unit = row.unitAbbreviation[0] == '%' ? row.unit : row.unitAbbreviation;
         return Failure(ERR_VALUE_OUT_OF_RANGE, "The %s is to be %g; it must be %g to %g%s%s.", row.name,
                        static_cast<double>(value), static_cast<double>(min), static_cast<double>(max),
-                       row.unit[0] != '\0' ? " " : "", row.unit);
+                       unit[0] != '\0' ? " " : "", unit);
     }
     return Error();
 }

@@ -18,6 +18,8 @@ class Capture : public ToolFolder {
         Write("two.json", R"({"cameras": [{"width": 64, "height": 48, "frameRate": 200, "count": 2}]})");
         Write("lossy.json", R"({"cameras": [{"width": 64, "height": 48, "frameRate": 200,
             "faults": {"drop": {"frames": [4]}, "corrupt": {"frames": [8]}}}]})");
+        Write("unruly.json", R"({"cameras": [{"width": 64, "height": 48, "frameRate": 200,
+            "faults": {"duplicate": {"share": 0.3}, "delay": {"share": 0.3}, "delayUs": 20000}}]})");
         Write("fast.json",
               R"({"cameras": [{"width": 2048, "height": 1024, "frameRate": 400, "paint": false}]})");
         Write("mixed.json", R"({"cameras": [{"width": 64, "height": 48, "frameRate": 100},
@@ -42,6 +44,10 @@ class Capture : public ToolFolder {
         for (const Json& line : index) {
             const std::string path = m_folder.Path("r/" + line.at("file").get<std::string>());
             ++listed[line.at("serialNumber")];
+            EXPECT_EQ(line.at("frameId"), line.at("frame")) << path;
+            EXPECT_EQ(fs::path(path).extension() == ".ppm" ? "RGB8" : "Mono8", line.at("pixelFormat"))
+                << path;
+            EXPECT_EQ("Mono8", line.at("sourcePixelFormat")) << path;
             EXPECT_TRUE(fs::exists(path)) << path;
             if (isRaw) {
                 EXPECT_EQ(line.at("width").get<unsigned int>() * line.at("height").get<unsigned int>(),
@@ -116,6 +122,7 @@ const Case kCases[] = {
      0,
      "count",
      {{"written", 5}, {"corrupt", 1}, {"lost", 1}}},
+    {"TwiceAndLate", "unruly.json -n 40 --format raw", 0, "count", {{"written", 40}}},
     {"Duration", "two.json --all --duration 0.5 --format ppm --pixels rgb8", 0, "duration"},
     {"FullQueue",
      "fast.json --duration 1 --queue 1 --writers 1",
@@ -123,11 +130,26 @@ const Case kCases[] = {
      "duration",
      {{"droppedByQueue", kSome}, {"unwritten", 0}}},
     {"FullDisk", "mixed.json --all --keep-free 0 --format raw", 1, "failure", {}, kWhole, "ulimit -f 100; "},
+    {"FullAtOnce",
+     "two.json --keep-free 0 --format raw 1001",
+     1,
+     "failure",
+     {{"written", 0}},
+     "File too large; nothing was written",
+     "ulimit -f 1; "},
     {"FullIndex", "two.json --all --format raw", 1, "failure", {}, kNoIndex, "ulimit -f 20; "},
     {"NoSpace", "two.json --all --keep-free 1073741824", 1, nullptr, {}, "MiB free"},
     {"OldRecording", "1 -n 1", 1, nullptr, {}, "holds a recording", "mkdir r; touch r/index.jsonl; "},
     {"IntervalOfNothing", "1 --interval 1", 2, nullptr, {}, "needs --burst"},
     {"NoTime", "1 --duration 0", 2, nullptr, {}, "more than 0"},
+    {"GreyIntoColour", "1 --format ppm", 1, nullptr, {}, "camera 1001: PPM files hold colour"},
+    {"ColourIntoGrey",
+     "1 --format pgm --pixels BGR8",
+     2,
+     nullptr,
+     {},
+     "--pixels BGR8 with --format pgm: PGM files hold grey"},
+    {"UnknownPixels", "1 --pixels SignedMono16", 2, nullptr, {}, "Mono12Packed"},
     {"UnknownFormat", "1 --format gif", 2, nullptr, {}, "png"},
     {"Silence", "silent.json --timeout 100", 4, "failure", {{"delivered", 0}}, "no frame came within 100 ms"},
 };

@@ -1,9 +1,11 @@
 #include <zevrin/CameraSystem.h>
 #include <zevrin/Simulation.h>
 
+#include <cmath>
 #include <set>
 
 #include "CameraConfig.h"
+#include "CheckRun.h"
 #include "ToolFolder.h"
 
 namespace ZevrinTool {
@@ -71,6 +73,34 @@ TEST(CameraConfig, SavedAndLoadedIsTheSame) {
         EXPECT_EQ(saved.document, ReadConfig(*pCamera).document);
         load(factory);  // in which the packet size is left to the camera
         EXPECT_TRUE(CompareConfigs(factory, ReadConfig(*pCamera).document).empty());
+    }
+}
+
+TEST(CheckOfClock, FailsWhenItIsWrongByOnePerCent) {
+    const struct {
+        const char* what;
+        double elapsed;  // microseconds of the camera's clock in half a second of this computer's
+        double blur;     // how long each look took
+        bool isGood;
+    } cases[] = {
+        {"right", 500000, 100, true},
+        {"a little off", 501000, 100, true},
+        {"1 per cent fast", 505000, 100, false},
+        {"1 per cent slow", 495000, 100, false},
+        {"it cannot be told", 505000, 5000, true},
+        {"at rest", 0, 100, false},
+    };
+    constexpr double kNearItsEnd = 127.9e6;  // the clock begins again at 128 s
+    for (const auto& row : cases) {
+        const ClockReading first = {1000, 1000 + row.blur, kNearItsEnd};
+        const ClockReading last = {501000, 501000 + row.blur, std::fmod(kNearItsEnd + row.elapsed, 128e6)};
+        bool isGood = true;
+        try {
+            JudgeClock(first, last);
+        } catch (const ToolFailure&) {
+            isGood = false;
+        }
+        EXPECT_EQ(row.isGood, isGood) << row.what;
     }
 }
 

@@ -20,13 +20,26 @@ bool IsConnectionLost(const Zevrin::Error& error) {
 }  // namespace
 
 unsigned long long FrameNumbers::Add(unsigned long long frameId) {
-    const bool isFollower = m_hasLast && frameId > m_lastId;
-    const unsigned long long step = isFollower ? frameId - m_lastId : 1;
-    m_number = m_isFirst ? frameId : m_number + step;
-    m_isFirst = false;
-    m_lastId = frameId;
-    m_hasLast = true;
-    return m_number;
+    if (m_isRestarted) {
+        m_isRestarted = false;
+        m_firstId = frameId;
+        m_firstNumber = m_next;
+    }
+    // One that is late at the very beginning of a later stream must not go back into the one before.
+    const unsigned long long number = m_firstNumber + (frameId > m_firstId ? frameId - m_firstId : 0);
+    m_next = std::max(m_next, number + 1);
+    return number;
+}
+
+std::string PictureNames::Next(unsigned long long number, const std::string& suffix) {
+    constexpr std::size_t kMaxRemembered = 65536;  // no frame is that late
+    const unsigned int copy = ++m_copies[number];
+    if (m_copies.size() > kMaxRemembered) {
+        m_copies.erase(m_copies.begin());
+    }
+    char name[64];
+    std::snprintf(name, sizeof name, "%u-%06llu", m_serialNumber, number);
+    return name + (copy > 1 ? "-" + std::to_string(copy) : "") + suffix;
 }
 
 Zevrin::Error WaitForImage(Zevrin::IidcCamera& camera, Zevrin::Image* pImage, unsigned int timeoutMs,
@@ -67,12 +80,6 @@ std::string RateText(const std::optional<double>& framesPerSecond) {
         std::snprintf(text, sizeof text, "%.2f fps", *framesPerSecond);
     }
     return text;
-}
-
-std::string PictureName(unsigned int serialNumber, unsigned long long number, const std::string& suffix) {
-    char name[48];
-    std::snprintf(name, sizeof name, "%u-%06llu", serialNumber, number);
-    return name + suffix;
 }
 
 CameraStream::CameraStream(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
@@ -132,6 +139,11 @@ bool CameraStream::Next(unsigned int timeoutMs, Zevrin::Image* pImage, unsigned 
         }
         if (!IsConnectionLost(error)) {
             CheckImage(error, timeoutMs);
+            // The policy may have connected again while nobody waited for an image.
+            if (pImage->GetGaps() != m_gaps) {
+                m_gaps = pImage->GetGaps();
+                m_numbers.Restart();
+            }
             *pNumber = m_numbers.Add(pImage->GetFrameId());
             m_vainReconnections = 0;
             ++m_frames;
@@ -167,7 +179,6 @@ void CameraStream::AwaitReturn() {
     for (;;) {
         const Zevrin::Error error = m_pCamera->WaitForReconnection(kSliceMs);
         if (error == Zevrin::ERR_OK) {
-            m_numbers.Restart();
             return;
         }
         if (m_stop) {

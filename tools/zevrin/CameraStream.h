@@ -3,6 +3,7 @@
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -14,19 +15,31 @@
 
 namespace ZevrinTool {
 
-/// Numbers the frames that came, with gaps where some are missing in the camera's own numbering.
+/// Numbers the frames of a camera by its own numbers, which begin anew with each stream. A frame that comes
+/// late or twice has the number that it has for the camera.
 class FrameNumbers {
   public:
-    /// The frame's number, continued where the camera begins again (GigE Vision counts to 65535).
     unsigned long long Add(unsigned long long frameId);
-    /// The next number is not compared with the last: the stream was started again.
-    void Restart() { m_hasLast = false; }
+    /// The stream was started again: the next frame has the number behind the highest.
+    void Restart() { m_isRestarted = m_next != 0; }
 
   private:
-    bool m_isFirst = true;
-    bool m_hasLast = false;  // of the present stream
-    unsigned long long m_lastId = 0;
-    unsigned long long m_number = 0;
+    bool m_isRestarted = false;
+    unsigned long long m_firstId = 0;      // of the present stream
+    unsigned long long m_firstNumber = 0;  // that of `m_firstId`
+    unsigned long long m_next = 0;         // behind the highest number so far
+};
+
+/// Names the files of a camera's frames: "1001-000042.png", and "1001-000042-2.png" when the number comes
+/// again, since the camera began anew or a frame arrived twice.
+class PictureNames {
+  public:
+    explicit PictureNames(unsigned int serialNumber) : m_serialNumber(serialNumber) {}
+    std::string Next(unsigned long long number, const std::string& suffix);
+
+  private:
+    const unsigned int m_serialNumber;
+    std::map<unsigned long long, unsigned int> m_copies;  // of the highest numbers
 };
 
 /// Waits for the next image of a stream in slices, so that a request to stop is heard.
@@ -52,9 +65,6 @@ class FrameRate {
 
 /// "15.00 fps", or "-".
 std::string RateText(const std::optional<double>& framesPerSecond);
-
-/// The name of a frame's file: "1001-000042.png".
-std::string PictureName(unsigned int serialNumber, unsigned long long number, const std::string& suffix);
 
 /// The frames of one connected camera, one after the other. A bus reset is survived by connecting again; so
 /// is the camera's absence when a reconnection is wanted, by the library's policy. Whatever goes wrong is
@@ -101,6 +111,7 @@ class CameraStream {
     std::function<void()> m_resumed;
     FrameNumbers m_numbers;
     unsigned int m_buffers = 0;
+    unsigned int m_gaps = 0;  // in the present stream, that the policy has bridged
     unsigned int m_vainReconnections = 0;
     unsigned int m_reconnectSeconds = 0;
     std::atomic<unsigned long long> m_frames{0};

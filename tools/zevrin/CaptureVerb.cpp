@@ -182,7 +182,7 @@ void ShowSummary(const Tool& tool, const CaptureOptions& options, const Recorder
     const std::string failure = writer.GetFailure();
     Print({{"cameras", cameras},
            {"folder", options.plan.folder},
-           {"index", writer.GetIndexPath()},
+           {"index", writer.CountBytes() != 0 ? Json(writer.GetIndexPath()) : Json()},
            {"bytes", writer.CountBytes()},
            {"highestQueue", {{"frames", highest.frames}, {"bytes", highest.bytes}}},
            {"end", kEndNames[static_cast<int>(end)]},
@@ -197,7 +197,9 @@ void ReportEnd(const CaptureOptions& options, const Recorders& recorders, const 
     if (!failure.empty()) {
         failure.erase(failure.find_last_not_of('.') + 1);
         throw ToolFailure(kExitFailed,
-                          failure + "; what was written is whole, and in " + writer.GetIndexPath());
+                          failure + (writer.CountBytes() != 0
+                                         ? "; what was written is whole, and in " + writer.GetIndexPath()
+                                         : "; nothing was written"));
     }
     for (const auto& pRecorder : recorders) {
         const RecordOutcome& outcome = pRecorder->Join();
@@ -211,10 +213,29 @@ void ReportEnd(const CaptureOptions& options, const Recorders& recorders, const 
     }
 }
 
+/// Nothing is begun that cannot be written.
+void RequireSavable(const RecordPlan& plan) {
+    const Zevrin::Error error =
+        plan.pixelFormat ? TryToSave(*plan.pixelFormat, std::nullopt, plan.suffix) : Zevrin::Error();
+    if (error != Zevrin::ERR_OK) {
+        throw ToolFailure(kExitUsage, std::string("--pixels ") +
+                                          Zevrin::GetPixelFormatName(*plan.pixelFormat) + " with --format " +
+                                          plan.suffix.substr(1) + ": " + error.GetDescription());
+    }
+}
+
+void RequireSavable(const RecordPlan& plan, Zevrin::IidcCamera& camera, unsigned int serialNumber) {
+    const std::optional<Zevrin::PixelFormat> format = ReadPixelFormat(camera);
+    if (format) {
+        Check(TryToSave(*format, plan.pixelFormat, plan.suffix), NameOf(serialNumber));
+    }
+}
+
 void Capture(const Tool& tool, const CaptureOptions& options) {
     if (options.plan.intervalSeconds > 0 && options.plan.burst == 0) {
         throw ToolFailure(kExitUsage, "--interval is between bursts; it needs --burst");
     }
+    RequireSavable(options.plan);
     PrepareFolder(options.plan.folder);
     signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like a full disk
     Session session(tool);
@@ -223,6 +244,7 @@ void Capture(const Tool& tool, const CaptureOptions& options) {
     std::vector<boost::shared_ptr<Zevrin::IidcCamera>> cameras;
     for (const unsigned int serialNumber : chosen) {
         cameras.push_back(session.Connect(serialNumber));
+        RequireSavable(options.plan, *cameras.back(), serialNumber);
     }
     CatchInterruptions();
     CatchTriggers();
@@ -250,8 +272,9 @@ void Capture(const Tool& tool, const CaptureOptions& options) {
 }
 
 constexpr char kFooter[] =
-    R"(Files are named <serial number>-<frame number>.<format>. index.jsonl in the same folder has a line of JSON for each
-file, written when the file is whole. A folder that holds a recording is not written to again.
+    R"(Files are named <serial number>-<frame number>.<format>; a number that comes again, as of a frame that arrived
+twice, becomes <frame number>-2. index.jsonl in the same folder has a line of JSON for each file, written when the file
+is whole. A folder that holds a recording is not written to again.
 
 Frames wait in a queue for the threads that write them. A frame that finds it full is dropped and counted. On a
 terminal the rate, the drops, the queue and the free space are shown while it records.
@@ -314,7 +337,8 @@ void AddFiles(CLI::App& verb, CaptureOptions* pOptions) {
     AddChoice(
         verb, "--pixels", "<format>",
         [&plan](unsigned int value) { plan.pixelFormat = static_cast<Zevrin::PixelFormat>(value); },
-        kPixelFormats, "Converts to a pixel format, such as RGB8 (default: as they come)");
+        ConvertedFormats(),
+        "Converts to a pixel format: " + ListWords(ConvertedFormats()) + " (default: as they come)");
     const auto addMebibytes = [&verb](const char* name, unsigned long long* pBytes, const NumberRule& rule,
                                       const char* help) {
         AddNumber(

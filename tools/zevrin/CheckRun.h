@@ -82,6 +82,17 @@ class CheckStream {
 /// `ToolFailure`.
 void PrepareToStream(Zevrin::IidcCamera& camera);
 
+/// A look at a camera's clock, some time between two moments of this computer's. In microseconds.
+struct ClockReading {
+    double earliest;
+    double latest;
+    double camera;
+};
+
+/// Throws `ToolFailure` when the camera's clock stood still between two looks, or was wrong by more than half
+/// a per cent whenever within them it was read.
+void JudgeClock(const ClockReading& first, const ClockReading& last);
+
 // The groups of checks.
 void CheckRegisters(CheckRun& run);
 void CheckProperties(CheckRun& run);

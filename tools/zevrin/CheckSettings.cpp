@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 
 #include "CameraConfig.h"
@@ -157,24 +158,43 @@ std::string CheckProperty(IidcCamera& camera, PropertyType type) {
 
 // Look-up tables.
 
+using Entries = std::vector<unsigned int>;
+
+/// The entries of one channel, which are put back whatever came of the write.
+void CheckChannelOfBank(IidcCamera& camera, unsigned int bank, unsigned int channel, bool isWritable,
+                        const Zevrin::LUTData& data) {
+    const unsigned int max = data.outputBitDepth < 32 ? (1U << data.outputBitDepth) - 1 : ~0U;
+    Entries found(data.numEntries);
+    Entries got(data.numEntries);
+    Check(camera.GetLUTChannel(bank, channel, data.numEntries, found.data()));
+    Entries wanted = found;
+    for (unsigned int& entry : wanted) {
+        entry = max - std::min(entry, max);  // is never what it was
+    }
+    const Zevrin::Error written = camera.SetLUTChannel(bank, channel, data.numEntries, wanted.data());
+    const Zevrin::Error read = camera.GetLUTChannel(bank, channel, data.numEntries, got.data());
+    const Zevrin::Error putBack = written == Zevrin::ERR_OK
+                                      ? camera.SetLUTChannel(bank, channel, data.numEntries, found.data())
+                                      : Zevrin::Error();
+    if (isWritable) {
+        Check(written);
+    }
+    Check(read);
+    Check(putBack, "putting the entries back");
+    Require(isWritable || written != Zevrin::ERR_OK, "it takes entries and says that it cannot be written");
+    Require(got == (isWritable ? wanted : found),
+            "the entries of channel " + std::to_string(channel) + " read back otherwise");
+}
+
 std::string CheckBank(IidcCamera& camera, unsigned int bank, const Zevrin::LUTData& data) {
     bool isReadable = false;
     bool isWritable = false;
     Check(camera.GetLUTBankInfo(bank, &isReadable, &isWritable));
-    std::vector<unsigned int> found(data.numEntries);
-    for (unsigned int channel = 0; channel < data.numChannels && isReadable; ++channel) {
-        Check(camera.GetLUTChannel(bank, channel, data.numEntries, found.data()));
-        std::vector<unsigned int> wanted(found.rbegin(), found.rend());
-        const Zevrin::Error error = camera.SetLUTChannel(bank, channel, data.numEntries, wanted.data());
-        if (!isWritable) {
-            Require(error != Zevrin::ERR_OK, "it takes entries and says that it cannot be written");
-            continue;
-        }
-        Check(error);
-        std::vector<unsigned int> got(data.numEntries);
-        Check(camera.GetLUTChannel(bank, channel, data.numEntries, got.data()));
-        Check(camera.SetLUTChannel(bank, channel, data.numEntries, found.data()));
-        Require(got == wanted, "the entries of channel " + std::to_string(channel) + " read back otherwise");
+    if (!isReadable) {
+        throw CheckIsAbsent{"the bank cannot be read"};
+    }
+    for (unsigned int channel = 0; channel < data.numChannels; ++channel) {
+        CheckChannelOfBank(camera, bank, channel, isWritable, data);
     }
     return isWritable ? "entries read back" : "cannot be written";
 }

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <sstream>
 #include <vector>
@@ -92,23 +93,45 @@ std::string ExamplesOf(std::initializer_list<const char*> commandLines) {
     return footer;
 }
 
+namespace {
+
+/// "--dur" of "--dur=5"; empty when every word that looks like an option is one.
+std::string FindUnknownOption(const std::vector<std::string>& unknown) {
+    const auto found = std::find_if(unknown.begin(), unknown.end(), [](const std::string& word) {
+        return word.size() > 1 && word.front() == '-' && word != "--";
+    });
+    return found != unknown.end() ? found->substr(0, found->find('=')) : "";
+}
+
+/// The parser stops at a verb that is missing, of which it says nothing that helps.
+bool IsAboutVerb(const CLI::App& app, const CLI::Error& problem) {
+    const std::string kind = problem.get_name();
+    return app.get_require_subcommand_min() > 0 && (kind == "RequiredError" || kind == "ExtrasError");
+}
+
+}  // namespace
+
 std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem) {
     const std::vector<std::string> unknown = pApp->remaining(true);
+    const std::string option = FindUnknownOption(unknown);
     std::string path = pApp->get_name();
     while (!pApp->get_subcommands().empty()) {
         pApp = pApp->get_subcommands().front();
         path += " " + pApp->get_name();
     }
     std::string text = problem.what();
-    if (text.find("SERIAL: At Most 1 required") == 0) {
+    if (!option.empty()) {
+        // Before all else: its value was taken for an argument, and what is complained of may be just that.
+        text = "there is no option \"" + option + "\"";
+    } else if (text.find("SERIAL: At Most 1 required") == 0) {
         text =
             "there are more arguments than the verb takes; the last one is SERIAL, a camera's serial number";
-    }
-    const std::vector<const CLI::App*> verbs = pApp->get_subcommands({});
-    if (pApp->get_require_subcommand_min() > 0) {
+    } else if (text.find("disallowed flag override") != std::string::npos) {
+        text = "--" + text.substr(0, text.find(' ')) + " takes no value";
+    } else if (IsAboutVerb(*pApp, problem)) {
         text = unknown.empty() ? "a verb is needed" : "there is no verb \"" + unknown.front() + "\"";
         text += "; there are:";
-        for (const CLI::App* pVerb : verbs) {
+        for (const CLI::App* pVerb : pApp->get_subcommands({})) {
             text += " " + pVerb->get_name();
         }
     }

@@ -7,28 +7,35 @@
 #include <filesystem>
 #include <system_error>
 
+#include "Output.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
 
+namespace {
+
+[[noreturn]] void Fail(const std::string& folder, const std::string& what, const std::string& reason) {
+    throw ToolFailure(kExitFailed, "the folder \"" + Printable(folder) + "\" " + what + ": " + reason);
+}
+
+}  // namespace
+
 void PrepareFolder(const std::string& folder) {
     std::error_code problem;
     std::filesystem::create_directories(folder, problem);
-    if (!std::filesystem::is_directory(folder)) {
-        const std::string reason = problem ? problem.message() : "it is no folder";
-        throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be made: " + reason);
+    std::error_code unseen;  // what cannot be looked at is none
+    if (!std::filesystem::is_directory(folder, unseen)) {
+        Fail(folder, "cannot be made", problem ? problem.message() : "it is no folder");
     }
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw ToolFailure(kExitFailed, "the folder \"" + folder + "\" cannot be written to: " +
-                                           std::generic_category().message(errno));
+        Fail(folder, "cannot be written to", std::generic_category().message(errno));
     }
 }
 
 unsigned long long GetFreeSpace(const std::string& folder) {
     struct statvfs state = {};
     if (statvfs(folder.c_str(), &state) != 0) {
-        throw ToolFailure(kExitFailed, "the free space of \"" + folder +
-                                           "\" cannot be told: " + std::generic_category().message(errno));
+        Fail(folder, "does not tell its free space", std::generic_category().message(errno));
     }
     return 1ULL * state.f_bavail * state.f_frsize;
 }

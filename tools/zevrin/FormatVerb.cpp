@@ -121,13 +121,14 @@ void SetStandard(const Target& target, StandardChoice choice) {
     const VideoModeInfo info = ReadStandardInfo(target, setting.format, setting.mode);
     const std::vector<unsigned int> rates = BitsOf(info.frameRateMask);
     if (info.present && choice.rate && (info.frameRateMask >> *choice.rate & 1) == 0) {
+        Choices offered;
+        for (const unsigned int rate : rates) {
+            offered.push_back({WordFor(rate, kFrameRates), rate});
+        }
         throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no frame rate " +
                                            WordFor(*choice.rate, kFrameRates) + " in mode " +
                                            std::to_string(setting.mode) + " of format " +
-                                           std::to_string(setting.format) + "; it has " +
-                                           NamesOf(info.frameRateMask, [](unsigned int rate) {
-                                               return WordFor(rate, kFrameRates);
-                                           }).dump());
+                                           std::to_string(setting.format) + "; it has " + ListWords(offered));
     }
     setting.frameRate = choice.rate.value_or(rates.empty() ? 0 : rates.back());
     target.Check(target.camera.SetVideoMode(&setting));

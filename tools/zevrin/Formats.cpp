@@ -1,5 +1,10 @@
 #include "Formats.h"
 
+#include <array>
+
+#include <zevrin/ImageConversion.h>
+#include <zevrin/ImageFile.h>
+
 namespace ZevrinTool {
 
 const Choices kFrameRates = {{"1.875", 0}, {"3.75", 1}, {"7.5", 2}, {"15", 3},
@@ -15,6 +20,20 @@ const Choices kPixelFormats = [] {
 }();
 
 namespace {
+
+/// A little black picture of a format, in bytes of one's own: what the library does with it, it does with
+/// any.
+Zevrin::PixelView MakeSample(Zevrin::PixelFormat format) {
+    static const std::array<unsigned char, 64> kBlack = {};
+    Zevrin::PixelView sample;
+    sample.data = kBlack.data();
+    sample.size = kBlack.size();
+    sample.width = 4;
+    sample.height = 2;
+    sample.pixelFormat = format;
+    sample.bayerTileFormat = Zevrin::BAYER_RGGB;
+    return sample;
+}
 
 struct Picture {
     unsigned int left = 0;
@@ -33,6 +52,61 @@ Facts Describe(const Picture& picture) {
 }
 
 }  // namespace
+
+const Choices& ConvertedFormats() {
+    static const Choices choices = [] {
+        Choices made;
+        for (unsigned int number = Zevrin::PIXEL_FORMAT_MONO8;; ++number) {
+            Zevrin::ConversionTarget target;
+            target.pixelFormat = static_cast<Zevrin::PixelFormat>(number);
+            if (Zevrin::GetBitsPerPixel(target.pixelFormat) == 0) {
+                return made;  // there are no further ones
+            }
+            Zevrin::PixelBuffer result;
+            if (Zevrin::ConvertPixels(MakeSample(Zevrin::PIXEL_FORMAT_MONO8), target, &result) ==
+                Zevrin::ERR_OK) {
+                made.push_back({Zevrin::GetPixelFormatName(target.pixelFormat), number});
+            }
+        }
+    }();
+    return choices;
+}
+
+Zevrin::Error TryToSave(Zevrin::PixelFormat format, const std::optional<Zevrin::PixelFormat>& target,
+                        const std::string& suffix) {
+    Zevrin::PixelView sample = MakeSample(format);
+    Zevrin::PixelBuffer converted;
+    if (target) {
+        Zevrin::ConversionTarget conversion;
+        conversion.pixelFormat = *target;
+        const Zevrin::Error error = Zevrin::ConvertPixels(sample, conversion, &converted);
+        if (error != Zevrin::ERR_OK) {
+            return error;
+        }
+        sample = converted.View();
+    }
+    // Below a device no file can be: when the format is good, that is what the library complains of.
+    const Zevrin::Error error = Zevrin::SavePixels(sample, "/dev/null/sample" + suffix);
+    return error == Zevrin::ERR_FILE_FAILED ? Zevrin::Error() : error;
+}
+
+std::optional<Zevrin::PixelFormat> ReadPixelFormat(Zevrin::IidcCamera& camera) {
+    Zevrin::VideoModeSetting present;
+    Zevrin::Format7Settings region;
+    Zevrin::VideoModeInfo info;
+    if (camera.GetVideoMode(&present) != Zevrin::ERR_OK) {
+        return std::nullopt;
+    }
+    const bool isRegion = present.format == Zevrin::kScalableImageFormat;
+    info.format = present.format;
+    info.mode = present.mode;
+    const Zevrin::Error error = isRegion ? camera.GetFormat7(&region) : camera.GetVideoModeInfo(&info);
+    const Zevrin::PixelFormat format = isRegion ? region.pixelFormat : info.pixelFormat;
+    if (error != Zevrin::ERR_OK || format == Zevrin::PIXEL_FORMAT_UNKNOWN) {
+        return std::nullopt;
+    }
+    return format;
+}
 
 Zevrin::VideoModeInfo ReadModeInfo(Zevrin::IidcCamera& camera, unsigned int format, unsigned int mode,
                                    const std::string& what) {

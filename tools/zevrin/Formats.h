@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include <zevrin/ImageFormat.h>
@@ -14,6 +15,18 @@ extern const Choices kFrameRates;
 
 /// The pixel formats that cameras of this standard send, such as "Mono8".
 extern const Choices kPixelFormats;
+
+/// The pixel formats that the library converts to.
+const Choices& ConvertedFormats();
+
+/// Whether pixels of a format can be written to files of a suffix such as ".png". Nothing is written.
+/// @param target  what they are converted to before; none: they stay
+/// Errors: ERR_INVALID_PARAMETER, ERR_NOT_SUPPORTED, with the reason.
+Zevrin::Error TryToSave(Zevrin::PixelFormat format, const std::optional<Zevrin::PixelFormat>& target,
+                        const std::string& suffix);
+
+/// The format of the pixels that a camera will send; none when it does not tell.
+std::optional<Zevrin::PixelFormat> ReadPixelFormat(Zevrin::IidcCamera& camera);
 
 constexpr unsigned int kMaxStandardFormat = 2;
 constexpr unsigned int kMaxMode = 7;

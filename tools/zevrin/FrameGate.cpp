@@ -2,19 +2,27 @@
 
 namespace ZevrinTool {
 
-bool FrameGate::Keep(unsigned long long number, unsigned long long burstNumber) {
-    if (!m_hasFirst) {
-        m_hasFirst = true;
-        m_next = number;
+bool FrameGate::IsFirstOfGroup(unsigned long long number) {
+    constexpr std::size_t kMaxRemembered = 64;  // groups that a late frame may belong to
+    const unsigned long long group = number / m_every;
+    if (m_groups.size() == kMaxRemembered && group < *m_groups.begin()) {
+        return false;
     }
+    const bool isFirst = m_groups.insert(group).second;
+    if (m_groups.size() > kMaxRemembered) {
+        m_groups.erase(m_groups.begin());
+    }
+    return isFirst;
+}
+
+bool FrameGate::Keep(unsigned long long number, unsigned long long burstNumber) {
     if (burstNumber != m_burstNumber) {
         m_burstNumber = burstNumber;
         m_left = m_burst;
     }
-    if (number < m_next) {
+    if (m_every > 1 && !IsFirstOfGroup(number)) {
         return false;
     }
-    m_next += ((number - m_next) / m_every + 1) * m_every;
     if (m_burst == 0) {
         return true;
     }

@@ -19,23 +19,33 @@ struct NewSetting {
     unsigned int direction = 0;
 };
 
-Facts Describe(const Target& target, unsigned int pin) {
+unsigned int ReadDirection(const Target& target, unsigned int pin) {
     unsigned int direction = 0;
     target.Check(target.camera.GetGPIOPinDirection(pin, &direction));
+    return direction;
+}
+
+Facts Describe(unsigned int pin, unsigned int direction) {
     return {{"Pin", "pin", pin, ""}, {"Direction", "direction", WordFor(direction, kDirections), ""}};
 }
 
 void Show(const Target& target) {
     std::vector<Facts> pins;
     for (unsigned int pin = 0; pin < kPinCount; ++pin) {
-        pins.push_back(Describe(target, pin));
+        pins.push_back(Describe(pin, ReadDirection(target, pin)));
     }
     target.Show({}, "pins", pins);
 }
 
 void Set(const Target& target, const NewSetting& setting) {
     target.Check(target.camera.SetGPIOPinDirection(setting.pin, setting.direction));
-    target.Show(Describe(target, setting.pin));
+    const unsigned int direction = ReadDirection(target, setting.pin);
+    if (direction != setting.direction) {
+        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + ": pin " + std::to_string(setting.pin) +
+                                           " stays " + WordFor(direction, kDirections) +
+                                           "; the camera may not have it");
+    }
+    target.Show(Describe(setting.pin, direction));
 }
 
 constexpr char kFooter[] = R"(Examples:
@@ -50,7 +60,8 @@ Examples:
   zevrin --json gpio show 1001
 )";
 
-constexpr char kSetFooter[] = R"(The other pins keep their directions.
+constexpr char kSetFooter[] =
+    R"(The other pins keep their directions. It fails when the pin does not take the direction.
 
 Examples:
   zevrin gpio set 1 out 1001

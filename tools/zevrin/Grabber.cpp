@@ -6,7 +6,10 @@ namespace ZevrinTool {
 
 Grabber::Grabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
                  const GrabPlan& plan)
-    : m_serialNumber(serialNumber), m_plan(plan), m_stream(serialNumber, std::move(pCamera), m_stop) {}
+    : m_serialNumber(serialNumber),
+      m_plan(plan),
+      m_names(serialNumber),
+      m_stream(serialNumber, std::move(pCamera), m_stop) {}
 
 Grabber::~Grabber() {
     Stop();
@@ -60,7 +63,7 @@ void Grabber::Take(const Zevrin::Image& image, unsigned long long number) {
     m_rate.Add(image);
     m_outcome.framesPerSecond = m_rate.Get();
     if (!m_plan.folder.empty()) {
-        const std::string path = m_plan.folder + "/" + PictureName(m_serialNumber, number, ".png");
+        const std::string path = m_plan.folder + "/" + m_names.Next(number, ".png");
         Check(Zevrin::SaveImage(image, path));
         m_outcome.files.push_back(path);
     }

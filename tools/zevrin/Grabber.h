@@ -71,6 +71,7 @@ class Grabber {
 
     // The grab thread's own until it is done.
     GrabOutcome m_outcome;
+    PictureNames m_names;
     CameraStream m_stream;
     FrameRate m_rate;
 

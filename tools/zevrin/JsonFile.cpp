@@ -27,23 +27,6 @@ constexpr unsigned int kIndent = 2;
     throw ToolFailure(kExitFailed, "the file \"" + Printable(path) + "\" cannot be read: " + reason);
 }
 
-std::string ReadBounded(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::string text(kMaxBytes + 1, '\0');
-    if (!stream) {
-        FailToRead(path, std::generic_category().message(errno));
-    }
-    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (stream.bad()) {
-        FailToRead(path, std::generic_category().message(errno));
-    }
-    text.resize(static_cast<std::size_t>(stream.gcount()));
-    if (text.size() > kMaxBytes) {
-        FailToRead(path, "it is larger than " + std::to_string(kMaxBytes) + " bytes");
-    }
-    return text;
-}
-
 /// Looks over the parser's shoulder: the library takes any depth, and of two keys the last.
 class Inspector {
   public:
@@ -143,8 +126,25 @@ void Append(const Json& value, std::size_t indent, std::string* pText) {
 
 }  // namespace
 
+std::string ReadTextFile(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::string text(kMaxBytes + 1, '\0');
+    if (!stream) {
+        FailToRead(path, std::generic_category().message(errno));
+    }
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (stream.bad()) {
+        FailToRead(path, std::generic_category().message(errno));
+    }
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    if (text.size() > kMaxBytes) {
+        FailToRead(path, "it is larger than " + std::to_string(kMaxBytes) + " bytes");
+    }
+    return text;
+}
+
 Json ReadJsonFile(const std::string& path) {
-    const std::string text = ReadBounded(path);
+    const std::string text = ReadTextFile(path);
     Inspector inspector;
     std::string word;
     std::string problem;

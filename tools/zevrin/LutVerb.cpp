@@ -10,6 +10,7 @@
 
 #include "CameraVerb.h"
 #include "CommandLine.h"
+#include "JsonFile.h"
 #include "Numbers.h"
 #include "Tool.h"
 
@@ -86,12 +87,23 @@ void WriteFile(const std::string& path, const Entries& entries) {
     }
 }
 
-/// Numbers between white space or commas; behind a # there is a comment.
-Entries ReadFile(const std::string& path) {
-    std::ifstream stream(path);
-    if (!stream) {
-        throw ToolFailure(kExitFailed, "the file \"" + path + "\" cannot be read: " + LastProblem());
+/// A word of a file, of which a number needs little.
+unsigned int ParseEntry(std::string word, unsigned int lineNumber, const std::string& file) {
+    constexpr std::size_t kMaxWord = 40;
+    if (word.size() > kMaxWord) {
+        word = word.substr(0, kMaxWord) + "...";
     }
+    try {
+        return ParseNumber(file, Printable(word), NumberRule());
+    } catch (const std::exception& problem) {
+        throw ToolFailure(kExitUsage, "line " + std::to_string(lineNumber) + " of " + problem.what());
+    }
+}
+
+/// Numbers between white space or commas; behind a # there is a comment.
+Entries ReadEntries(const std::string& path, unsigned int count) {
+    const std::string file = Printable(path);
+    std::istringstream stream(ReadTextFile(path));
     Entries entries;
     unsigned int number = 0;
     for (std::string line; std::getline(stream, line);) {
@@ -100,12 +112,12 @@ Entries ReadFile(const std::string& path) {
         std::replace(line.begin(), line.end(), ',', ' ');
         std::istringstream words(line);
         for (std::string word; words >> word;) {
-            try {
-                entries.push_back(ParseNumber(path, word, NumberRule()));
-            } catch (const std::exception& problem) {
-                throw ToolFailure(kExitUsage, "line " + std::to_string(number) + " of " + problem.what());
-            }
+            entries.push_back(ParseEntry(word, number, file));
         }
+    }
+    if (entries.size() != count) {
+        throw ToolFailure(kExitUsage, "the file \"" + file + "\" has " + std::to_string(entries.size()) +
+                                          " entries; it must have " + std::to_string(count));
     }
     return entries;
 }
@@ -212,7 +224,7 @@ void AddSet(CLI::App& verb, Tool& tool) {
     const auto pPart = AddPart(verb, "all");
     WorkOnCamera(verb, tool, [=](const Target& target) {
         const LUTData data = RequireTable(target);
-        Set(target, *pPart, data, ReadFile(*pPath));
+        Set(target, *pPart, data, ReadEntries(*pPath, data.numEntries));
     });
 }
 

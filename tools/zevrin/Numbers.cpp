@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <sstream>
 #include <system_error>
 
@@ -51,7 +52,14 @@ double ParseReal(const std::string& argument, const std::string& text) {
     double value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, problem] = std::from_chars(text.data(), end, value);
-    if (problem != std::errc() || stop != end || !std::isfinite(value)) {
+    const bool isNumber = stop == end && !text.empty() && std::isfinite(value);
+    // The library and the cameras have numbers of single precision.
+    if (isNumber && (problem == std::errc::result_out_of_range ||
+                     std::fabs(value) > static_cast<double>(std::numeric_limits<float>::max()))) {
+        throw CLI::ConversionError(argument + ": \"" + text +
+                                   "\" is out of range; no camera counts that far");
+    }
+    if (problem != std::errc() || !isNumber) {
         throw CLI::ValidationError(argument, "\"" + text + "\" is not a number, such as 12.5");
     }
     return value;

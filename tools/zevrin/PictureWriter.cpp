@@ -15,9 +15,10 @@ namespace {
 
 constexpr double kBytesPerMebibyte = 1 << 20;
 
-Json DescribeShot(const Shot& shot, unsigned int serialNumber, const std::string& file) {
+Json DescribeShot(const Shot& shot, unsigned int serialNumber, const RecordPlan& plan) {
     const Zevrin::TimeStamp stamp = shot.image.GetTimeStamp();
-    Json entry = {{"file", file},
+    const Zevrin::PixelFormat source = shot.image.GetPixelFormat();
+    Json entry = {{"file", shot.file},
                   {"serialNumber", serialNumber},
                   {"frame", shot.number},
                   {"frameId", shot.image.GetFrameId()},
@@ -28,7 +29,8 @@ Json DescribeShot(const Shot& shot, unsigned int serialNumber, const std::string
                   {"cycleOffset", stamp.cycleOffset},
                   {"width", shot.image.GetWidth()},
                   {"height", shot.image.GetHeight()},
-                  {"pixelFormat", Zevrin::GetPixelFormatName(shot.image.GetPixelFormat())}};
+                  {"pixelFormat", Zevrin::GetPixelFormatName(plan.pixelFormat.value_or(source))},
+                  {"sourcePixelFormat", Zevrin::GetPixelFormatName(source)}};
     if (shot.burst != 0) {
         entry["burst"] = shot.burst;
     }
@@ -115,13 +117,12 @@ void PictureWriter::GiveUp(const std::string& reason) {
 
 void PictureWriter::Write(const Shot& shot) {
     const unsigned int serialNumber = m_recorders[shot.camera]->GetSerialNumber();
-    const std::string name = PictureName(serialNumber, shot.number, m_share.plan.suffix);
-    const std::string path = m_share.plan.folder + "/" + name;
+    const std::string path = m_share.plan.folder + "/" + shot.file;
     RequireSpace(m_share.plan, shot.image.GetDataSize());
     m_index.Reserve();
     WriteFile(shot, path);
     try {
-        m_index.Append(DescribeShot(shot, serialNumber, name));
+        m_index.Append(DescribeShot(shot, serialNumber, m_share.plan));
     } catch (const ToolFailure&) {
         unlink(path.c_str());  // no file that the index does not know
         unlink((path + ".json").c_str());

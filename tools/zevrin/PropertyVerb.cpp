@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "Attempts.h"
 #include "CameraVerb.h"
 #include "CommandLine.h"
 #include "Numbers.h"
@@ -28,13 +29,17 @@ PropertyReading Require(const Target& target, PropertyType type) {
 
 void List(const Target& target) {
     std::vector<Facts> rows;
+    Attempts attempts;
     for (unsigned int type = 0; type < Zevrin::kPropertyTypeCount; ++type) {
-        const PropertyReading reading = Read(target, static_cast<PropertyType>(type));
-        if (reading.info.present) {
-            rows.push_back(Describe(reading.info, reading.property));
-        }
+        attempts.Try([&] {
+            const PropertyReading reading = Read(target, static_cast<PropertyType>(type));
+            if (reading.info.present) {
+                rows.push_back(Describe(reading.info, reading.property));
+            }
+        });
     }
     target.Show({}, "properties", rows);
+    attempts.Conclude();
 }
 
 void Get(const Target& target, PropertyType type) {

@@ -28,6 +28,7 @@ Recorder::Recorder(std::size_t index, unsigned int serialNumber,
     : m_index(index),
       m_serialNumber(serialNumber),
       m_share(share),
+      m_names(serialNumber),
       m_stream(serialNumber, std::move(pCamera), share.stop),
       m_gate(share.plan.every, share.plan.burst) {}
 
@@ -93,6 +94,7 @@ bool Recorder::Take(Shot&& shot) {
     }
     shot.camera = m_index;
     shot.burst = burst;
+    shot.file = m_names.Next(shot.number, m_share.plan.suffix);
     if (!m_share.queue.Push(std::move(shot))) {
         // Before all recorders are done, only a failure closes it.
         ++(m_share.queue.IsClosed() ? m_counts.unwritten : m_counts.queueDropped);

@@ -108,6 +108,7 @@ class Recorder {
     std::atomic<bool> m_done{false};
 
     // The recorder's thread's own until it is done.
+    PictureNames m_names;
     CameraStream m_stream;
     FrameGate m_gate;
     FrameRate m_rate;

@@ -17,7 +17,8 @@ SyncGrabber::SyncGrabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::Ii
       m_pCamera(std::move(pCamera)),
       m_plan(plan),
       m_pPool(pPool),
-      m_pSheet(pSheet) {}
+      m_pSheet(pSheet),
+      m_names(serialNumber) {}
 
 SyncGrabber::~SyncGrabber() {
     Stop();
@@ -91,7 +92,7 @@ void SyncGrabber::HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, boo
     const auto pBytes = std::make_shared<std::vector<unsigned char>>(view.data, view.data + view.size);
     Zevrin::PixelView copy = view;
     copy.data = pBytes->data();
-    const std::string name = NameImage(pEntry->record.frameId);
+    const std::string name = m_names.Next(pEntry->record.frameId, m_plan.suffix);
     const bool isTaken = m_pPool->Offer(view.size, [this, pBytes, copy, pEntry, isOnSheet, name] {
         const WorkEnd end = RunToItsEnd([&] {
             if (isOnSheet) {
@@ -107,14 +108,6 @@ void SyncGrabber::HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, boo
         }
     });
     m_refused += isTaken || m_plan.folder.empty() ? 0 : 1;
-}
-
-/// A number that comes again, after a restart of the camera or since a frame arrived twice, gets a name of
-/// its own.
-std::string SyncGrabber::NameImage(unsigned long long frameId) {
-    const unsigned int count = ++m_timesNamed[frameId];
-    const std::string copy = count > 1 ? "-" + std::to_string(count) : "";
-    return PictureName(m_serialNumber, frameId, copy + m_plan.suffix);
 }
 
 void SyncGrabber::Write(const Zevrin::PixelView& view, const std::string& name, SyncEntry* pEntry) {

@@ -7,11 +7,11 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <unordered_map>
 
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
 
+#include "CameraStream.h"
 #include "ContactSheet.h"
 #include "SyncIndex.h"
 #include "Tool.h"
@@ -58,7 +58,6 @@ class SyncGrabber {
     void Grab();
     unsigned long long Take(const Zevrin::Image& image);
     void HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, bool isOnSheet);
-    std::string NameImage(unsigned long long frameId);
     void Write(const Zevrin::PixelView& view, const std::string& name, SyncEntry* pEntry);
     void NoteWriteFailure(const std::string& failure);
 
@@ -70,7 +69,7 @@ class SyncGrabber {
 
     // The grab thread's until it is done; each entry's file is its writer's.
     std::deque<SyncEntry> m_entries;
-    std::unordered_map<unsigned long long, unsigned int> m_timesNamed;  // by the frame's number
+    PictureNames m_names;
     unsigned int m_refused = 0;
     WorkEnd m_end;
 

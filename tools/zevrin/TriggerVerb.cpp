@@ -1,6 +1,7 @@
 #include <memory>
 #include <optional>
 
+#include "Attempts.h"
 #include "CameraVerb.h"
 #include "CommandLine.h"
 #include "Numbers.h"
@@ -38,25 +39,43 @@ Fact DescribeDelay(const Target& target) {
     return fact;
 }
 
+Facts DescribeMode(const TriggerMode& mode, bool isKnown) {
+    const auto known = [isKnown](const Json& value) { return isKnown ? value : Json(); };
+    const std::string software = mode.source == kSoftwareSource ? " (software)" : "";
+    return {
+        {"Trigger", "trigger", known(OnOff(mode.onOff)), ""},
+        {"Source", "source", known(mode.source), isKnown ? std::to_string(mode.source) + software : ""},
+        {"Mode", "mode", known(mode.mode), ""},
+        {"Parameter", "parameter", known(mode.parameter), ""},
+        {"Polarity", "polarity", known(WordFor(mode.polarity, kPolarities)), ""},
+    };
+}
+
+Facts DescribeAbilities(const Zevrin::TriggerModeInfo& info, bool isKnown) {
+    const auto known = [isKnown](const Json& value) { return isKnown ? value : Json(); };
+    return {
+        {"Sources", "sources", known(BitsOf(info.sourceMask)), ""},
+        {"Modes", "modes", known(BitsOf(info.modeMask)), ""},
+        {"Software trigger", "softwareTrigger", known(info.softwareTriggerSupported), ""},
+        {"Polarity settable", "polaritySupported", known(info.polaritySupported), ""},
+        {"Switchable", "onOffSupported", known(info.onOffSupported), ""},
+    };
+}
+
 void Show(const Target& target) {
     Zevrin::TriggerModeInfo info;
-    target.Check(target.camera.GetTriggerModeInfo(&info));
     TriggerMode mode;
-    target.Check(target.camera.GetTriggerMode(&mode));
-    target.Show({
-        {"Trigger", "trigger", OnOff(mode.onOff), ""},
-        {"Source", "source", mode.source,
-         std::to_string(mode.source) + (mode.source == kSoftwareSource ? " (software)" : "")},
-        {"Mode", "mode", mode.mode, ""},
-        {"Parameter", "parameter", mode.parameter, ""},
-        {"Polarity", "polarity", WordFor(mode.polarity, kPolarities), ""},
-        DescribeDelay(target),
-        {"Sources", "sources", BitsOf(info.sourceMask), ""},
-        {"Modes", "modes", BitsOf(info.modeMask), ""},
-        {"Software trigger", "softwareTrigger", info.softwareTriggerSupported, ""},
-        {"Polarity settable", "polaritySupported", info.polaritySupported, ""},
-        {"Switchable", "onOffSupported", info.onOffSupported, ""},
-    });
+    Fact delay = {"Delay", "delay", nullptr, ""};
+    Attempts attempts;
+    const bool hasInfo = attempts.Try([&] { target.Check(target.camera.GetTriggerModeInfo(&info)); });
+    const bool hasMode = attempts.Try([&] { target.Check(target.camera.GetTriggerMode(&mode)); });
+    attempts.Try([&] { delay = DescribeDelay(target); });
+    Facts facts = DescribeMode(mode, hasMode);
+    facts.push_back(delay);
+    const Facts abilities = DescribeAbilities(info, hasInfo);
+    facts.insert(facts.end(), abilities.begin(), abilities.end());
+    target.Show(facts);
+    attempts.Conclude();
 }
 
 void SetDelay(const Target& target, const PropertyChange& change) {
@@ -77,11 +96,21 @@ void SetMode(const Target& target, const Changes<TriggerMode>& changes) {
 
 void Set(const Target& target, const NewSetting& setting) {
     RequireAny(!setting.mode.IsEmpty() || setting.delay);
-    if (setting.delay) {
-        SetDelay(target, *setting.delay);
-    }
+    TriggerMode before;
     if (!setting.mode.IsEmpty()) {
+        target.Check(target.camera.GetTriggerMode(&before));
         SetMode(target, setting.mode);
+    }
+    if (setting.delay) {
+        try {
+            SetDelay(target, *setting.delay);
+        } catch (const ToolFailure& failure) {
+            if (!setting.mode.IsEmpty() && target.camera.SetTriggerMode(&before) != Zevrin::ERR_OK) {
+                throw ToolFailure(failure.exitCode,
+                                  std::string(failure.what()) + " The mode could not be put back.");
+            }
+            throw;
+        }
     }
     Show(target);
 }
@@ -111,7 +140,8 @@ constexpr char kShowFooter[] = R"(Examples:
   zevrin --json trigger show 1001
 )";
 
-constexpr char kSetFooter[] = R"(What is not given stays as it is. The resulting setting is shown.
+constexpr char kSetFooter[] =
+    R"(What is not given stays as it is. All is set or nothing. The resulting setting is shown.
 
 Examples:
   zevrin trigger set --on --source 0 --polarity high 1001

@@ -4,6 +4,7 @@
 
 #include "CommandLine.h"
 #include "CommandTree.h"
+#include "Numbers.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
@@ -29,10 +30,16 @@ Examples:
 )";
 
 void AddGlobalOptions(CLI::App& app, Tool& tool) {
-    app.add_option("--simulate", tool.simulate,
-                   "Adds simulated cameras: 1 to 64 with serial numbers 1001 and on, or as a JSON file "
-                   "describes them")
-        ->type_name("<count|file>");
+    AddText(
+        app, "--simulate", "<count|file>",
+        [&tool](const std::string& argument, const std::string& text) {
+            if (text.empty()) {
+                throw CLI::ValidationError(
+                    argument, "\"\" is neither a number of cameras, 1 to 64, nor the name of a file");
+            }
+            tool.simulate = text;
+        },
+        "Adds simulated cameras: 1 to 64 with serial numbers 1001 and on, or as a JSON file describes them");
     app.add_flag("--json", tool.json, "Writes JSON to standard output, for programs");
     app.set_help_flag("-h,--help", "Shows this text");
     app.set_version_flag("--version", "zevrin " ZEVRIN_VERSION, "Shows the version");
@@ -47,6 +54,18 @@ void AddGenerators(CLI::App& app) {
            [&app, end](const std::string& shell) { end(FormatCompletion(DescribeCommandLine(app), shell)); })
         ->group("");
     app.add_flag_callback("--man", [&app, end] { end(FormatManPage(DescribeCommandLine(app))); })->group("");
+}
+
+/// --json=5 would be taken.
+void RefuseFlagValues(CLI::App& app) {
+    for (CLI::Option* const pOption : app.get_options()) {
+        if (pOption->get_items_expected_max() == 0) {
+            pOption->disable_flag_override();
+        }
+    }
+    for (CLI::App* const pVerb : app.get_subcommands([](CLI::App*) { return true; })) {
+        RefuseFlagValues(*pVerb);
+    }
 }
 
 }  // namespace
@@ -69,6 +88,7 @@ void SetUpCommandLine(CLI::App& app, Tool& tool) {
           AddConfigVerb,  AddCheckVerb,  AddHelpVerb}) {
         pAdd(app, tool);
     }
+    RefuseFlagValues(app);
 }
 
 }  // namespace ZevrinTool

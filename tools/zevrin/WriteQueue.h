@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <deque>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include <zevrin/Image.h>
@@ -15,6 +16,7 @@ struct Shot {
     std::size_t camera = 0;  ///< its place among the cameras of the recording
     unsigned long long number = 0;
     unsigned long long burst = 0;  ///< 0: there are no bursts
+    std::string file;              ///< its name in the folder
     Zevrin::Image image;
 };
 

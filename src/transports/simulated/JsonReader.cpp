@@ -94,8 +94,9 @@ Error ParseJson(const std::string& text, json* pValue) {
     } catch (const Refusal& refusal) {
         return Failure(ERR_INVALID_DESCRIPTION, "The description %s", refusal.what());
     } catch (const json::exception& exception) {
+        const std::string problem = exception.what();  // behind "[", the parser's own number of it, and "] "
         return Failure(ERR_INVALID_DESCRIPTION, "The description is not JSON: %s",
-                       Printable(exception.what(), 200).c_str());
+                       Printable(problem.substr(problem.find("] ") + 2), 200).c_str());
     }
     return Error();
 }
