@@ -11,6 +11,7 @@
 #include "DeviceListing.h"
 #include "FeatureTable.h"
 #include "FrameIds.h"
+#include "GigeFixture.h"
 #include "PixelFormats.h"
 
 namespace Zevrin {
@@ -152,6 +153,7 @@ TEST(GenicamTables, DescriptionsAreLoadedFromTheDeviceAndOfModestSizeOnly) {
         {"Local:camera.zip;0;-1", false},
         {"Local:camera.zip;0;", false},
         {"Local:camera.zip;0", false},
+        {"Local:camera.zip; 0;10", false},
         {"Local:camera.zip", false},
         {"file:///etc/passwd", false},
         {"http://example.com/camera.xml", false},
@@ -159,6 +161,13 @@ TEST(GenicamTables, DescriptionsAreLoadedFromTheDeviceAndOfModestSizeOnly) {
     };
     for (const auto& one : cases) {
         EXPECT_EQ(FindUrlFault(one.url) == nullptr, one.isGood) << one.url;
+    }
+    const std::string good = MakeArchiveEntry(0x1000000);
+    for (const std::string& archive :
+         {good, good + MakeArchiveEntry(0x1000001), "PK" + MakeArchiveEntry(~0U)}) {
+        const std::vector<unsigned char> file(archive.begin(), archive.end());
+        EXPECT_EQ(FindArchiveFault(file) == nullptr, archive == good);
+        EXPECT_EQ(FindArchiveFault({file.begin(), file.begin() + 45}), nullptr) << "cut short";
     }
 }
 

@@ -92,6 +92,14 @@ bool HasTestPicture(const Image& image) {
     return FindPicture(image) == GetPictureByte(image, 0, 0);
 }
 
+std::string MakeArchiveEntry(unsigned int unpackedSize) {
+    std::string entry = std::string("PK\x01\x02") + std::string(42, '\0');
+    for (unsigned int byte = 0; byte < 4; ++byte) {  // the low one first
+        entry[24 + byte] = static_cast<char>(unpackedSize >> 8 * byte & 0xFF);
+    }
+    return entry;
+}
+
 std::string RunProgram(const std::vector<std::string>& command) {
     ChildProcess program(command);
     std::string said = program.ReadUntil("\x04", kPatience);  // which no program says: all of it

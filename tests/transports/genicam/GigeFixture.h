@@ -122,6 +122,9 @@ class GigeTest : public testing::Test {
     TestCamera m_camera;
 };
 
+/// Of the directory of a zip archive an entry whose file takes so many bytes.
+std::string MakeArchiveEntry(unsigned int unpackedSize);
+
 /// A program's whole output, and that it ended well.
 std::string RunProgram(const std::vector<std::string>& command);
 
