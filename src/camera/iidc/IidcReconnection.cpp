@@ -126,7 +126,7 @@ Error IidcCamera::Restore(unsigned int* pCount, Error* pRefusal) {
     return SettingsMemory::PutBack(m_pSettings->GetRuns(), write, pCount, pRefusal);
 }
 
-/// The transmission comes last: the application may have switched it off while the stream ran.
+/// The application may have switched the transmission off while the stream ran.
 Error IidcCamera::ResumeStream(unsigned int* pGaps) {
     StreamStart start;
     {
@@ -134,10 +134,8 @@ Error IidcCamera::ResumeStream(unsigned int* pGaps) {
         start = m_streamStart;
     }
     *pGaps = start.gaps + 1;
-    Error error = m_pIso->StartCapture(start.config, start.callback, start.pCallbackData, *pGaps);
-    if (error == ERR_OK && !m_isTransmissionWanted) {
-        error = m_pIso->WriteRegister(Register::kTransmission, kTransmissionOff, false);
-    }
+    const Error error = m_pIso->StartCapture(start.config, start.callback, start.pCallbackData,
+                                             {*pGaps, m_isTransmissionWanted});
     if (error == ERR_OK) {
         boost::lock_guard<boost::mutex> lock(m_configMutex);
         m_streamStart.gaps = *pGaps;
