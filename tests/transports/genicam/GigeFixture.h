@@ -84,7 +84,8 @@ class TestCamera : public IidcCamera {
 
     /// Lets the camera send no more, and waits until all that it sent is accounted for.
     /// @param before  counted before the camera began to count
-    void Quieten(unsigned int before = 0);
+    /// @param pImage  where to take the images to of a stream without a callback; null: nowhere
+    void Quieten(unsigned int before = 0, Image* pImage = nullptr);
 };
 
 /// The byte of the fake camera's picture at position b of row y: b + y + the frame's 16-bit number.
