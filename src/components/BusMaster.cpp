@@ -117,11 +117,17 @@ Error BusMaster::EnsureDiscovered() {
 }
 
 /// Asks the transports in their order, whatever the others answer, and no further than the camera that is
-/// wanted: one in the process is not kept waiting for a broadcast. The last failure is the result.
+/// wanted: one in the process is not kept waiting for a broadcast. The last failure is the result. A look
+/// that began after it was asked for, and went all the way, answers all who have waited for theirs.
 Error BusMaster::Discover(const unsigned int* pWantedSerialNumber) {
+    const unsigned long long begunBefore = m_looks;
     Error result;
     {
         boost::lock_guard<boost::mutex> lock(m_discoveryMutex);
+        if (m_completeLook > begunBefore) {
+            return m_completeResult;
+        }
+        const unsigned long long look = ++m_looks;
         Handle pWanted;
         auto transport = m_transports.begin();
         while (transport != m_transports.end() && !pWanted) {
@@ -131,7 +137,11 @@ Error BusMaster::Discover(const unsigned int* pWantedSerialNumber) {
                 pWanted.reset();
             }
         }
-        m_discovered = m_discovered || transport == m_transports.end();
+        if (transport == m_transports.end()) {
+            m_discovered = true;
+            m_completeLook = look;
+            m_completeResult = result;
+        }
     }
     DeliverChanges();
     return result;

@@ -100,7 +100,10 @@ class BusMaster : private TopologyListener {
 
     GenerationTable m_generations;
 
-    boost::mutex m_discoveryMutex;  // one look at the buses at a time
+    boost::mutex m_discoveryMutex;          // one look at the buses at a time; guards the two that follow it
+    unsigned long long m_completeLook = 0;  // the last one at all buses
+    Error m_completeResult;
+    std::atomic<unsigned long long> m_looks{0};  // begun so far
     std::atomic<bool> m_discovered{false};
     std::vector<std::unique_ptr<Transport>> m_transports;  // set by the constructor
 

@@ -118,7 +118,7 @@ class Iso::Transition {
 };
 
 Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                        unsigned int gaps) {
+                        const Beginning& beginning) {
     const Error error = CheckConfiguration(config);
     if (error != ERR_OK) {
         return error;
@@ -135,7 +135,7 @@ Error Iso::StartCapture(const ZevrinConfig& config, ImageCallback callback, cons
     }
     ReapCallbackThreads();
     try {
-        return StartStream(config, callback, pCallbackData, gaps, &transition);
+        return StartStream(config, callback, pCallbackData, beginning, &transition);
     } catch (const std::bad_alloc&) {
         return Failure(ERR_OUT_OF_MEMORY, "There is no memory to start a stream of %u buffers.",
                        config.numBuffers);
@@ -173,7 +173,7 @@ Error Iso::MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
 }
 
 Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                       unsigned int gaps, Transition* pTransition) {
+                       const Beginning& beginning, Transition* pTransition) {
     boost::shared_ptr<HardwareInterface> pHardware;
     Error error = RequireHardware(&pHardware);
     StreamFormat format;
@@ -190,14 +190,15 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
         m_resendsBase = counters;
     }
     if (error == ERR_OK) {
-        pQueue->SetGaps(gaps);
+        pQueue->SetGaps(beginning.gaps);
         error = pHardware->StartStream(config, pQueue);
     }
     if (error != ERR_OK) {
         return error;
     }
     LearnEmbeddedInfo();
-    error = BeginStream(config, pHardware, pQueue, callback, pCallbackData, pTransition);
+    error = BeginStream(config, pHardware, pQueue, callback, pCallbackData, beginning.isTransmitting,
+                        pTransition);
     if (error != ERR_OK) {
         // Also when switching on has failed: a write that went unanswered may have taken effect.
         const Error ignored = EndStream(*pHardware, pQueue);
@@ -208,11 +209,13 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
 
 Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
                        const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
-                       const void* pCallbackData, Transition* pTransition) {
-    Error error = WriteRegister(Register::kTransmission, kTransmissionOn, false);
+                       const void* pCallbackData, bool isTransmitting, Transition* pTransition) {
+    Error error =
+        WriteRegister(Register::kTransmission, isTransmitting ? kTransmissionOn : kTransmissionOff, false);
     if (error != ERR_OK) {
         return FailureBecause(ERR_ISOCH_START_FAILED, error,
-                              "The camera's transmission could not be switched on.");
+                              "The camera's transmission could not be switched %s.",
+                              isTransmitting ? "on" : "off");
     }
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_pQueue = pQueue;

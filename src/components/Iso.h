@@ -34,21 +34,29 @@ class Iso : public IOBase {
     /// Errors: ERR_VALUE_OUT_OF_RANGE.
     static Error CheckConfiguration(const ZevrinConfig& config);
 
+    /// How a stream begins.
+    struct Beginning {
+        unsigned int gaps = 0;       ///< what the images tell: how often the stream was interrupted before
+        bool isTransmitting = true;  ///< whether the camera is to send at once
+    };
+
     /// Whether the stream that runs, if any, has the number of buffers and the grab mode of this
     /// configuration, which no running stream can change.
     /// Errors: ERR_ISOCH_ALREADY_STARTED (it has others).
     Error CheckAgainstStream(const ZevrinConfig& config) const;
 
-    /// Sets up the buffers, lets the transport fill them, and switches the camera's transmission on.
+    /// Sets up the buffers, lets the transport fill them, and switches the camera's transmission on, or off.
     /// What was done is undone when a later step fails. Waits for the callback of an earlier stream that
     /// stopped itself from within.
     /// @param callback  null: the one that `SetCallback` installed, if any
-    /// @param gaps      what the images tell: how often the stream was interrupted before
     /// Errors: ERR_ISOCH_ALREADY_STARTED, ERR_NOT_CONNECTED, ERR_VALUE_OUT_OF_RANGE (a setting),
     /// ERR_ISOCH_BUFFERS_FAILED (the caller's buffers are too small or too few), ERR_OUT_OF_MEMORY, the
     /// transport's.
     Error StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                       unsigned int gaps = 0);
+                       const Beginning& beginning);
+    Error StartCapture(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData) {
+        return StartCapture(config, callback, pCallbackData, Beginning());
+    }
 
     /// Stops everything even when the camera does not answer any more, which is then reported.
     /// Errors: ERR_ISOCH_NOT_STARTED, ERR_ISOCH_STOP_FAILED.
@@ -136,10 +144,10 @@ class Iso : public IOBase {
     Error MakeQueue(const ZevrinConfig& config, const StreamFormat& format,
                     boost::shared_ptr<FrameQueue>* ppQueue);
     Error StartStream(const ZevrinConfig& config, ImageCallback callback, const void* pCallbackData,
-                      unsigned int gaps, Transition* pTransition);
+                      const Beginning& beginning, Transition* pTransition);
     Error BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
                       const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
-                      const void* pCallbackData, Transition* pTransition);
+                      const void* pCallbackData, bool isTransmitting, Transition* pTransition);
     Error EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue);
     Error StartCallbackThread(const Receiver& receiver);
     void StopCallbackThread();

@@ -2,6 +2,7 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
+#include <chrono>
 
 #include "Failure.h"
 #include "FakeHardware.h"
@@ -152,6 +153,30 @@ TEST_F(BusMasterTest, TellsOfEveryChangeAndMayBeAskedMeanwhile) {
     m_pMaster->SetChangeListener(this, nullptr);
     m_pNear->m_pListener->OnCameraLost(m_pTwo);
     EXPECT_EQ(seen, (std::vector<std::string>{"+1", "+2", "+3", "-2", "+2"}));
+}
+
+TEST_F(BusMasterTest, OneLookAnswersAllWhoWaitForIt) {
+    constexpr int kCount = 12;
+    std::atomic<int> asking{0};
+    m_pFar->m_onDiscover = [&] {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (asking < kCount && std::chrono::steady_clock::now() < deadline) {
+            boost::this_thread::yield();
+        }
+        boost::this_thread::sleep_for(
+            boost::chrono::milliseconds(50));  // as a search of a network takes long
+    };
+    boost::thread_group threads;
+    for (int serialNumber = 100; serialNumber < 100 + kCount; ++serialNumber) {
+        threads.create_thread([&, serialNumber] {
+            ++asking;
+            EXPECT_EQ(Acquire(static_cast<unsigned int>(serialNumber)), ERR_CAMERA_NOT_FOUND);
+        });
+    }
+    threads.join_all();
+    EXPECT_LE(m_pFar->m_discoveries, kCount / 2) << "two, unless a thread is late to ask";
+    EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
+    EXPECT_GE(m_pFar->m_discoveries, 3) << "none that began before it was asked for is an answer";
 }
 
 TEST(GenerationTableTest, KeepsEveryCameraWhileItGrowsUnderReaders) {

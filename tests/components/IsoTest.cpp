@@ -88,6 +88,21 @@ TEST_F(IsoTest, ImagesOutliveStreamAndComponent) {
     EXPECT_EQ(moved.GetDataSize(), 8U);
 }
 
+TEST_F(IsoTest, StreamMayBeginWithoutTransmission) {
+    std::vector<unsigned int> written;
+    m_pHardware->m_onWrite = [&](unsigned int low, unsigned int value) {
+        EXPECT_EQ(low, 0xF0F00000U + Register::kTransmission);
+        written.push_back(value);
+        return value;
+    };
+    ASSERT_EQ(m_pIso->StartCapture(m_config, nullptr, nullptr, {2, false}), ERR_OK);
+    EXPECT_EQ(written, std::vector<unsigned int>{0}) << "not even for a moment";
+    m_pHardware->SendFrame();
+    Image image;
+    ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
+    EXPECT_EQ(image.GetGaps(), 2U);
+}
+
 TEST_F(IsoTest, RefusesSettingsAndBuffersThatCannotBe) {
     ZevrinConfig mistakes[4];
     mistakes[0].numBuffers = 0;

@@ -10,7 +10,6 @@
 #include "IidcCamera.h"
 #include "Iso.h"
 #include "Reconnector.h"
-#include "Registers.h"
 #include "SettingsMemory.h"
 
 // How the camera object connects again by itself. What has no lock here is kept apart by the reconnector's
@@ -129,15 +128,12 @@ Error IidcCamera::Restore(unsigned int* pCount, Error* pRefusal) {
     return SettingsMemory::PutBack(m_pSettings->GetRuns(), write, pCount, pRefusal);
 }
 
-/// The transmission comes last: the application may have switched it off while the stream ran.
+/// The application may have switched the transmission off while the stream ran.
 Error IidcCamera::ResumeStream(unsigned int* pGaps) {
     const Iso::StreamStart& start = m_pInterruptedStream->start;
     *pGaps = start.gaps + 1;
-    const Error error =
-        m_pIso->StartCapture(start.config, start.receiver.callback, start.receiver.pData, *pGaps);
-    return error == ERR_OK && !m_pInterruptedStream->isTransmissionWanted
-               ? m_pIso->WriteRegister(Register::kTransmission, kTransmissionOff, false)
-               : error;
+    return m_pIso->StartCapture(start.config, start.receiver.callback, start.receiver.pData,
+                                {*pGaps, m_pInterruptedStream->isTransmissionWanted});
 }
 
 }  // namespace Zevrin

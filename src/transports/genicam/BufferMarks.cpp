@@ -36,8 +36,9 @@ std::vector<ByteRange> BufferMarks::FindAndClear(unsigned char* pData, std::size
         while (end < size && isUntouched(end)) {
             end = std::min(end + kWord, size);
         }
-        // A word alone may be like the pattern by chance; at the end it is a packet.
-        if (end - offset >= sizeof m_pattern || (end == size && end - offset >= kWord)) {
+        // A word alone may be like the pattern by chance; at the end it is a packet, which may be of one
+        // byte.
+        if (end - offset >= sizeof m_pattern || end == size) {
             std::memset(pData + offset, 0, end - offset);
             missing.push_back({offset, end - offset});
         }

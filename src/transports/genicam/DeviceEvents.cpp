@@ -162,6 +162,7 @@ Error DeviceEvents::SetNotification(const std::string& name, bool on) {
 
 void DeviceEvents::Begin(const boost::shared_ptr<GenicamDevice>& pDevice) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
+    m_pListener.reset();  // of the former connection, whose end may be late
     m_pDevice = pDevice;
     if (m_pSink == nullptr) {
         return;
@@ -180,10 +181,12 @@ void DeviceEvents::Begin(const boost::shared_ptr<GenicamDevice>& pDevice) {
     }
 }
 
-void DeviceEvents::End() {
+void DeviceEvents::End(const boost::shared_ptr<GenicamDevice>& pDevice) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_pListener.reset();
-    m_pDevice.reset();
+    if (m_pDevice == pDevice) {
+        m_pListener.reset();
+        m_pDevice.reset();
+    }
 }
 
 /// The port comes last: with it the channel is open.

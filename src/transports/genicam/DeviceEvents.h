@@ -39,8 +39,9 @@ class DeviceEvents {
     /// The camera is there again; what fails is logged.
     void Begin(const boost::shared_ptr<GenicamDevice>& pDevice);
 
-    /// It is not any more.
-    void End();
+    /// It is not any more. Does nothing when another connection has begun since: whoever handles the loss of
+    /// the former one may be late.
+    void End(const boost::shared_ptr<GenicamDevice>& pDevice);
 
   private:
     Error OpenChannel(GenicamDevice& device);

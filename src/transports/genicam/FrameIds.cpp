@@ -6,14 +6,18 @@ namespace {
 
 constexpr unsigned long long kMaxShortId = 65535;
 constexpr unsigned long long kMaxGap = kMaxShortId / 2;  // more is taken for a new beginning
+constexpr unsigned long long kNearWrap = 256;            // frames
 
 }  // namespace
 
+/// Just before the wrap a lower number is the wrap, also where a new beginning may come: a camera that counts
+/// on is there each round, one that begins anew hardly ever.
 unsigned long long FrameIds::DistanceTo(unsigned long long received) const {
     if (received >= m_received) {
         return received - m_received;
     }
-    return m_received <= kMaxShortId && !m_mayRestart ? received + kMaxShortId - m_received : kMaxGap + 1;
+    const bool isWrap = m_received <= kMaxShortId && (!m_mayRestart || m_received > kMaxShortId - kNearWrap);
+    return isWrap ? received + kMaxShortId - m_received : kMaxGap + 1;
 }
 
 FrameIds::Step FrameIds::Next(unsigned long long received) {

@@ -182,7 +182,7 @@ void GenicamCamera::Close() {
         boost::lock_guard<boost::mutex> streamLock(m_streamMutex);
         EndStream();
     }
-    m_events.End();
+    m_events.End(session.pDevice);
 }
 
 /// First the report, so that whoever is woken finds the generation raised. It runs into no code of the
@@ -205,7 +205,7 @@ void GenicamCamera::HandleLoss() {
         pStream->Fail(GenicamDevice::MakeLostError());
         pStream->BeginStop();
     }
-    m_events.End();
+    m_events.End(session.pDevice);
     session.pDevice->End();  // a stream that nobody stops would keep it
 }
 

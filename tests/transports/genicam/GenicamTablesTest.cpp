@@ -11,6 +11,7 @@
 #include "DeviceListing.h"
 #include "FeatureTable.h"
 #include "FrameIds.h"
+#include "GigeFixture.h"
 #include "PixelFormats.h"
 
 namespace Zevrin {
@@ -80,31 +81,36 @@ TEST(GenicamTables, FrameIdsMayBeginAnewWithTheAcquisition) {
     EXPECT_EQ(step.id, 50002U);
     EXPECT_EQ(step.missed, 0U);
     EXPECT_EQ(ids.Next(3).missed, 1U);
+    FrameIds near;
+    EXPECT_EQ(near.Next(65530).id, 65530U);
+    near.ExpectRestart();
+    EXPECT_EQ(near.Next(2).missed, 6U) << "it counted on, and lost some at the wrap";
 }
 
 TEST(GenicamTables, BuffersTellWhatWasNeverWritten) {
     constexpr std::size_t kPacket = 20;
-    constexpr std::size_t kSize = 67;  // three packets and one of 7 bytes
     const BufferMarks marks;
-    for (unsigned int arrived = 0; arrived < 16; ++arrived) {  // a bit for each packet
-        std::vector<unsigned char> buffer(kSize + 1, 0xEE);
-        marks.Fill(buffer.data(), kSize);
-        std::vector<bool> isMissing(kSize, true);
-        for (std::size_t byte = 0; byte < kSize; ++byte) {
-            if ((arrived >> byte / kPacket & 1) != 0) {
-                buffer[byte] = 0x77;
-                isMissing[byte] = false;
+    for (const std::size_t size : {63U, 64U, 67U}) {               // three packets and a short one
+        for (unsigned int arrived = 0; arrived < 16; ++arrived) {  // a bit for each packet
+            std::vector<unsigned char> buffer(size + 1, 0xEE);
+            marks.Fill(buffer.data(), size);
+            std::vector<bool> isMissing(size, true);
+            for (std::size_t byte = 0; byte < size; ++byte) {
+                if ((arrived >> byte / kPacket & 1) != 0) {
+                    buffer[byte] = 0x77;
+                    isMissing[byte] = false;
+                }
             }
+            std::vector<bool> found(size, false);
+            for (const ByteRange& range : marks.FindAndClear(buffer.data(), size)) {
+                std::fill_n(found.begin() + static_cast<std::ptrdiff_t>(range.offset), range.size, true);
+            }
+            EXPECT_EQ(found, isMissing) << size << ' ' << arrived;
+            for (std::size_t byte = 0; byte < size; ++byte) {
+                EXPECT_EQ(buffer[byte], isMissing[byte] ? 0 : 0x77) << size << ' ' << arrived << ' ' << byte;
+            }
+            EXPECT_EQ(buffer[size], 0xEE);
         }
-        std::vector<bool> found(kSize, false);
-        for (const ByteRange& range : marks.FindAndClear(buffer.data(), kSize)) {
-            std::fill_n(found.begin() + static_cast<std::ptrdiff_t>(range.offset), range.size, true);
-        }
-        EXPECT_EQ(found, isMissing) << arrived;
-        for (std::size_t byte = 0; byte < kSize; ++byte) {
-            EXPECT_EQ(buffer[byte], isMissing[byte] ? 0 : 0x77) << arrived << ' ' << byte;
-        }
-        EXPECT_EQ(buffer[kSize], 0xEE);
     }
 }
 
@@ -147,6 +153,7 @@ TEST(GenicamTables, DescriptionsAreLoadedFromTheDeviceAndOfModestSizeOnly) {
         {"Local:camera.zip;0;-1", false},
         {"Local:camera.zip;0;", false},
         {"Local:camera.zip;0", false},
+        {"Local:camera.zip; 0;10", false},
         {"Local:camera.zip", false},
         {"file:///etc/passwd", false},
         {"http://example.com/camera.xml", false},
@@ -154,6 +161,13 @@ TEST(GenicamTables, DescriptionsAreLoadedFromTheDeviceAndOfModestSizeOnly) {
     };
     for (const auto& one : cases) {
         EXPECT_EQ(FindUrlFault(one.url) == nullptr, one.isGood) << one.url;
+    }
+    const std::string good = MakeArchiveEntry(0x1000000);
+    for (const std::string& archive :
+         {good, good + MakeArchiveEntry(0x1000001), "PK" + MakeArchiveEntry(~0U)}) {
+        const std::vector<unsigned char> file(archive.begin(), archive.end());
+        EXPECT_EQ(FindArchiveFault(file) == nullptr, archive == good);
+        EXPECT_EQ(FindArchiveFault({file.begin(), file.begin() + 45}), nullptr) << "cut short";
     }
 }
 

@@ -250,16 +250,40 @@ TEST_F(RegisterViewTest, SizesThatADeviceTellsAreBounded) {
     const Error tooLarge = m_camera.StartCapture(nullptr, nullptr);
     EXPECT_EQ(tooLarge.GetType(), ERR_VALUE_OUT_OF_RANGE) << tooLarge.GetTrace();
 
-    const char url[] = "Local:huge.xml;10000;1000001";
-    std::vector<unsigned int> quadlets(sizeof url / 4 + 1);
-    for (std::size_t index = 0; index < sizeof url; ++index) {
-        quadlets[index / 4] |= static_cast<unsigned int>(url[index]) << (24 - index % 4 * 8);
+    const auto write = [this](unsigned int address, const std::string& text) {
+        std::vector<unsigned int> quadlets(text.size() / 4 + 1);
+        for (std::size_t index = 0; index < text.size(); ++index) {
+            quadlets[index / 4] |= static_cast<unsigned int>(text[index]) << (24 - index % 4 * 8);
+        }
+        const auto count = static_cast<unsigned int>(quadlets.size());
+        ASSERT_OK(m_camera.WriteRegisterBlock(0, address, quadlets.data(), count));
+    };
+    const struct {
+        const char* first;  ///< null: the camera's own
+        const char* second;
+        const char* fault;
+    } cases[] = {
+        {nullptr, "http://example.com/camera.xml", nullptr},
+        {nullptr, "Local:huge.xml;10000;1000001", "longer than 16 MiB."},
+        {"", "http://example.com/camera.xml", "not in the camera's memory"},
+        {"Local:bomb.zip;4801;2FD", "", "longer than 16 MiB when it is unpacked"},
+    };
+    for (const auto& one : cases) {
+        StartFakeCamera();
+        ASSERT_TRUE(Comes([this] { return m_camera.Connect(kSerialNumber) == ERR_OK; }));
+        write(0x4800, std::string(600, 'P') + MakeArchiveEntry(0x1000001));
+        if (one.first != nullptr) {
+            write(0x200, one.first);
+        }
+        write(0x400, one.second);
+        ASSERT_OK(m_camera.Disconnect());
+        const Error error = m_camera.Connect(kSerialNumber);
+        EXPECT_EQ(error.GetType(), one.fault == nullptr ? ERR_OK : ERR_INVALID_DESCRIPTION)
+            << error.GetTrace();
+        EXPECT_TRUE(one.fault == nullptr ||
+                    std::string(error.GetDescription()).find(one.fault) != std::string::npos)
+            << error.GetTrace();
     }
-    const auto count = static_cast<unsigned int>(quadlets.size());
-    ASSERT_OK(m_camera.WriteRegisterBlock(0, 0x200, quadlets.data(), count));
-    ASSERT_OK(m_camera.Disconnect());
-    const Error error = m_camera.Connect(kSerialNumber);
-    EXPECT_EQ(error.GetType(), ERR_INVALID_DESCRIPTION) << error.GetTrace();
 }
 
 TEST_F(RegisterViewTest, WhatTheCameraLacksIsAbsent) {
