@@ -1,10 +1,11 @@
 #include <benchmark/benchmark.h>
-#include <sched.h>
 
 #include <string>
 #include <vector>
 
 #include <zevrin/ImageConversion.h>
+
+#include "Measure.h"
 
 namespace {
 
@@ -13,29 +14,9 @@ using namespace Zevrin;
 constexpr unsigned int kWidth = 1920;
 constexpr unsigned int kHeight = 1200;
 
-/// OpenCV would share the work among all processors, and the camera's threads have to live too. What is
-/// measured later in the same run has all of them again.
-class OnOneCore {
-  public:
-    OnOneCore() {
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
-        if (sched_getaffinity(0, sizeof m_before, &m_before) != 0 ||
-            sched_setaffinity(0, sizeof one, &one) != 0) {
-            benchmark::AddCustomContext("cores", "this thread could not be kept on one");
-        }
-    }
-    ~OnOneCore() { sched_setaffinity(0, sizeof m_before, &m_before); }
-    OnOneCore(const OnOneCore&) = delete;
-    OnOneCore& operator=(const OnOneCore&) = delete;
-
-  private:
-    cpu_set_t m_before{};
-};
-
 void Convert(benchmark::State& state, PixelFormat from, PixelFormat to) {
-    const OnOneCore onOneCore;
+    // OpenCV would share the work among all processors, and the camera's threads have to live too.
+    const ZevrinBench::OnOneCore onOneCore;
     std::vector<unsigned char> noise(std::size_t{kWidth} * kHeight * GetBitsPerPixel(from) / 8);
     unsigned int random = 1;
     for (unsigned char& byte : noise) {

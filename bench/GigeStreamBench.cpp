@@ -17,9 +17,9 @@ using namespace ZevrinBench;
 constexpr unsigned int kWidthAddress = 0x100;
 constexpr unsigned int kHeightAddress = 0x104;
 constexpr unsigned int kBuffers = 10;
-constexpr double kSpan = 1.5;   // seconds of one side at a time
+constexpr double kSpan = 0.7;   // seconds of one side at a time
 constexpr double kRunUp = 0.2;  // seconds before that
-constexpr int kTurns = 7;
+constexpr int kTurns = 15;
 
 /// What a consumer had of a span.
 struct Harvest {

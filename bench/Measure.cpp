@@ -80,6 +80,16 @@ std::vector<Cost> MeasureInTurn(int rounds, int threads, int batch, const std::v
     return costs;
 }
 
+OnOneCore::OnOneCore() {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+    if (sched_getaffinity(0, sizeof m_before, &m_before) != 0 ||
+        sched_setaffinity(0, sizeof one, &one) != 0) {
+        benchmark::AddCustomContext("cores", "a thread could not be kept on one");
+    }
+}
+
 void ShowRatio(benchmark::State& state, double ratio, double target) {
     state.counters["ratio"] = ratio;
     state.counters["target"] = target;

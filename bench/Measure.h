@@ -1,6 +1,7 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
+#include <sched.h>
 #include <time.h>
 
 #include <functional>
@@ -30,6 +31,19 @@ using Side = std::function<void(int thread)>;
 /// alike. All threads make the same side's batch at a time.
 /// @param batch  calls in a batch, on each thread
 std::vector<Cost> MeasureInTurn(int rounds, int threads, int batch, const std::vector<Side>& sides);
+
+/// Keeps the calling thread, and what it starts meanwhile, on one processor. What is measured later in the
+/// same run has all of them again.
+class OnOneCore {
+  public:
+    OnOneCore();
+    ~OnOneCore() { sched_setaffinity(0, sizeof m_before, &m_before); }
+    OnOneCore(const OnOneCore&) = delete;
+    OnOneCore& operator=(const OnOneCore&) = delete;
+
+  private:
+    cpu_set_t m_before{};
+};
 
 /// Shows a ratio of two sides beside the most that it shall be, and whether it is.
 void ShowRatio(benchmark::State& state, double ratio, double target);

@@ -59,11 +59,13 @@ void MemoryOfRegisters(benchmark::State& state) {
 }
 
 void MemoryOfFrames(benchmark::State& state) {
-    SimulatedCameras stand(Describe("manual", R"("frameRate": 1000, "exposureUs": 20)"));
+    constexpr unsigned long long kPeriodUs = 10000;
+    SimulatedCameras stand(Describe("manual", R"("frameRate": 100, "exposureUs": 20)"));
     Require(stand.First().StartCapture(nullptr, nullptr));
+    stand.pSimulation->AdvanceClock(kPeriodUs);  // the first exposure begins at its end
     Image image;
     ShowGrowth(state, 100000, [&](int) {
-        stand.pSimulation->AdvanceClock(1000);
+        stand.pSimulation->AdvanceClock(kPeriodUs);
         Require(stand.First().RetrieveBuffer(&image));
     });
 }
