@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <boost/smart_ptr/shared_array.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
@@ -153,8 +152,8 @@ class ZEVRIN_API CameraInternal {
     Error SetTriggerMode(const TriggerMode* pMode, bool broadcast = false);
 
     /// One exposure, when the trigger is on and listens to the software.
-    /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_TRIGGER_FAILED (it is off, or listens to an input),
-    /// ERR_NOT_SUPPORTED (broadcast), the register access's.
+    /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_TRIGGER_FAILED (it is off, listens to an input, or is in
+    /// mode 1, which has no single exposures), ERR_NOT_SUPPORTED (broadcast), the register access's.
     Error FireSoftwareTrigger(bool broadcast = false);
 
     /// What the trigger delay can do, as `GetPropertyInfo` of TRIGGER_DELAY, which is written into the
@@ -220,8 +219,8 @@ class ZEVRIN_API CameraInternal {
     /// Errors: the guard's, ERR_FEATURE_ABSENT, ERR_VALUE_OUT_OF_RANGE, ERR_MEMORY_CHANNEL_FAILED.
     Error SaveToMemoryChannel(unsigned int channel);
 
-    /// Brings back the settings of a channel; 0: the factory's.
-    /// Errors: the guard's, ERR_VALUE_OUT_OF_RANGE, the register access's.
+    /// Brings back the settings of a channel; 0: the factory's. Errors: the guard's, ERR_VALUE_OUT_OF_RANGE,
+    /// ERR_MEMORY_CHANNEL_FAILED (cameras do not while they transmit), the register access's.
     Error RestoreFromMemoryChannel(unsigned int channel);
 
     /// The highest channel that can be saved to; 0: there is none. Errors: as of `GetMemoryChannel`.
@@ -280,9 +279,9 @@ class ZEVRIN_API CameraInternal {
     /// ERR_NOT_SUPPORTED (GigE cameras), ERR_ISOCH_FAILED (preparation), ERR_ISOCH_START_FAILED (cameras
     /// before the failing one keep streaming), ERR_TIMESTAMP_FAILED (the last camera's transmission could not
     /// be switched off), ERR_ISOCH_SYNC_FAILED (all are stopped). Throws boost::thread_resource_error when
-    /// the system refuses a grab thread: all cameras stream then, and are to be stopped. Threads: any; two
-    /// starts at once must not share a camera. Blocks until every camera has sent an image or failed eleven
-    /// retrievals.
+    /// the system refuses a grab thread, and boost::thread_interrupted when the calling thread is
+    /// interrupted: all cameras stream then, and are to be stopped. Threads: any; two starts at once must not
+    /// share a camera. Blocks until every camera has sent an image or failed eleven retrievals.
     static Error StartSyncCapture(unsigned int numCameras,
                                   std::vector<boost::shared_ptr<CameraInternal>> cameras,
                                   void (*const* callbacks)(Image*, const void*), const void** callbackData);
@@ -370,8 +369,10 @@ class ZEVRIN_API CameraInternal {
     // What follows is for concrete cameras.
     /// @cond
   protected:
+    /// The application wants no stream any more, whether or not the guard then lets it stop one.
+    virtual void OnStopWanted() noexcept {}
+
     bool m_bConnected = false;
-    std::atomic<bool> m_isStreamWanted{false};  // by the application, whatever became of the stream
     unsigned int m_serialNumber = 0;
     mutable boost::mutex m_generationMutex;  // guards m_generation
     unsigned int m_generation = 0xFFFFFFFFU;

@@ -29,9 +29,8 @@ Error CameraInternal::SetCallback(ImageCallback callback, const void* pCallbackD
     return Conclude(m_pIso->SetCallback(callback, pCallbackData), ERR_FAILED, "Failed to set callback data.");
 }
 
-/// Also when the guard refuses: a stream that was interrupted is not to be resumed then.
 Error CameraInternal::StopCapture() {
-    m_isStreamWanted = false;
+    OnStopWanted();
     const Error error = Guard(*this);
     if (error != ERR_OK) {
         return error;

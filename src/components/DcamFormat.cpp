@@ -122,11 +122,23 @@ Error DcamFormat::SetVideoMode(const VideoModeSetting* pSetting) {
         return camera.GetError();
     }
     WriteMode(camera, *pSetting);
-    if (camera.HasFailed()) {
+    const VideoModeSetting now = ReadMode(camera);
+    error = camera.GetError();
+    if (error == ERR_OK && (now.format != pSetting->format || now.mode != pSetting->mode ||
+                            now.frameRate != pSetting->frameRate)) {
+        error = Failure(ERR_INVALID_MODE,
+                        "The camera does not take mode %u of format %u with frame rate %u; it stays in mode "
+                        "%u of format %u with %u. It may be transmitting.",
+                        pSetting->mode, pSetting->format, pSetting->frameRate, now.mode, now.format,
+                        now.frameRate);
+    }
+    if (error != ERR_OK) {
+        RegisterSequence rate(*this);  // before format 7, in which it may be refused
+        rate.Write(Register::kCurrentFrameRate, kVideoModeField.Make(old.frameRate));
         RegisterSequence undo(*this);
         WriteMode(undo, old);
     }
-    return camera.GetError();
+    return error;
 }
 
 }  // namespace Zevrin

@@ -20,7 +20,7 @@ class DcamFormat : public IOBase {
 
     Error GetVideoMode(VideoModeSetting* pSetting);
 
-    /// Errors: ERR_INVALID_MODE (the camera has no such format, mode or frame rate).
+    /// Errors: ERR_INVALID_MODE (the camera has no such format, mode or frame rate, or does not take it now).
     Error SetVideoMode(const VideoModeSetting* pSetting);
 
   private:

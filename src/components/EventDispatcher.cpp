@@ -18,6 +18,7 @@ bool EventDispatcher::Add(const std::vector<std::string>& names, const Subscribe
     }
     if (!m_thread.joinable()) {
         m_thread = boost::thread([pSelf = shared_from_this()] { pSelf->Run(); });
+        m_threadId = m_thread.get_id();
     }
     for (const std::string& name : names) {
         m_subscribers[name] = subscriber;
@@ -42,7 +43,7 @@ std::vector<std::string> EventDispatcher::RemoveAll() {
 
 bool EventDispatcher::IsCurrent() const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_thread.get_id() == boost::this_thread::get_id();
+    return m_threadId == boost::this_thread::get_id();
 }
 
 std::vector<std::string> EventDispatcher::GetNames() const {
@@ -60,8 +61,9 @@ bool EventDispatcher::IsEmpty() const {
 }
 
 void EventDispatcher::WaitForCallback(const std::vector<std::string>& names) {
+    const boost::this_thread::disable_interruption notInterrupted;
     boost::unique_lock<boost::mutex> lock(m_mutex);
-    if (!m_isRunning || boost::this_thread::get_id() == m_thread.get_id() ||
+    if (!m_isRunning || boost::this_thread::get_id() == m_threadId ||
         std::find(names.begin(), names.end(), m_running) == names.end()) {
         return;
     }
@@ -98,6 +100,7 @@ void EventDispatcher::Flush() {
 }
 
 void EventDispatcher::Stop() {
+    const boost::this_thread::disable_interruption notInterrupted;
     boost::thread thread;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);

@@ -73,6 +73,7 @@ class EventDispatcher : public boost::enable_shared_from_this<EventDispatcher> {
     unsigned long long m_numDropped = 0;
     bool m_isStopped = false;
     boost::thread m_thread;
+    boost::thread::id m_threadId;  // also once `Stop` has the thread
 };
 
 }  // namespace Zevrin

@@ -105,7 +105,10 @@ int EventList::GetEventNames(std::vector<std::string>* pNames) {
     return error == ERR_OK ? kSuccess : Refuse(kNotSupported, error.GetDescription());
 }
 
-int EventList::Register(const std::vector<std::string>& names, const EventOptions& options) {
+/// Lets go of the lock when it has failed: an event of those that were taken up may have come meanwhile, and
+/// its callback is waited for.
+int EventList::Register(const std::vector<std::string>& names, const EventOptions& options,
+                        boost::unique_lock<boost::mutex>* pLock) {
     const std::string name = names.size() == 1 ? names.front() : "";
     try {
         if (!m_pDispatcher->Add(names, {options.callback, options.userData})) {
@@ -122,6 +125,8 @@ int EventList::Register(const std::vector<std::string>& names, const EventOption
         if (m_pDispatcher->IsEmpty()) {
             Unsubscribe();
         }
+        pLock->unlock();
+        m_pDispatcher->WaitForCallback(names);
         return Refuse(kNotSupported, "the camera does not report it", name);
     }
     return kSuccess;
@@ -132,7 +137,7 @@ int EventList::RegisterEvent(EventOptions* pOptions) {
         return Refuse(kInvalidOptions, "registering it needs a record with a callback and a name");
     }
     const std::string name = pOptions->eventName;
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    boost::unique_lock<boost::mutex> lock(m_mutex);
     std::vector<std::string> names;
     const int status = GetEventNames(&names);
     if (status != kSuccess) {
@@ -141,20 +146,20 @@ int EventList::RegisterEvent(EventOptions* pOptions) {
     if (std::find(names.begin(), names.end(), name) == names.end()) {
         return Refuse(kUnknownEvent, "the camera has no event of this name", name);
     }
-    return Register({name}, *pOptions);
+    return Register({name}, *pOptions, &lock);
 }
 
 int EventList::RegisterAllEvents(EventOptions* pOptions) {
     if (pOptions == nullptr || pOptions->callback == nullptr) {
         return Refuse(kInvalidOptions, "registering all of them needs a record with a callback");
     }
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    boost::unique_lock<boost::mutex> lock(m_mutex);
     std::vector<std::string> names;
     const int status = GetEventNames(&names);
     if (status != kSuccess) {
         return status;
     }
-    return names.empty() ? Refuse(kUnknownEvent, "the camera has none") : Register(names, *pOptions);
+    return names.empty() ? Refuse(kUnknownEvent, "the camera has none") : Register(names, *pOptions, &lock);
 }
 
 int EventList::DeregisterEvent(EventOptions* pOptions) {

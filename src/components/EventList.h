@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 #include <string>
 #include <vector>
@@ -69,7 +70,8 @@ class EventList : public IOBase {
         EventList& m_list;
     };
 
-    int Register(const std::vector<std::string>& names, const EventOptions& options);
+    int Register(const std::vector<std::string>& names, const EventOptions& options,
+                 boost::unique_lock<boost::mutex>* pLock);
     int GetEventNames(std::vector<std::string>* pNames);
     bool Subscribe();
     bool Notify(const std::vector<std::string>& names, bool on);

@@ -295,7 +295,10 @@ Error Format7::SetPacketSize(unsigned int block, unsigned int packetSize) {
     }
     camera.WriteBase(block + Format7Block::kBytesPerPacket, BytesPerPacket::kSize.Make(packetSize));
     const unsigned int status = camera.ReadBase(block + Format7Block::kValueSetting);
-    if ((status & ValueSetting::kPresence) != 0 && (status & ValueSetting::kError2) != 0) {
+    const unsigned int taken =
+        BytesPerPacket::kSize.Get(camera.ReadBase(block + Format7Block::kBytesPerPacket));
+    const bool isRefused = (status & ValueSetting::kPresence) != 0 && (status & ValueSetting::kError2) != 0;
+    if (!camera.HasFailed() && (isRefused || taken != packetSize)) {
         return Failure(ERR_INVALID_MODE, "The camera refuses packets of %u bytes.", packetSize);
     }
     return camera.GetError();
@@ -305,6 +308,15 @@ Error Format7::SelectMode(unsigned int mode) {
     RegisterSequence camera(*this);
     camera.Write(Register::kCurrentFormat, kVideoModeField.Make(kScalableImageFormat));
     camera.Write(Register::kCurrentMode, kVideoModeField.Make(mode));
+    const unsigned int nowFormat = kVideoModeField.Get(camera.Read(Register::kCurrentFormat));
+    const unsigned int nowMode = kVideoModeField.Get(camera.Read(Register::kCurrentMode));
+    if (!camera.HasFailed() && (nowFormat != kScalableImageFormat || nowMode != mode)) {
+        return Failure(
+            ERR_INVALID_MODE,
+            "The camera does not take mode %u of format 7; it stays in mode %u of format %u. It may "
+            "be transmitting.",
+            mode, nowMode, nowFormat);
+    }
     return camera.GetError();
 }
 

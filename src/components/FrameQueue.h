@@ -26,10 +26,11 @@ struct FrameInfo {
     unsigned int stride = 0;  ///< bytes from one row to the next; 0: rows follow each other to the bit
     PixelFormat pixelFormat = PIXEL_FORMAT_UNKNOWN;
     BayerTileFormat bayerFormat = BAYER_NONE;
-    bool isBigEndian = true;         ///< of samples wider than a byte
-    unsigned long long frameId = 0;  ///< the camera's own count
-    std::size_t receivedSize = 0;    ///< bytes valid from the start of the buffer
-    unsigned int gaps = 0;           ///< interruptions of the stream before this frame; the queue says it
+    unsigned int significantBits = 0;  ///< of a sample, at its low end; 0: not known
+    bool isBigEndian = true;           ///< of samples wider than a byte
+    unsigned long long frameId = 0;    ///< the camera's own count
+    std::size_t receivedSize = 0;      ///< bytes valid from the start of the buffer
+    unsigned int gaps = 0;             ///< interruptions of the stream before this frame; the queue says it
     bool isComplete = true;
     std::vector<ByteRange> missing;  ///< of an incomplete frame, what is black within `receivedSize`
     bool hasTimeStamp = false;       ///< the transport delivered `timeStamp` beside the pixels
@@ -72,6 +73,7 @@ class FrameQueue {
 
     /// How often the stream was interrupted before. Before the transport has the queue.
     void SetGaps(unsigned int gaps) { m_gaps = gaps; }
+    unsigned int GetGaps() const { return m_gaps; }
 
     // The transport's side.
 

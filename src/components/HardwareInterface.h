@@ -48,7 +48,8 @@ struct StreamFormat {
     unsigned int height = 0;  ///< pixels
     PixelFormat pixelFormat = PIXEL_FORMAT_UNKNOWN;
     BayerTileFormat bayerFormat = BAYER_NONE;
-    std::size_t payloadSize = 0;  ///< bytes that a frame buffer must hold
+    std::size_t payloadSize = 0;       ///< bytes that a frame buffer must hold
+    unsigned int significantBits = 0;  ///< of a sample, at its low end; 0: not known
 };
 
 /// Packet counts of the transport, over the handle's life: they never fall.

@@ -85,6 +85,10 @@ bool Image::IsBigEndian() const noexcept {
     return InfoOf(m_pFrame).isBigEndian;
 }
 
+unsigned int Image::GetSignificantBits() const noexcept {
+    return InfoOf(m_pFrame).significantBits;
+}
+
 unsigned long long Image::GetFrameId() const noexcept {
     return InfoOf(m_pFrame).frameId;
 }

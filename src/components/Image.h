@@ -56,6 +56,10 @@ class ZEVRIN_API Image {
     BayerTileFormat GetBayerTileFormat() const noexcept;  ///< of raw images
     bool IsBigEndian() const noexcept;                    ///< of samples wider than a byte
 
+    /// Bits of a sample that mean something, at its low end: 12 for a Raw16 image of a camera that sends 12
+    /// bits. 0 when that is not known; all bits of the pixel format then do.
+    unsigned int GetSignificantBits() const noexcept;
+
     /// The camera's own number of this frame; gaps tell of lost frames.
     unsigned long long GetFrameId() const noexcept;
 

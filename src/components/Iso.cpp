@@ -371,9 +371,13 @@ Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {
     return Error();
 }
 
-Iso::Receiver Iso::GetStreamReceiver() const {
+bool Iso::GetStreamStart(StreamStart* pStart) const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_streamReceiver;
+    if (m_state != State::kStarted) {
+        return false;
+    }
+    *pStart = {m_streamConfig, m_streamReceiver, m_pQueue->GetGaps()};
+    return true;
 }
 
 Error Iso::StartCallbackThread(const Receiver& receiver) {

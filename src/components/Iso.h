@@ -81,8 +81,15 @@ class Iso : public IOBase {
         const void* pData = nullptr;
     };
 
-    /// That of the running stream, for who interrupts it and resumes it later; none when nothing runs.
-    Receiver GetStreamReceiver() const;
+    /// With what a stream was started, its callback as it is now.
+    struct StreamStart {
+        ZevrinConfig config;
+        Receiver receiver;
+        unsigned int gaps = 0;
+    };
+
+    /// Of the running stream, for who interrupts it and resumes it later; false when nothing runs.
+    bool GetStreamStart(StreamStart* pStart) const;
 
     /// Lets the next streams use the caller's memory; null goes back to the component's own. A stream never
     /// has more buffers than it is configured for: the synchronized start relies on that.

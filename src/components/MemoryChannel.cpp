@@ -85,7 +85,15 @@ Error MemoryChannel::RestoreFromMemoryChannel(unsigned int channel) {
     if (error != ERR_OK) {
         return error;
     }
-    return WriteRegister(Register::kCurrentMemoryChannel, kMemoryChannelField.Make(channel), false);
+    RegisterSequence camera(*this);
+    camera.Write(Register::kCurrentMemoryChannel, kMemoryChannelField.Make(channel));
+    const unsigned int current = kMemoryChannelField.Get(camera.Read(Register::kCurrentMemoryChannel));
+    if (!camera.HasFailed() && current != channel) {
+        return Failure(ERR_MEMORY_CHANNEL_FAILED,
+                       "The camera stays at memory channel %u; it does not go to %u while it transmits.",
+                       current, channel);
+    }
+    return camera.GetError();
 }
 
 }  // namespace Zevrin

@@ -25,6 +25,7 @@ class MemoryChannel : public IOBase {
     /// ERR_MEMORY_CHANNEL_FAILED (the camera did not finish in time).
     Error SaveToMemoryChannel(unsigned int channel);
 
+    /// Errors: ERR_MEMORY_CHANNEL_FAILED (the camera stays at another channel: it may be transmitting).
     Error RestoreFromMemoryChannel(unsigned int channel);
 
     /// The highest channel that can be saved to; 0 when there is none.

@@ -273,26 +273,31 @@ Error PropertyManager::SetProperty(const Property* pProperty, bool broadcast) {
     }
     const unsigned int newControl = MakeControl(*pRow, *pProperty, control);
     if (setsAbsolute) {
-        return SetAbsolute(*pRow, abilities, *pProperty, newControl, broadcast);
+        return SetAbsolute(*pRow, abilities, *pProperty, control, newControl, broadcast);
     }
     camera.Write(pRow->controlRegister, newControl);
     return camera.GetError();
 }
 
-/// The value goes first, so that the camera never follows an absolute value that nobody has set.
+/// The value goes first, so that the camera never follows an absolute value that nobody has set; but not
+/// while the camera adjusts it, when it takes none.
 Error PropertyManager::SetAbsolute(const PropertyRow& row, const Abilities& abilities,
-                                   const Property& property, unsigned int control, bool broadcast) {
+                                   const Property& property, unsigned int oldControl, unsigned int control,
+                                   bool broadcast) {
     const unsigned int valueAddress = abilities.absoluteBlock + AbsoluteBlock::kValue;
     RegisterSequence camera(*this, broadcast);
     const unsigned int oldValue = camera.ReadBase(valueAddress);
-    camera.WriteBase(valueAddress, ToRegister(row, property.absValue));
+    if ((oldControl & FeatureControl::kAuto) != 0) {
+        camera.Write(row.controlRegister, WithBit(oldControl, FeatureControl::kAuto, false));
+    }
     if (camera.HasFailed()) {
         return camera.GetError();
     }
+    camera.WriteBase(valueAddress, ToRegister(row, property.absValue));
     camera.Write(row.controlRegister, control);
     if (camera.HasFailed()) {
-        RegisterSequence undo(*this, broadcast);
-        undo.WriteBase(valueAddress, oldValue);
+        RegisterSequence(*this, broadcast).WriteBase(valueAddress, oldValue);
+        RegisterSequence(*this, broadcast).Write(row.controlRegister, oldControl);
     }
     return camera.GetError();
 }

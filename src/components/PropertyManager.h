@@ -38,7 +38,7 @@ class PropertyManager : public IOBase {
 
     Error ReadAbilities(const PropertyRow& row, Abilities* pAbilities);
     Error SetAbsolute(const PropertyRow& row, const Abilities& abilities, const Property& property,
-                      unsigned int control, bool broadcast);
+                      unsigned int oldControl, unsigned int control, bool broadcast);
 
     boost::mutex m_mutex;  // guards the camera's feature registers between reading and writing them
 };

@@ -75,6 +75,9 @@ constexpr RegisterField kParameter{20, 31};
 /// The source of TriggerControl::kSource that is the software trigger.
 constexpr unsigned int kSoftwareTriggerSource = 7;
 
+/// The mode of TriggerControl::kMode in which the camera exposes for as long as the trigger is active.
+constexpr unsigned int kLevelTriggerMode = 1;
+
 namespace StrobeInquiry {
 using FeatureInquiry::kMaximum;
 using FeatureInquiry::kMinimum;

@@ -66,6 +66,7 @@ unsigned int RegisterSequence::FindBlock(unsigned int inquiryRegister) {
 template <typename ReadAgain>
 unsigned int RegisterSequence::WaitFor(const ReadAgain& read, unsigned int address, unsigned int mask,
                                        unsigned int timeoutMs) {
+    const boost::this_thread::disable_interruption notInterrupted;  // what follows must not be left out
     const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(timeoutMs);
     unsigned int value = read();
     while (!HasFailed() && (value & mask) != 0) {

@@ -23,13 +23,14 @@ double ToMs(unsigned int ticks) {
     return static_cast<double>(ticks) / kStrobeTicksPerMs;
 }
 
-/// The ticks of a time that the output takes.
-Error ToTicks(unsigned int source, const char* what, float ms, unsigned int inquiry, unsigned int* pTicks) {
-    const unsigned int min = StrobeInquiry::kMinimum.Get(inquiry);
+/// The ticks of a time that the output takes, `min` at least.
+Error ToTicks(unsigned int source, const char* what, float ms, unsigned int min, unsigned int inquiry,
+              unsigned int* pTicks) {
     const unsigned int max = StrobeInquiry::kMaximum.Get(inquiry);
+    min = std::max(min, StrobeInquiry::kMinimum.Get(inquiry));
     const double ticks = std::round(static_cast<double>(ms) * kStrobeTicksPerMs);
     // Written so that not-a-number is never in range.
-    if (!(ticks >= min && ticks <= max)) {
+    if (!(ms >= 0 && ticks >= min && ticks <= max)) {
         return Failure(ERR_VALUE_OUT_OF_RANGE, "The %s of strobe %u is to be %g ms; it must be %g to %g ms.",
                        what, source, static_cast<double>(ms), ToMs(min), ToMs(max));
     }
@@ -136,12 +137,12 @@ Error Strobe::SetStrobe(const StrobeControl* pControl, bool broadcast) {
     }
     unsigned int delay = 0;
     if (error == ERR_OK) {
-        error = ToTicks(pControl->source, "delay", pControl->delay, output.inquiry, &delay);
+        error = ToTicks(pControl->source, "delay", pControl->delay, 0, output.inquiry, &delay);
     }
     unsigned int duration = 0;
     const bool isAsLongAsExposure = pControl->duration == 0;
-    if (error == ERR_OK && !isAsLongAsExposure) {
-        error = ToTicks(pControl->source, "duration", pControl->duration, output.inquiry, &duration);
+    if (error == ERR_OK && !isAsLongAsExposure) {  // nor may it become that by being rounded
+        error = ToTicks(pControl->source, "duration", pControl->duration, 1, output.inquiry, &duration);
     }
     if (error != ERR_OK) {
         return error;

@@ -176,6 +176,13 @@ Error Trigger::FireSoftwareTrigger(bool broadcast) {
                        "The trigger listens to source %u; the software trigger is source %u.", source,
                        kSoftwareTriggerSource);
     }
+    if (TriggerControl::kMode.Get(control) == kLevelTriggerMode) {
+        return Failure(
+            ERR_TRIGGER_FAILED,
+            "In mode %u the camera exposes for as long as the trigger lasts; register 0x%03X begins "
+            "(0x%08X) and ends (0) that.",
+            kLevelTriggerMode, Register::kSoftwareTrigger, kSwitchBit);
+    }
     camera.Write(Register::kSoftwareTrigger, kSwitchBit);
     return camera.GetError();
 }

@@ -25,8 +25,8 @@ class Trigger : public IOBase {
     /// such source or mode; names those that are there), ERR_VALUE_OUT_OF_RANGE; nothing is changed then.
     Error SetTriggerMode(const TriggerMode* pMode, bool broadcast);
 
-    /// Errors: ERR_FEATURE_ABSENT (no software trigger), ERR_TRIGGER_FAILED (the trigger is off, or
-    /// listens to another source).
+    /// Errors: ERR_FEATURE_ABSENT (no software trigger), ERR_TRIGGER_FAILED (the trigger is off,
+    /// listens to another source, or is in mode 1, in which the exposure lasts as long as the trigger).
     Error FireSoftwareTrigger(bool broadcast);
 
   private:

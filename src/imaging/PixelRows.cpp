@@ -72,6 +72,9 @@ PixelView ViewOf(const Image& image) {
     view.bayerTileFormat = image.GetBayerTileFormat();
     view.isBigEndian = image.IsBigEndian();
     const RowLayout* const pLayout = FindRowLayout(view.pixelFormat);
+    if (pLayout != nullptr && image.GetSignificantBits() < pLayout->bits) {
+        view.significantBits = image.GetSignificantBits();
+    }
     if (pLayout != nullptr && view.width % pLayout->pixelsPerGroup != 0 &&
         !AreRowsWithin(view.size, pLayout->RowSize(view.width), view.stride, view.height)) {
         view.stride = 0;

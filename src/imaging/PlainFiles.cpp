@@ -21,7 +21,7 @@ std::string HeaderOf(const Picture& picture, const char* magic) {
     for (const auto& fact : ListFacts(picture.facts)) {
         header += "# " + fact.first + ": " + fact.second + "\n";
     }
-    const unsigned int maximum = (1U << FindRowLayout(pixels.pixelFormat)->bits) - 1;
+    const unsigned int maximum = (1U << picture.significantBits) - 1;
     return header + FormatText("%u %u\n%u\n", pixels.width, pixels.height, maximum);
 }
 

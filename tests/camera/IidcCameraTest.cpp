@@ -1,28 +1,19 @@
 #include "IidcCamera.h"
 
-#include <gtest/gtest.h>
-#include <atomic>
-#include <boost/chrono/system_clocks.hpp>
-
 #include <boost/smart_ptr/make_shared.hpp>
-#include <boost/thread/thread.hpp>
 
 #include "BusMaster.h"
-#include "Failure.h"
 #include "Image.h"
 #include "Registers.h"
 #include "Singleton.h"
 #include "components/FakeHardware.h"
+#include "support/Checks.h"
 #include "zevrin/CameraSystem.h"
 
 namespace Zevrin {
 
-namespace {
-
-std::vector<boost::shared_ptr<HardwareInterface>> g_cameras;
-FakeTransport* g_pTransport = nullptr;
-
-}  // namespace
+static std::vector<boost::shared_ptr<HardwareInterface>> g_cameras;
+static FakeTransport* g_pTransport = nullptr;
 
 /// In place of the transports of this build: one whose cameras the test makes.
 std::vector<std::unique_ptr<Transport>> CreateTransports() {
@@ -108,16 +99,6 @@ TEST_F(IidcCameraTest, GoesStaleByAResetAndConnectsAgain) {
     EXPECT_EQ(m_pCamera->Connect(42), ERR_OK) << "it was looked for again";
 }
 
-TEST_F(IidcCameraTest, AFailedConnectionLeavesNothingOpen) {
-    m_pHardware->FailNext("Open", Failure(ERR_ACCESS_DENIED, "another program"));
-    const Error error = m_pSystem->Connect(42, &m_pCamera);
-    EXPECT_EQ(error, ERR_ACCESS_DENIED);
-    EXPECT_STREQ(error.GetDescription(), "another program");
-    EXPECT_EQ(m_pHardware->m_openCount, 0);
-    EXPECT_EQ(m_pHardware.use_count(), 4)
-        << "here, in two lists of the test, at the bus manager, and nowhere else";
-}
-
 TEST_F(IidcCameraTest, StreamsAsConfigured) {
     Connect();
     ZevrinConfig config;
@@ -169,32 +150,11 @@ TEST_F(IidcCameraTest, GivingUpWaitsForTheCallbackWhichMayStillUseTheObject) {
     };
     ASSERT_EQ(m_pCamera->StartCapture(callback, &shared), ERR_OK);
     m_pHardware->SendFrame();
-    while (!shared.isInside) {
-        boost::this_thread::yield();
-    }
+    ASSERT_TRUE(Await([&] { return shared.isInside.load(); }));
     m_pCamera.reset();
     EXPECT_TRUE(shared.isDone);
     EXPECT_FALSE(m_pHardware->IsStreaming());
 }
 
-TEST_F(IidcCameraTest, TellsWhoWatches) {
-    std::vector<std::string> seen;
-    std::atomic<std::size_t> count{0};
-    m_pSystem->Watch([&](const CameraListing& camera, bool isPresent) {
-        seen.push_back((isPresent ? "+" : "-") + std::to_string(camera.serialNumber));
-        count = seen.size();
-    });
-    EXPECT_EQ(m_pSystem->Rescan(), ERR_OK);
-    Bus().OnCameraLost(m_pHardware);
-    const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::seconds(30);
-    while (count < 3 && boost::chrono::steady_clock::now() < deadline) {
-        boost::this_thread::yield();  // losses are told on a thread of the bus manager
-    }
-    m_pSystem->Watch(nullptr);
-    Bus().OnCameraArrived(m_pHardware);
-    EXPECT_EQ(seen, (std::vector<std::string>{"+42", "+43", "-42"}));
-}
-
 }  // namespace
-
 }  // namespace Zevrin

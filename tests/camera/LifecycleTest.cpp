@@ -6,7 +6,6 @@
 #include "Fixture.h"
 
 namespace Zevrin {
-
 namespace {
 
 const char* const kComponents[] = {"IOBase", "PropertyManager", "Format7",  "Trigger",
@@ -121,5 +120,4 @@ TEST(VirtualOrder, FollowsTheTwoDestructors) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

@@ -2,14 +2,11 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <cstdio>
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "Failure.h"
 #include "Registers.h"
 #include "SimulatedTransport.h"
+#include "support/Checks.h"
 
 namespace Zevrin {
 

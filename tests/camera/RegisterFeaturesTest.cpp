@@ -1,13 +1,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 #include "Fixture.h"
 #include "zevrin/EmbeddedImageInfo.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr unsigned int kEmbedded = 0x12F8;
@@ -112,49 +110,36 @@ TEST_F(RegisterFeaturesTest, ReadsTablesOfNumbers) {
 }
 
 TEST_F(RegisterFeaturesTest, ConvertsEveryKindOfNumber) {
-    struct {
-        unsigned int raw;
-        double value;
-    } const cases[] = {
-        {0x3F800000U, 1.0},
-        {0xC0000000U, -2.0},
-        {0x00000001U, std::ldexp(1.0, -149)},
-        {0x80000001U, -std::ldexp(1.0, -149)},
-        {0x007FFFFFU, std::ldexp(0x7FFFFF, -149)},
-        {0x00800000U, std::ldexp(1.0, -126)},
-        {0x7F7FFFFFU, std::numeric_limits<float>::max()},
-        {0x7F800000U, 99999.0},
-        {0xFF800000U, -99999.0},
-        {0x7FC00000U, 99999.0},
-        {0xFFC00000U, 99999.0},
-        {0xFF800001U, 99999.0},
-        {0, 0.0},
-        {0x80000000U, 0.0},
-    };
-    for (const auto& c : cases) {
-        const double value = m_camera.Convert32bitIEEEToFloat(c.raw);
-        EXPECT_EQ(value, c.value) << std::hex << c.raw;
-        EXPECT_EQ(std::signbit(value), std::signbit(c.value)) << std::hex << c.raw;
+    // Infinities, what is no number, and the zeros, which have no sign.
+    const std::map<unsigned int, double> special = {{0x7F800000U, 99999.0}, {0xFF800000U, -99999.0},
+                                                    {0x7FC00000U, 99999.0}, {0xFFC00000U, 99999.0},
+                                                    {0xFF800001U, 99999.0}, {0, 0.0},
+                                                    {0x80000000U, 0.0}};
+    for (const auto& [raw, expected] : special) {
+        const double value = m_camera.Convert32bitIEEEToFloat(raw);
+        EXPECT_EQ(value, expected) << std::hex << raw;
+        EXPECT_EQ(std::signbit(value), std::signbit(expected)) << std::hex << raw;
     }
     for (unsigned int exponent = 0; exponent < 255; ++exponent) {
-        const unsigned int raw = exponent << 23 | 0x80123456U;
-        float expected = 0;
-        std::memcpy(&expected, &raw, sizeof expected);
-        EXPECT_EQ(m_camera.Convert32bitIEEEToFloat(raw), static_cast<double>(expected)) << exponent;
+        for (const unsigned int rest : {0x00000001U, 0x80000001U, 0x007FFFFFU, 0x00400000U, 0x80123456U}) {
+            const unsigned int raw = exponent << 23 | rest;
+            float expected = 0;
+            std::memcpy(&expected, &raw, sizeof expected);
+            EXPECT_EQ(m_camera.Convert32bitIEEEToFloat(raw), static_cast<double>(expected)) << raw;
+        }
     }
 }
 
 /// Before any register is touched.
 TEST_F(RegisterFeaturesTest, RefusesInItsOwnWords) {
     unsigned int direction = 0;
+    constexpr auto kNoInfo = "Invalid embedded image information parameter.";
     struct {
         std::function<Error()> operation;
         const char* text;
     } const cases[] = {
-        {[&] { return m_camera.GetEmbeddedImageInfo(nullptr); },
-         "Invalid embedded image information parameter."},
-        {[&] { return m_camera.SetEmbeddedImageInfo(nullptr); },
-         "Invalid embedded image information parameter."},
+        {[&] { return m_camera.GetEmbeddedImageInfo(nullptr); }, kNoInfo},
+        {[&] { return m_camera.SetEmbeddedImageInfo(nullptr); }, kNoInfo},
         {[&] { return m_camera.GetGPIOPinDirection(32, &direction); }, "Invalid GPIO pin value."},
         {[&] { return m_camera.SetGPIOPinDirection(32, 5, false); }, "Invalid GPIO pin value."},
         {[&] { return m_camera.SetGPIOPinDirection(31, 2, false); }, "Invalid direction value for GPIO pin."},
@@ -171,5 +156,4 @@ TEST_F(RegisterFeaturesTest, RefusesInItsOwnWords) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

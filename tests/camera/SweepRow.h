@@ -1,13 +1,10 @@
 #pragma once
 
 #include <cstring>
-#include <functional>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "IidcCamera.h"
+#include "support/Checks.h"
 
 namespace Zevrin {
 

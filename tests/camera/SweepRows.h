@@ -1,11 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "CameraEvents.h"
 #include "Failure.h"
@@ -165,6 +160,12 @@ inline void ChannelChosen(const Loss& loss) {
     }
 }
 
+inline void ChannelLoaded(const Loss& loss) {
+    if (loss.access == "r624") {
+        loss.left[0x10004] = 0;  // the active bank, as it was before
+    }
+}
+
 inline void ValuesRead(const Loss& loss) {
     loss.record.value = static_cast<unsigned int>(std::max<std::size_t>(loss.number, 3) - 3);
     std::copy_n(loss.whole.floats, loss.record.value, loss.record.floats);
@@ -253,7 +254,8 @@ inline const std::vector<Row> kRows = {
     Row("GetMemoryChannel", CALL(c.GetMemoryChannel(&r.value))),
     Row("GetMemoryChannelInfo", CALL(c.GetMemoryChannelInfo(&r.value))),
     Row("RestoreFromMemoryChannel", CALL(c.RestoreFromMemoryChannel(0)))
-        .After(PREPARE(c.SetActiveLUTBank(1))),
+        .After(PREPARE(c.SetActiveLUTBank(1)))
+        .Leaves(ChannelLoaded),
     Row("SaveToMemoryChannel", CALL(c.SaveToMemoryChannel(2)),
         Rule{ERR_MEMORY_CHANNEL_FAILED, "The settings may not have been saved to memory channel 2: ", 2},
         "r400 w620 w618 r618")
@@ -306,7 +308,8 @@ inline const std::vector<Row> kRows = {
         .Unguarded(),
     Row("GetVideoModeInfo", CALL(c.GetVideoModeInfo(&r.videoModeInfo))),
     Row("GetVideoMode", CALL(c.GetVideoMode(&r.videoMode))),
-    Row("SetVideoMode", CALL(c.SetVideoMode(&g_inputs.videoMode))),
+    Row("SetVideoMode", CALL(c.SetVideoMode(&g_inputs.videoMode)), kWrapped,
+        "r100 r180 r214 r608 r604 r600 w608 w604 w600 r608 r604 r600"),
     Row("GetFormat7Info", CALL(c.GetFormat7Info(&r.format7Info))),
     Row("GetFormat7", CALL(c.GetFormat7(&r.format7))),
     Row("SetFormat7", CALL(c.SetFormat7(&g_inputs.format7))),

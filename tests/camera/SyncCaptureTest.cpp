@@ -7,7 +7,6 @@
 #include "Fixture.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr unsigned int kTransmission = 0x614;
@@ -181,35 +180,26 @@ struct Refusal {
     const char* failing;  ///< a call of the script that fails
     ErrorType type;
     const char* text;
-    bool hasCause;
-    CallList stops;
+    bool hasCause = true;
+    CallList stops = {};
 };
 
 TEST_F(SyncCaptureTest, FailsAsEachStepSays) {
+    constexpr auto kNoInterface = "Failed to retrieve camera interface.";
+    constexpr auto kNotStarted = "Could not start one of the cameras.";
+    constexpr auto kNoStamp = "Failed to retrieve timestamp information from image.";
     const Refusal refusals[] = {
-        {"BusMaster::GetHwInterfaceFromSerialNumber 4712",
-         ERR_INTERFACE_NOT_FOUND,
-         "Failed to retrieve camera interface.",
-         false,
-         {}},
-        {"1 IOBase::ReadRegister", ERR_ISOCH_FAILED, "Could not get embedded image info.", true, {}},
-        {"1 Iso::CacheEmbeddedImageInfo", ERR_ISOCH_FAILED, "Could not set embedded image info.", true, {}},
-        {"1 SetConfiguration",
-         ERR_ISOCH_FAILED,
-         "Could not set the configuration to begin syncing cameras.",
-         true,
-         {}},
-        {"0 StartCapture", ERR_ISOCH_START_FAILED, "Could not start one of the cameras.", true, {}},
+        {"BusMaster::GetHwInterfaceFromSerialNumber 4712", ERR_INTERFACE_NOT_FOUND, kNoInterface, false},
+        {"1 IOBase::ReadRegister", ERR_ISOCH_FAILED, "Could not get embedded image info."},
+        {"1 Iso::CacheEmbeddedImageInfo", ERR_ISOCH_FAILED, "Could not set embedded image info."},
+        {"1 SetConfiguration", ERR_ISOCH_FAILED, "Could not set the configuration to begin syncing cameras."},
+        {"0 StartCapture", ERR_ISOCH_START_FAILED, kNotStarted},
         {"2 StartCapture",
          ERR_ISOCH_START_FAILED,
-         "Could not start one of the cameras.",
+         kNotStarted,
          true,
          {"2 Iso::StopCapture", "2 Iso::StopCapture"}},
-        {"2 IOBase::WriteRegister 1556 0 0",
-         ERR_TIMESTAMP_FAILED,
-         "Failed to retrieve timestamp information from image.",
-         false,
-         {}},
+        {"2 IOBase::WriteRegister 1556 0 0", ERR_TIMESTAMP_FAILED, kNoStamp, false},
     };
     for (const Refusal& refusal : refusals) {
         SCOPED_TRACE(refusal.failing);
@@ -284,18 +274,17 @@ TEST_F(SyncCaptureTest, AsksACameraElevenTimes) {
 }
 
 TEST_F(SyncCaptureTest, ToleratesFiveCyclesOnBothSidesAndAcrossTheWrap) {
-    struct Pair {
+    const struct {
         unsigned int first[2];
         unsigned int other[2];
         bool inStep;
-    };
-    const Pair pairs[] = {
+    } pairs[] = {
         {{5, 100}, {5, 105}, true},  {{5, 105}, {5, 100}, true},   {{5, 7998}, {6, 3}, true},
         {{127, 7998}, {0, 2}, true}, {{0, 2}, {127, 7997}, true},  {{5, 100}, {5, 106}, false},
         {{5, 106}, {5, 100}, false}, {{127, 7998}, {0, 4}, false}, {{0, 4}, {127, 7998}, false},
         {{5, 100}, {6, 100}, false}, {{0, 0}, {64, 0}, false},
     };
-    for (const Pair& pair : pairs) {
+    for (const auto& pair : pairs) {
         SCOPED_TRACE(testing::Message() << pair.first[0] << ' ' << pair.first[1] << " and " << pair.other[0]
                                         << ' ' << pair.other[1]);
         MakeCameras(3);
@@ -309,5 +298,4 @@ TEST_F(SyncCaptureTest, ToleratesFiveCyclesOnBothSidesAndAcrossTheWrap) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

@@ -1,19 +1,14 @@
 #include "BusMaster.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <boost/smart_ptr/make_shared.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "Failure.h"
 #include "FakeHardware.h"
 #include "GenerationTable.h"
+#include "support/Checks.h"
 
 namespace Zevrin {
-
 namespace {
 
 class BusMasterTest : public testing::Test {
@@ -139,31 +134,21 @@ TEST_F(BusMasterTest, AFailingTransportDoesNotHideTheOthers) {
 }
 
 TEST_F(BusMasterTest, TellsOfEveryChangeAndMayBeAskedMeanwhile) {
-    boost::mutex mutex;  // guards what was seen
+    std::atomic<std::size_t> count{0};
     std::vector<std::string> seen;
-    const auto sees = [&](std::size_t count) {
-        const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::seconds(30);
-        while (boost::chrono::steady_clock::now() < deadline) {
-            boost::lock_guard<boost::mutex> lock(mutex);
-            if (seen.size() >= count) {
-                return true;
-            }
-        }
-        return false;
-    };
     m_pMaster->SetChangeListener(this, [&](const CameraIdentity& identity, bool isPresent) {
         EXPECT_EQ(List(), identity.serialNumber == 2 && !isPresent ? 2U : 3U);
         EXPECT_EQ(Acquire(9), ERR_CAMERA_NOT_FOUND);
-        boost::lock_guard<boost::mutex> lock(mutex);
         seen.push_back((isPresent ? "+" : "-") + std::to_string(identity.serialNumber));
+        count = seen.size();
     });
     EXPECT_EQ(Acquire(1), ERR_OK) << "the rest is found from within the listener";
     m_pNear->m_cameras = {m_pOne};
     m_pNear->m_pListener->OnCameraLost(m_pTwo);
-    EXPECT_TRUE(sees(4)) << "losses are told on another thread";
+    EXPECT_TRUE(Await([&] { return count == 4; })) << "losses are told on another thread";
     m_pNear->m_cameras = {m_pOne, m_pTwo};
     m_pNear->m_pListener->OnCameraArrived(m_pTwo);
-    EXPECT_TRUE(sees(5));
+    EXPECT_TRUE(Await([&] { return count == 5; }));
     m_pMaster->SetChangeListener(this, nullptr);
     m_pNear->m_pListener->OnCameraLost(m_pTwo);
     EXPECT_EQ(seen, (std::vector<std::string>{"+1", "+2", "+3", "-2", "+2"}));
@@ -195,5 +180,4 @@ TEST(GenerationTableTest, KeepsEveryCameraWhileItGrowsUnderReaders) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

@@ -1,27 +1,16 @@
 #include "EventList.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <boost/chrono/duration.hpp>
-#include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
-#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "Failure.h"
 #include "FakeHardware.h"
+#include "support/Checks.h"
 
 namespace Zevrin {
-
 namespace {
-
-constexpr auto kDeadline = boost::chrono::seconds(20);
 
 /// What a callback was told, and what it does.
 class Recorder {
@@ -43,11 +32,10 @@ class Recorder {
     }
 
     bool WaitFor(std::size_t count) {
-        boost::unique_lock<boost::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, kDeadline, [&] { return m_entries.size() >= count; });
+        return Await([&] { return Get().size() >= count; });
     }
     std::vector<Entry> Get() {
-        boost::unique_lock<boost::mutex> lock(m_mutex);
+        boost::lock_guard<boost::mutex> lock(m_mutex);
         return m_entries;
     }
 
@@ -58,12 +46,12 @@ class Recorder {
     static void Record(const DeviceEvent* pEvent) {
         auto* const pSelf = static_cast<Recorder*>(const_cast<void*>(pEvent->userData));
         {
-            boost::unique_lock<boost::mutex> lock(pSelf->m_mutex);
-            pSelf->m_entries.push_back(
-                {pEvent->name, pEvent->id, pEvent->timeStamp,
-                 std::vector<unsigned char>(pEvent->data, pEvent->data + pEvent->dataSize),
-                 boost::this_thread::get_id()});
-            pSelf->m_changed.notify_all();
+            boost::lock_guard<boost::mutex> lock(pSelf->m_mutex);
+            pSelf->m_entries.push_back({pEvent->name,
+                                        pEvent->id,
+                                        pEvent->timeStamp,
+                                        {pEvent->data, pEvent->data + pEvent->dataSize},
+                                        boost::this_thread::get_id()});
         }
         if (pSelf->m_action) {
             pSelf->m_action();
@@ -71,7 +59,6 @@ class Recorder {
     }
 
     boost::mutex m_mutex;  // guards what follows
-    boost::condition_variable m_changed;
     std::vector<Entry> m_entries;
 };
 
@@ -96,15 +83,6 @@ class EventListTest : public testing::Test {
         return m_pEvents->RegisterAllEvents(&options);
     }
     void Send(const char* name, unsigned int id = 0) { m_pHardware->SendEvent({name, id, 1000ULL + id, {}}); }
-
-    /// For a callback that is to end only after another thread has got somewhere.
-    static bool WaitUntil(const std::function<bool()>& condition) {
-        const auto deadline = boost::chrono::steady_clock::now() + kDeadline;
-        while (!condition() && boost::chrono::steady_clock::now() < deadline) {
-            boost::this_thread::yield();
-        }
-        return condition();
-    }
 
     // What callbacks use outlives the list, whose end waits for the last of them.
     std::atomic<bool> m_flag{false};
@@ -153,11 +131,11 @@ TEST_F(EventListTest, RefusesWhatCannotBeRegistered) {
     EXPECT_FALSE(m_pHardware->HasSink());
 
     EventOptions options;
-    EXPECT_EQ(m_pEvents->RegisterEvent(nullptr), EventList::kInvalidOptions);
-    EXPECT_EQ(m_pEvents->RegisterEvent(&options), EventList::kInvalidOptions);
-    EXPECT_EQ(m_pEvents->RegisterAllEvents(&options), EventList::kInvalidOptions);
-    EXPECT_EQ(m_pEvents->DeregisterEvent(&options), EventList::kInvalidOptions);
-    EXPECT_EQ(Register(nullptr), EventList::kInvalidOptions);
+    for (const int status :
+         {m_pEvents->RegisterEvent(nullptr), m_pEvents->RegisterEvent(&options),
+          m_pEvents->RegisterAllEvents(&options), m_pEvents->DeregisterEvent(&options), Register(nullptr)}) {
+        EXPECT_EQ(status, EventList::kInvalidOptions);
+    }
     m_pHardware->m_eventNames.clear();
     EXPECT_EQ(RegisterAll(), EventList::kUnknownEvent);
 }
@@ -185,8 +163,8 @@ TEST_F(EventListTest, DeregistrationWaitsForARunningCallback) {
     for (const bool all : {false, true}) {
         m_hasEnded = false;
         m_recorder.m_action = [this] {
-            EXPECT_TRUE(WaitUntil([&] { return !m_pHardware->HasSink(); }));
-            for (int turn = 0; turn < 1000; ++turn) {
+            EXPECT_TRUE(Await([&] { return !m_pHardware->HasSink(); }));
+            for (int turn = 0; turn < 100; ++turn) {
                 boost::this_thread::yield();
             }
             m_hasEnded = true;
@@ -215,14 +193,14 @@ TEST_F(EventListTest, ACallbackMayChangeWhatIsRegistered) {
     };
     ASSERT_EQ(Register("LinkDown"), 0);
     Send("LinkDown");
-    ASSERT_TRUE(WaitUntil([&] { return m_flag.load(); }));
+    ASSERT_TRUE(Await([&] { return m_flag.load(); }));
     Send("ExposureStart");
     EXPECT_TRUE(m_recorder.WaitFor(2));
 }
 
 TEST_F(EventListTest, CanBeDestroyedWhileACallbackRunsAndFromWithinOne) {
     m_recorder.m_action = [this] {
-        EXPECT_TRUE(WaitUntil([&] { return !m_pHardware->HasSink(); }));
+        EXPECT_TRUE(Await([&] { return !m_pHardware->HasSink(); }));
         m_hasEnded = true;
     };
     ASSERT_EQ(Register("LinkDown"), 0);
@@ -240,12 +218,12 @@ TEST_F(EventListTest, CanBeDestroyedWhileACallbackRunsAndFromWithinOne) {
     ASSERT_EQ(RegisterAll(), 0);
     Send("LinkDown");
     Send("LinkDown");
-    EXPECT_TRUE(WaitUntil([&] { return m_flag.load(); }));
+    EXPECT_TRUE(Await([&] { return m_flag.load(); }));
     EXPECT_FALSE(m_pHardware->HasSink());
 }
 
 TEST_F(EventListTest, KeepsTheNewestOfTooManyEvents) {
-    m_recorder.m_action = [this] { EXPECT_TRUE(WaitUntil([&] { return m_flag.load(); })); };
+    m_recorder.m_action = [this] { EXPECT_TRUE(Await([&] { return m_flag.load(); })); };
     ASSERT_EQ(RegisterAll(), 0);
     Send("LinkDown", 0);
     ASSERT_TRUE(m_recorder.WaitFor(1));
@@ -303,12 +281,11 @@ TEST_F(EventListTest, BearsUseFromManyThreads) {
     threads.join_all();
     EXPECT_EQ(Register("LinkDown"), 0);
     EXPECT_TRUE(
-        WaitUntil([&] { return !m_recorder.Get().empty() && m_recorder.Get().back().name == "LinkDown"; }));
+        Await([&] { return !m_recorder.Get().empty() && m_recorder.Get().back().name == "LinkDown"; }));
     isOver = true;
     sender.join();
     EXPECT_EQ(m_pEvents->DeregisterAllEvents(), 0);
 }
 
 }  // namespace
-
 }  // namespace Zevrin

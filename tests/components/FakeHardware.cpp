@@ -1,11 +1,11 @@
 #include "FakeHardware.h"
 
+#include <algorithm>
 #include <boost/thread/lock_guard.hpp>
 
 #include "Failure.h"
 
 namespace Zevrin {
-
 namespace {
 
 unsigned long long Key(unsigned short high, unsigned int low) {
@@ -35,15 +35,7 @@ Error FakeHardware::TakeAccess(const std::string& operation) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     ++m_accesses;
     if (error == ERR_OK && m_accesses == m_failingAccess) {
-        return Failure(ERR_TIMEOUT, "Access %u does not come back.", m_accesses);
-    }
-    return error;
-}
-
-Error FakeHardware::Open() {
-    Error error = Take("Open");
-    if (error == ERR_OK) {
-        ++m_openCount;
+        return Failure(ERR_TIMEOUT, "Access %u does not come back.", m_accesses.load());
     }
     return error;
 }
@@ -76,60 +68,24 @@ Error FakeHardware::WriteQuadlets(unsigned short high, unsigned int low, const u
         const unsigned int address = low + 4 * index;
         m_memory[Key(high, address)] = m_onWrite ? m_onWrite(address, pValues[index]) : pValues[index];
     }
-    if (broadcast) {
-        m_broadcasts.push_back(std::to_string(low));
-    }
+    m_broadcasts += broadcast ? 1 : 0;
     return error;
-}
-
-Error FakeHardware::GetBusTime(TimeStamp* pTimeStamp) {
-    pTimeStamp->cycleCount = 77;
-    return Take("GetBusTime");
-}
-
-Error FakeHardware::GetPortErrors(unsigned int* pCount) {
-    *pCount = 3;
-    return Take("GetPortErrors");
-}
-
-Error FakeHardware::GetStreamFormat(StreamFormat* pFormat) {
-    *pFormat = m_format;
-    return Take("GetStreamFormat");
 }
 
 Error FakeHardware::StartStream(const ZevrinConfig&, const boost::shared_ptr<FrameQueue>& pQueue) {
-    Error error = Take("StartStream");
-    if (error == ERR_OK) {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        m_pQueue = pQueue;
-    }
-    return error;
-}
-
-bool FakeHardware::IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_pQueue != nullptr && m_pQueue == pQueue;
+    m_pQueue = pQueue;
+    return Error();
 }
 
 void FakeHardware::StopStream(const boost::shared_ptr<FrameQueue>& pQueue) {
-    if (IsStreaming(pQueue)) {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        m_pQueue.reset();
-    }
-}
-
-void FakeHardware::BreakStream(const Error& reason) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_pQueue->Fail(reason);
+    m_pQueue = m_pQueue == pQueue ? nullptr : m_pQueue;
 }
 
-bool FakeHardware::IsStreaming() const {
+boost::shared_ptr<FrameQueue> FakeHardware::GetQueue() const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_pQueue != nullptr;
-}
-
-unsigned int FakeHardware::Register(unsigned int offset) const {
-    return Base(0xF00000U + offset);
+    return m_pQueue;
 }
 
 unsigned int FakeHardware::Base(unsigned int offset) const {
@@ -151,21 +107,6 @@ void FakeHardware::FailAccess(unsigned int n) {
     m_failingAccess = n;
 }
 
-unsigned int FakeHardware::GetAccesses() const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_accesses;
-}
-
-FakeHardware::Memory FakeHardware::GetMemory() const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_memory;
-}
-
-void FakeHardware::SetMemory(const Memory& memory) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_memory = memory;
-}
-
 Error FakeHardware::GetEventNames(std::vector<std::string>* pNames) {
     *pNames = m_eventNames;
     return Take("GetEventNames");
@@ -185,42 +126,38 @@ Error FakeHardware::SetEventSink(EventSink* pSink) {
 
 void FakeHardware::SendEvent(const RawDeviceEvent& event) {
     boost::lock_guard<boost::mutex> lock(m_sinkMutex);
-    if (m_pSink != nullptr) {
-        m_pSink->OnDeviceEvent(event);
+    if (EventSink* const pSink = m_pSink) {
+        pSink->OnDeviceEvent(event);
     }
-}
-
-bool FakeHardware::HasSink() const {
-    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
-    return m_pSink != nullptr;
 }
 
 void FakeHardware::SendFrame(unsigned int firstQuadlet, bool isComplete) {
-    boost::shared_ptr<FrameQueue> pQueue;
-    {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        pQueue = m_pQueue;
+    FrameInfo info;
+    info.width = info.stride = m_format.width;
+    info.height = m_format.height;
+    info.pixelFormat = m_format.pixelFormat;
+    info.isComplete = isComplete;
+    std::vector<unsigned char> bytes(m_format.payloadSize);
+    for (unsigned int byte = 0; byte < 4; ++byte) {
+        bytes[byte] = static_cast<unsigned char>(firstQuadlet >> (24 - 8 * byte));
     }
+    SendFrame(info, bytes);
+}
+
+void FakeHardware::SendFrame(FrameInfo info, const std::vector<unsigned char>& bytes) {
+    const boost::shared_ptr<FrameQueue> pQueue = GetQueue();
     if (!pQueue) {
         return;
     }
-    const unsigned int frameId = m_sent++;
-    Frame* pFrame = pQueue->BeginFill();
+    info.frameId += m_sent++;
+    info.receivedSize = bytes.size();
+    Frame* const pFrame = pQueue->BeginFill();
     if (pFrame == nullptr) {
         pQueue->CountDriverDropped(1);
         return;
     }
-    for (unsigned int byte = 0; byte < 4; ++byte) {
-        pFrame->data[byte] = static_cast<unsigned char>(firstQuadlet >> (24 - 8 * byte));
-    }
-    pFrame->info = FrameInfo();
-    pFrame->info.width = m_format.width;
-    pFrame->info.height = m_format.height;
-    pFrame->info.stride = m_format.width;
-    pFrame->info.pixelFormat = m_format.pixelFormat;
-    pFrame->info.frameId = frameId;
-    pFrame->info.receivedSize = m_format.payloadSize;
-    pFrame->info.isComplete = isComplete;
+    std::copy(bytes.begin(), bytes.end(), pFrame->data);
+    pFrame->info = info;
     pQueue->EndFill(pFrame);
 }
 

@@ -22,18 +22,20 @@ class FakeHardware : public HardwareInterface {
 
     int GetInterfaceType() const override { return INTERFACE_UNKNOWN; }
     CameraIdentity GetIdentity() const override { return m_identity; }
-    Error Open() override;
+    Error Open() override { return ++m_openCount, Error(); }
     void Close() override { --m_openCount; }
     RegisterBases GetRegisterBases() const override { return {0xF0000000U, 0xF0F00000U}; }
     Error ReadQuadlets(unsigned short high, unsigned int low, unsigned int* pValues,
                        unsigned int count) override;
     Error WriteQuadlets(unsigned short high, unsigned int low, const unsigned int* pValues,
                         unsigned int count, bool broadcast) override;
-    Error GetBusTime(TimeStamp* pTimeStamp) override;
-    Error GetPortErrors(unsigned int* pCount) override;
-    Error GetStreamFormat(StreamFormat* pFormat) override;
+    Error GetBusTime(TimeStamp*) override { return Error(); }
+    Error GetPortErrors(unsigned int*) override { return Error(); }
+    Error GetStreamFormat(StreamFormat* pFormat) override { return *pFormat = m_format, Error(); }
     Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override;
-    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override;
+    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override {
+        return pQueue != nullptr && GetQueue() == pQueue;
+    }
     void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override;
     StreamCounters GetStreamCounters() const override { return m_counters; }
     Error GetEventNames(std::vector<std::string>* pNames) override;
@@ -44,11 +46,12 @@ class FakeHardware : public HardwareInterface {
 
     /// One frame of the stream that runs, whose first bytes are `firstQuadlet`, big-endian.
     void SendFrame(unsigned int firstQuadlet = 0, bool isComplete = true);
+    /// One of any kind; its number and size are filled in.
+    void SendFrame(FrameInfo info, const std::vector<unsigned char>& bytes);
+    void BreakStream(const Error& reason) { GetQueue()->Fail(reason); }
+    bool IsStreaming() const { return GetQueue() != nullptr; }
 
-    void BreakStream(const Error& reason);
-
-    unsigned int Register(unsigned int offset) const;
-    bool IsStreaming() const;
+    unsigned int Register(unsigned int offset) const { return Base(0xF00000U + offset); }
 
     /// Registers that count from the command registers and from the initial register space, without an
     /// access by the library.
@@ -63,11 +66,12 @@ class FakeHardware : public HardwareInterface {
     /// The n-th access from now on fails with ERR_TIMEOUT, counted from 1; 0: none does.
     void FailAccess(unsigned int n);
     /// Reads and writes since `FailAccess` was called.
-    unsigned int GetAccesses() const;
+    unsigned int GetAccesses() const { return m_accesses; }
 
     using Memory = std::map<unsigned long long, unsigned int>;
-    Memory GetMemory() const;
-    void SetMemory(const Memory& memory);
+    /// While nobody else uses the camera.
+    const Memory& GetMemory() const { return m_memory; }
+    void SetMemory(const Memory& memory) { m_memory = memory; }
 
     /// What a register holds after `value` was written to this low address, for registers with a will of
     /// their own.
@@ -78,7 +82,7 @@ class FakeHardware : public HardwareInterface {
 
     /// Tells the sink, on the calling thread.
     void SendEvent(const RawDeviceEvent& event);
-    bool HasSink() const;
+    bool HasSink() const { return m_pSink != nullptr; }
     std::vector<std::string> m_eventNames;
 
     CameraIdentity m_identity;
@@ -86,22 +90,23 @@ class FakeHardware : public HardwareInterface {
     StreamCounters m_counters;
     std::atomic<int> m_openCount{0};
     std::atomic<unsigned int> m_sent{0};
-    std::vector<std::string> m_broadcasts;
+    unsigned int m_broadcasts = 0;
     std::function<void()> m_beforeWrite;
 
   private:
     Error Take(const std::string& operation);
     Error TakeAccess(const std::string& operation);
+    boost::shared_ptr<FrameQueue> GetQueue() const;
 
     mutable boost::mutex m_mutex;  // guards what follows
     Memory m_memory;
-    unsigned int m_accesses = 0;
+    std::atomic<unsigned int> m_accesses{0};
     unsigned int m_failingAccess = 0;
     std::map<std::string, Error> m_failures;
     boost::shared_ptr<FrameQueue> m_pQueue;
 
     mutable boost::mutex m_sinkMutex;  // held while the sink is told; guards it
-    EventSink* m_pSink = nullptr;
+    std::atomic<EventSink*> m_pSink{nullptr};
 };
 
 /// A transport with the cameras that the test gives it.

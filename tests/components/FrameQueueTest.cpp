@@ -10,7 +10,6 @@
 #include "Failure.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr std::size_t kBufferSize = 16;
@@ -106,23 +105,15 @@ TEST_F(FrameQueueTest, EveryFrameIsAccountedForWhateverHappens) {
         std::vector<Frame*> held;
         unsigned int sent = 0;
         for (int step = 0; step < 10000; ++step) {
-            switch (random() % 4) {
-                case 0:
-                case 1:
-                    Send(sent++, random() % 8 != 0);
-                    break;
-                case 2: {
-                    Frame* pFrame = nullptr;
-                    if (m_pQueue->Retrieve(&pFrame, 0) == ERR_OK) {
-                        held.push_back(pFrame);
-                    }
-                    break;
-                }
-                default:
-                    if (!held.empty()) {
-                        m_pQueue->Release(held.back());
-                        held.pop_back();
-                    }
+            const unsigned int what = random() % 4;
+            Frame* pFrame = nullptr;
+            if (what < 2) {
+                Send(sent++, random() % 8 != 0);
+            } else if (what == 2 && m_pQueue->Retrieve(&pFrame, 0) == ERR_OK) {
+                held.push_back(pFrame);
+            } else if (what == 3 && !held.empty()) {
+                m_pQueue->Release(held.back());
+                held.pop_back();
             }
         }
         m_pQueue->Close();
@@ -201,5 +192,4 @@ TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

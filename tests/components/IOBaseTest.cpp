@@ -6,7 +6,6 @@
 #include "RegisterCamera.h"
 
 namespace Zevrin {
-
 namespace {
 
 using IOBaseTest = RegisterCamera<IOBase>;
@@ -24,9 +23,9 @@ TEST_F(IOBaseTest, EachAddressSpaceHasItsOwnBeginning) {
     EXPECT_EQ(values[1], 1U);
     EXPECT_EQ(m_component.ReadRegister(0x618, &values[1]), ERR_OK);
     EXPECT_EQ(values[1], 2U);
-    EXPECT_TRUE(m_pHardware->m_broadcasts.empty());
+    EXPECT_EQ(m_pHardware->m_broadcasts, 0U);
     EXPECT_EQ(m_component.WriteRegister(0x614, 1, true), ERR_OK);
-    EXPECT_EQ(m_pHardware->m_broadcasts.size(), 1U);
+    EXPECT_EQ(m_pHardware->m_broadcasts, 1U);
 }
 
 TEST_F(IOBaseTest, RefusesWhatCannotBeAnAccessAndCountsOnlyTheCamerasFailures) {
@@ -52,19 +51,16 @@ TEST_F(IOBaseTest, RefusesWhatCannotBeAnAccessAndCountsOnlyTheCamerasFailures) {
     m_component.ResetRegReadErr();
     EXPECT_EQ(m_component.GetRegReadErr(), 0U);
     EXPECT_EQ(m_component.GetRegWriteErr(), 1U);
-}
 
-TEST_F(IOBaseTest, NeedsACameraForEverything) {
     m_component.ReleaseIO();
-    unsigned int value = 0;
     TimeStamp stamp;
-    EXPECT_EQ(m_component.ReadRegister(0x614, &value), ERR_NOT_CONNECTED);
-    EXPECT_EQ(m_component.WriteRegisterBlock(0, 0, &value, 1), ERR_NOT_CONNECTED);
-    EXPECT_EQ(m_component.GetTimeStamp(&stamp), ERR_NOT_CONNECTED);
-    EXPECT_EQ(m_component.GetPortErr(&value), ERR_NOT_CONNECTED);
+    for (const Error& error :
+         {m_component.ReadRegister(0x614, &value), m_component.WriteRegisterBlock(0, 0, &value, 1),
+          m_component.GetTimeStamp(&stamp), m_component.GetPortErr(&value)}) {
+        EXPECT_EQ(error, ERR_NOT_CONNECTED) << "needs a camera";
+    }
     EXPECT_EQ(m_pHardware.use_count(), 1);
 }
 
 }  // namespace
-
 }  // namespace Zevrin

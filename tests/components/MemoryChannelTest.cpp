@@ -3,7 +3,6 @@
 #include "RegisterCamera.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr unsigned int kSaveRegister = 0xF0F00618U;
@@ -39,10 +38,10 @@ TEST_F(MemoryChannelTest, SavesAndRestores) {
 }
 
 TEST_F(MemoryChannelTest, RefusesWithTheRange) {
-    EXPECT_TRUE(
-        Says(m_component.SaveToMemoryChannel(0), ERR_VALUE_OUT_OF_RANGE, "1 to 2 (0 holds the factory's)"));
-    EXPECT_TRUE(Says(m_component.SaveToMemoryChannel(3), ERR_VALUE_OUT_OF_RANGE, "1 to 2"));
-    EXPECT_TRUE(Says(m_component.RestoreFromMemoryChannel(3), ERR_VALUE_OUT_OF_RANGE, "to 2"));
+    const ErrorType kType = ERR_VALUE_OUT_OF_RANGE;
+    EXPECT_TRUE(SaysPart(m_component.SaveToMemoryChannel(0), kType, "1 to 2 (0 holds the factory's)"));
+    EXPECT_TRUE(SaysPart(m_component.SaveToMemoryChannel(3), kType, "1 to 2"));
+    EXPECT_TRUE(SaysPart(m_component.RestoreFromMemoryChannel(3), kType, "to 2"));
     SetRegisters({{0x400, 0xFFFFFFF0U}});
     EXPECT_EQ(m_component.SaveToMemoryChannel(1), ERR_FEATURE_ABSENT);
     EXPECT_EQ(m_component.RestoreFromMemoryChannel(0), ERR_OK) << "the factory's are always there";
@@ -59,5 +58,4 @@ TEST_F(MemoryChannelTest, DoesNotWaitForEverForTheCamera) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

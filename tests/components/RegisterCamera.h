@@ -1,11 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <boost/smart_ptr/make_shared.hpp>
 #include <initializer_list>
 
 #include "FakeHardware.h"
+#include "support/Checks.h"
 
 namespace Zevrin {
 
@@ -21,6 +20,16 @@ class RegisterCamera : public testing::Test {
         m_pHardware->SetBlock(block, cells);
     }
 
+    /// A table of what cannot be set: each row is refused by name and with the range, and nothing is written.
+    template <typename Rows, typename Set>
+    void ExpectRefusals(const Rows& rows, const Set& set) {
+        const FakeHardware::Memory before = m_pHardware->GetMemory();
+        for (const auto& row : rows) {
+            EXPECT_TRUE(SaysPart(set(row), row.error, row.text));
+            EXPECT_EQ(m_pHardware->GetMemory(), before) << row.text;
+        }
+    }
+
     /// That these calls with a null pointer are refused.
     static void ExpectRefused(std::initializer_list<Error> results) {
         for (const Error& error : results) {
@@ -31,13 +40,5 @@ class RegisterCamera : public testing::Test {
     boost::shared_ptr<FakeHardware> m_pHardware = boost::make_shared<FakeHardware>();
     Component m_component;
 };
-
-/// Whether a refusal says what a person needs to know.
-inline testing::AssertionResult Says(const Error& error, ErrorType type, const char* text) {
-    if (error == type && std::string(error.GetDescription()).find(text) != std::string::npos) {
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure() << "not '" << text << "' but " << error.GetTrace();
-}
 
 }  // namespace Zevrin

@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <boost/thread/thread.hpp>
-
 namespace Zevrin {
-
 namespace {
 
 int g_living = 0;
@@ -70,21 +67,5 @@ TEST(SingletonTest, AConstructorThatThrowsLeavesNothingBehind) {
     EXPECT_EQ(Only::m_iRefCount, 1);
 }
 
-TEST(SingletonTest, ManyThreadsComeAndGo) {
-    boost::thread_group threads;
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.create_thread([] {
-            for (int round = 0; round < 2000; ++round) {
-                const SingletonHold<Counted> hold;
-                EXPECT_TRUE(hold);
-            }
-        });
-    }
-    threads.join_all();
-    EXPECT_EQ(Only::m_iRefCount, 0);
-    EXPECT_EQ(g_living, 0);
-}
-
 }  // namespace
-
 }  // namespace Zevrin

@@ -3,7 +3,6 @@
 #include "RegisterCamera.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr unsigned int kPresent = 0x80000000U;
@@ -31,10 +30,8 @@ TEST_F(TriggerTest, TellsWhatIsThere) {
     TriggerMode mode;
     ASSERT_EQ(m_component.GetTriggerMode(&mode), ERR_OK);
     EXPECT_TRUE(mode.onOff);
-    EXPECT_EQ(mode.polarity, 1U);
-    EXPECT_EQ(mode.source, 7U);
-    EXPECT_EQ(mode.mode, 1U);
-    EXPECT_EQ(mode.parameter, 5U);
+    EXPECT_EQ((std::vector<unsigned int>{mode.polarity, mode.source, mode.mode, mode.parameter}),
+              (std::vector<unsigned int>{1, 7, 1, 5}));
 
     SetRegisters({{0x404, 0}});
     ASSERT_EQ(m_component.GetTriggerModeInfo(&info), ERR_OK);
@@ -48,14 +45,14 @@ TEST_F(TriggerTest, SetsWhatIsAskedAndKeepsTheRest) {
     TriggerMode mode;
     mode.source = 2;
     mode.mode = 15;
-    mode.parameter = 0xABC;
+    mode.parameter = 0xFFF;
     EXPECT_EQ(m_component.SetTriggerMode(&mode, false), ERR_OK);
-    EXPECT_EQ(m_pHardware->Register(0x830), 0x805F0ABCU);
+    EXPECT_EQ(m_pHardware->Register(0x830), 0x805F0FFFU);
     mode.onOff = true;
     mode.polarity = 1;
     EXPECT_EQ(m_component.SetTriggerMode(&mode, true), ERR_OK);
-    EXPECT_EQ(m_pHardware->Register(0x830), 0x835F0ABCU);
-    EXPECT_EQ(m_pHardware->m_broadcasts.size(), 1U);
+    EXPECT_EQ(m_pHardware->Register(0x830), 0x835F0FFFU);
+    EXPECT_EQ(m_pHardware->m_broadcasts, 1U);
 }
 
 TEST_F(TriggerTest, RefusesWhatIsNotThereAndNamesWhatIs) {
@@ -71,31 +68,30 @@ TEST_F(TriggerTest, RefusesWhatIsNotThereAndNamesWhatIs) {
         {{true, 0, 0, 0xFFFFFFFFU, 0, {}}, ERR_INVALID_MODE, "mode 4294967295"},
         {{true, 0, 0, 0, 4096, {}}, ERR_VALUE_OUT_OF_RANGE, "0 to 4095"},
     };
-    for (const auto& row : rows) {
-        EXPECT_TRUE(Says(m_component.SetTriggerMode(&row.mode, false), row.error, row.text));
-    }
+    ExpectRefusals(rows, [&](const auto& row) { return m_component.SetTriggerMode(&row.mode, false); });
     SetRegisters({{0x530, kInquiry & ~0x06000000U}});
     TriggerMode mode;
-    EXPECT_TRUE(Says(m_component.SetTriggerMode(&mode, false), ERR_NOT_SUPPORTED, "switched off"));
+    EXPECT_TRUE(SaysPart(m_component.SetTriggerMode(&mode, false), ERR_NOT_SUPPORTED, "switched off"));
     mode.onOff = true;
-    EXPECT_TRUE(Says(m_component.SetTriggerMode(&mode, false), ERR_NOT_SUPPORTED, "polarity"));
+    EXPECT_TRUE(SaysPart(m_component.SetTriggerMode(&mode, false), ERR_NOT_SUPPORTED, "polarity"));
     EXPECT_EQ(m_pHardware->Register(0x830), 0x83F10005U);
     ExpectRefused({m_component.SetTriggerMode(nullptr, false), m_component.GetTriggerMode(nullptr),
                    m_component.GetTriggerModeInfo(nullptr)});
 }
 
 TEST_F(TriggerTest, TheSoftwareTriggerNeedsATriggerThatListensToIt) {
+    EXPECT_TRUE(SaysPart(m_component.FireSoftwareTrigger(false), ERR_TRIGGER_FAILED, "In mode 1"));
+    SetRegisters({{0x830, 0x83EF0000U}});
     EXPECT_EQ(m_component.FireSoftwareTrigger(false), ERR_OK);
     EXPECT_EQ(m_pHardware->Register(0x62C), kPresent);
     SetRegisters({{0x62C, 0}, {0x830, 0x81E00000U}});
-    EXPECT_TRUE(Says(m_component.FireSoftwareTrigger(false), ERR_TRIGGER_FAILED, "off"));
+    EXPECT_TRUE(SaysPart(m_component.FireSoftwareTrigger(false), ERR_TRIGGER_FAILED, "off"));
     SetRegisters({{0x830, 0x82400000U}});
-    EXPECT_TRUE(Says(m_component.FireSoftwareTrigger(false), ERR_TRIGGER_FAILED, "source 2"));
+    EXPECT_TRUE(SaysPart(m_component.FireSoftwareTrigger(false), ERR_TRIGGER_FAILED, "source 2"));
     SetRegisters({{0x530, kInquiry & ~0x00010000U}});
-    EXPECT_TRUE(Says(m_component.FireSoftwareTrigger(false), ERR_FEATURE_ABSENT, "software trigger"));
+    EXPECT_TRUE(SaysPart(m_component.FireSoftwareTrigger(false), ERR_FEATURE_ABSENT, "software trigger"));
     EXPECT_EQ(m_pHardware->Register(0x62C), 0U);
 }
 
 }  // namespace
-
 }  // namespace Zevrin

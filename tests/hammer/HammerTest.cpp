@@ -1,20 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "Image.h"
 #include "Registers.h"
+#include "support/Checks.h"
 #include "support/FrameAccount.h"
 
 namespace Zevrin {

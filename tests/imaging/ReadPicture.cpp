@@ -16,7 +16,6 @@
 #endif
 
 namespace Zevrin {
-
 namespace {
 
 std::string ReadAll(const std::string& path) {

@@ -1,24 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/lock_types.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
 #include "Image.h"
 #include "camera/MeteredTransport.h"
@@ -33,30 +23,14 @@ constexpr auto kDeadline = boost::chrono::seconds(60);
 constexpr unsigned long long kTickUs = 1000;
 
 /// A callback that stays within a call until it is let go, and counts.
-class Gate {
-  public:
-    static void Call(Image*, const void* pData) { static_cast<Gate*>(const_cast<void*>(pData))->Enter(); }
-    void LetGo() {
-        const boost::unique_lock<boost::mutex> lock(m_mutex);
-        m_isOpen = true;
-        m_changed.notify_all();
+struct Gate {
+    static void Call(Image*, const void* pData) {
+        auto& gate = *static_cast<Gate*>(const_cast<void*>(pData));
+        ++gate.calls;
+        EXPECT_TRUE(Await([&] { return gate.isOpen.load(); }));
     }
-    bool WaitForCalls(unsigned int calls) {
-        boost::unique_lock<boost::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, kDeadline, [&] { return m_calls >= calls; });
-    }
-
-  private:
-    void Enter() {
-        boost::unique_lock<boost::mutex> lock(m_mutex);
-        ++m_calls;
-        m_changed.notify_all();
-        m_changed.wait_for(lock, kDeadline, [&] { return m_isOpen; });
-    }
-    boost::mutex m_mutex;  // guards what follows
-    boost::condition_variable m_changed;
-    bool m_isOpen = false;
-    unsigned int m_calls = 0;
+    std::atomic<bool> isOpen{false};
+    std::atomic<unsigned int> calls{0};
 };
 
 /// One camera with whoever uses it.
@@ -68,23 +42,14 @@ struct Actor {
     std::vector<Image> held;
 };
 
-struct ScenarioFile {
-    std::string path;
-};
-
-void PrintTo(const ScenarioFile& file, std::ostream* pStream) {
-    *pStream << file.path;
-}
-
-class Scenario : public testing::TestWithParam<ScenarioFile> {
+class Scenario : public testing::TestWithParam<std::string> {
   protected:
     void SetUp() override {
         ASSERT_EQ(setenv("ZEVRIN_TRANSPORTS", "simulated", 1),
                   0);  // no search of the network for who is away
-        std::ifstream stream(GetParam().path);
+        std::ifstream stream(GetParam());
         m_document = json::parse(stream);
-        const Error error = Simulation::FromJson(m_document.at("simulation").dump(), &m_pSimulation);
-        ASSERT_EQ(error, ERR_OK) << error.GetTrace();
+        ASSERT_TRUE(IsOk(Simulation::FromJson(m_document.at("simulation").dump(), &m_pSimulation)));
         for (const auto& [serial, setup] : m_document.at("cameras").items()) {
             Actor& actor = m_actors[static_cast<unsigned int>(std::stoul(serial))];
             ASSERT_EQ(actor.pCamera->Connect(static_cast<unsigned int>(std::stoul(serial))), ERR_OK);
@@ -122,19 +87,11 @@ class Scenario : public testing::TestWithParam<ScenarioFile> {
                  actor.held.emplace_back();
                  return camera.WaitForBufferEvent(&actor.held.back(), 0);
              }},
-            {"release",
-             [&] {
-                 actor.held.clear();
-                 return Error();
-             }},
-            {"letCallback",
-             [&] {
-                 actor.gate.LetGo();
-                 return Error();
-             }},
+            {"release", [&] { return actor.held.clear(), Error(); }},
+            {"letCallback", [&] { return actor.gate.isOpen = true, Error(); }},
             {"awaitCallback",
              [&] {
-                 EXPECT_TRUE(actor.gate.WaitForCalls(step.value("calls", 1U)));
+                 EXPECT_TRUE(Await([&] { return actor.gate.calls >= step.value("calls", 1U); }));
                  return Error();
              }},
             {"syncStart", [&] { return SyncStart(step, serial); }},
@@ -258,19 +215,18 @@ TEST_P(Scenario, ComesOutAsItsFileSays) {
     g_meter = Meter();
 }
 
-std::vector<ScenarioFile> FindFiles() {
-    std::vector<ScenarioFile> files;
+std::vector<std::string> FindFiles() {
+    std::vector<std::string> files;
     for (const auto& entry : std::filesystem::directory_iterator(SCENARIO_FOLDER)) {
         if (entry.path().extension() == ".json") {
-            files.push_back({entry.path().string()});
+            files.push_back(entry.path());
         }
     }
     return files;
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Scenario, testing::ValuesIn(FindFiles()), [](const auto& file) {
-    return std::filesystem::path(file.param.path).stem().string();
-});
+INSTANTIATE_TEST_SUITE_P(Files, Scenario, testing::ValuesIn(FindFiles()),
+                         [](const auto& file) { return std::filesystem::path(file.param).stem().string(); });
 
 }  // namespace
 }  // namespace Zevrin

@@ -16,7 +16,6 @@
 #include "support/Spawn.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr char kBridge[] = "rooms";

@@ -18,7 +18,6 @@
 #include <string>
 
 namespace Zevrin {
-
 namespace {
 
 /// What is run by a user with such privileges would not have them.

@@ -12,7 +12,6 @@
 #include <utility>
 
 namespace Zevrin {
-
 namespace {
 
 /// In the child: never returns.

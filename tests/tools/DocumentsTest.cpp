@@ -1,39 +1,17 @@
 // Runs and compares what the documents say: every command, every excerpt, every link.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <nlohmann/json.hpp>
-#include <regex>
-#include <set>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include <zevrin/Simulation.h>
 
-#include "support/Markdown.h"
-#include "support/Spawn.h"
-#include "support/TemporaryFolder.h"
+#include <regex>
+#include <sstream>
 
+#include "ToolFolder.h"
+#include "support/Markdown.h"
+
+namespace Zevrin {
 namespace {
 
 namespace fs = std::filesystem;
-using Zevrin::FencedBlock;
-using Zevrin::SpawnOptions;
-using Zevrin::SpawnResult;
-using Zevrin::TemporaryFolder;
-
-const std::string kSource = SOURCE_FOLDER;
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream stream(path);
-    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
-}
 
 std::vector<std::string> FindAll(const std::string& text, const char* expression) {
     const std::regex pattern(expression);
@@ -56,7 +34,7 @@ std::vector<std::string> Documents() {
 }
 
 /// One document, followed from top to bottom in a folder that looks like the project's.
-class Document : public testing::TestWithParam<std::string> {
+class Document : public ToolFolder, public testing::WithParamInterface<std::string> {
   protected:
     void SetUp() override {
         for (const auto& entry : fs::directory_iterator(kSource)) {
@@ -67,7 +45,6 @@ class Document : public testing::TestWithParam<std::string> {
         }
         fs::create_directories(m_folder.Path("build"));
         fs::create_directory_symlink(BUILD_FOLDER, m_folder.Path("build/release"));
-        m_options.folder = m_folder.Path();
         m_options.limit = std::chrono::seconds(400);
         m_options.environment = {{"PATH", std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH")},
                                  {"CMAKE_GENERATOR", "Ninja"},
@@ -82,7 +59,7 @@ class Document : public testing::TestWithParam<std::string> {
         static const std::regex kRun(R"(\./run (\w+)( (\w+))?( .*)?)");
         static const std::regex kCmake(R"(cmake (--build )?--preset (\w+))");
         static const std::string kPresets = ReadFile(kSource + "/CMakePresets.json");
-        static const std::string kHelp = Zevrin::Spawn({kSource + "/run", "help"}).output;
+        static const std::string kHelp = Spawn({kSource + "/run", "help"}).output;
         std::smatch match;
         std::string preset;
         if (std::regex_match(line, match, kRun)) {
@@ -100,8 +77,7 @@ class Document : public testing::TestWithParam<std::string> {
     void RunCommands(const std::string& text) {
         static const std::regex kPeer(R"((build/release/bin/)?fake-gige-camera\n)");
         if (std::regex_match(text, kPeer)) {
-            m_pPeer =
-                std::make_unique<Zevrin::Process>(std::vector<std::string>{"fake-gige-camera"}, m_options);
+            m_pPeer = std::make_unique<Process>(Parts{"fake-gige-camera"}, m_options);
             ASSERT_TRUE(m_pPeer->WaitForOutput("ready")) << m_pPeer->Finish().messages;
             return;
         }
@@ -110,33 +86,30 @@ class Document : public testing::TestWithParam<std::string> {
         for (std::string line; std::getline(lines, line);) {
             script += IsBuild(line) ? "" : line + "\n";
         }
-        const SpawnResult result = Zevrin::SpawnShell("set -ex\n" + script, m_options);
+        const SpawnResult result = SpawnShell("set -ex\n" + script, m_options);
         EXPECT_EQ(0, result.exitCode) << result.output << result.messages;
     }
 
     static void CheckJson(const FencedBlock& block) {
         if (block.note == "description") {
-            boost::shared_ptr<Zevrin::Simulation> pSimulation;
-            const Zevrin::Error error = Zevrin::Simulation::FromJson(block.text, &pSimulation);
-            EXPECT_EQ(Zevrin::ERR_OK, error.GetType()) << error.GetDescription();
+            boost::shared_ptr<Simulation> pSimulation;
+            EXPECT_TRUE(IsOk(Simulation::FromJson(block.text, &pSimulation)));
             return;
         }
         std::istringstream lines(block.text);
         for (std::string line; std::getline(lines, line);) {
-            EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+            EXPECT_TRUE(Json::accept(line)) << line;
         }
     }
 
-    TemporaryFolder m_folder;
-    SpawnOptions m_options;
-    std::unique_ptr<Zevrin::Process> m_pPeer;
+    std::unique_ptr<Process> m_pPeer;
 };
 
 TEST_P(Document, CommandsAndExcerptsAreTrue) {
     if (!fs::exists(PROGRAM_FOLDER "/fake-gige-camera")) {
         GTEST_SKIP() << "The documents are about a build with GigE Vision.";
     }
-    for (const FencedBlock& block : Zevrin::ReadFencedBlocks(kSource + "/" + GetParam())) {
+    for (const FencedBlock& block : ReadFencedBlocks(kSource + "/" + GetParam())) {
         SCOPED_TRACE("```" + block.language + " " + block.note + "\n" + block.text);
         if (block.language == "sh" && block.note.empty()) {
             ASSERT_NO_FATAL_FAILURE(RunCommands(block.text));
@@ -180,24 +153,23 @@ TEST(Documents, KnowEveryFolderAndEveryErrorAndVerb) {
         EXPECT_NE(std::string::npos, errors.find("\n| `" + type + "` | ")) << type;
     }
 
-    const std::string help = Zevrin::Spawn({PROGRAM_FOLDER "/zevrin", "--help"}).output;
+    const std::string help = Spawn({kZevrin, "--help"}).output;
     for (const std::string& verb : FindAll(help.substr(help.find("\nVerbs:")), "\n  ([a-z]+)  +\\S")) {
         EXPECT_NE(std::string::npos, readme.find("`" + verb)) << verb;
     }
 }
 
-TEST(Documents, ReferenceHasEveryPublicDeclaration) {
-    const TemporaryFolder folder;
-    SpawnOptions options;
-    options.folder = folder.Path();
-    options.limit = std::chrono::seconds(300);
+using Reference = ToolFolder;
+
+TEST_F(Reference, HasEveryPublicDeclaration) {
     for (const char* name : {"include", "src", "docs"}) {
-        fs::create_directory_symlink(kSource + "/" + name, folder.Path(name));
+        fs::create_directory_symlink(kSource + "/" + name, m_folder.Path(name));
     }
-    fs::create_directories(folder.Path("build/docs"));
-    const SpawnResult result = Zevrin::Spawn({"doxygen", "docs/Doxyfile"}, options);
+    fs::create_directories(m_folder.Path("build/docs"));
+    const SpawnResult result = Spawn({"doxygen", "docs/Doxyfile"}, m_options);
     EXPECT_EQ(0, result.exitCode) << result.messages;
-    EXPECT_TRUE(fs::exists(folder.Path("build/docs/html/classZevrin_1_1CameraInternal.html")));
+    EXPECT_TRUE(fs::exists(m_folder.Path("build/docs/html/classZevrin_1_1CameraInternal.html")));
 }
 
 }  // namespace
+}  // namespace Zevrin

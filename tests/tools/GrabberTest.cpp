@@ -1,15 +1,10 @@
 #include "Grabber.h"
 
-#include <gtest/gtest.h>
 #include <zevrin/CameraSystem.h>
 #include <zevrin/Simulation.h>
 
-#include <chrono>
-#include <functional>
-#include <thread>
-#include <vector>
-
 #include "FrameGate.h"
+#include "support/Checks.h"
 #include "support/Png.h"
 #include "support/TemporaryFolder.h"
 
@@ -81,24 +76,26 @@ TEST(FrameGate, KeepsByTheCamerasNumbersAndBursts) {
 
 class GrabberTest : public testing::Test {
   protected:
-    void SetUp() override {
-        const Zevrin::Error error = Zevrin::Simulation::FromJson(
-            R"({"cameras": [{"serial": 7, "width": 64, "height": 48, "frameRate": 200}]})", &m_pSimulation);
-        ASSERT_EQ(Zevrin::ERR_OK, error.GetType()) << error.GetDescription();
-        ASSERT_EQ(Zevrin::ERR_OK, m_system.Connect(7, &m_pCamera).GetType());
+    GrabberTest() {
+        EXPECT_TRUE(IsOk(Zevrin::Simulation::FromJson(
+            R"({"cameras": [{"serial": 7, "width": 64, "height": 48, "frameRate": 200}]})", &m_pSimulation)));
+        EXPECT_TRUE(IsOk(m_system.Connect(7, &m_pCamera)));
         m_plan.count = 100000;
         m_plan.folder = m_folder.Path();
     }
 
-    static void WaitFor(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!condition()) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    }
-
-    static void ExpectWholeFiles(const GrabOutcome& outcome) {
+    /// Grabs, does something when this many images are there, and awaits the end.
+    void Grab(unsigned int frames, const std::function<void(Grabber&)>& disturb, int exitCode,
+              const std::string& failure) {
+        Grabber grabber(7, m_pCamera, m_plan);
+        grabber.Start();
+        ASSERT_TRUE(Zevrin::Await([&] { return grabber.CountFrames() >= frames; }));
+        disturb(grabber);
+        const GrabOutcome& outcome = grabber.Join();
+        EXPECT_EQ(exitCode, outcome.exitCode);
+        EXPECT_EQ(failure, outcome.failure);
+        EXPECT_TRUE(grabber.IsDone());
+        EXPECT_LE(frames, outcome.frames);
         EXPECT_EQ(outcome.frames, outcome.files.size());
         for (const std::string& file : outcome.files) {
             EXPECT_TRUE(Zevrin::IsWholePng(file)) << file;
@@ -112,55 +109,33 @@ class GrabberTest : public testing::Test {
     GrabPlan m_plan;
 };
 
+TEST_F(GrabberTest, StopsWhenItIsTold) {
+    const auto stop = [](Grabber& grabber) { grabber.Stop(); };
+    Grab(3, stop, kExitFailed, "stopped");
+}
+
 TEST_F(GrabberTest, KeepsWhatItHasWhenTheCameraVanishes) {
-    Grabber grabber(7, m_pCamera, m_plan);
-    grabber.Start();
-    WaitFor([&] { return grabber.CountFrames() >= 3; });
-    ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->Unplug(7).GetType());
-    const GrabOutcome& outcome = grabber.Join();
-    EXPECT_EQ(kExitFailed, outcome.exitCode);
-    EXPECT_EQ("the camera went away", outcome.failure);
-    EXPECT_LE(3U, outcome.frames);
-    ExpectWholeFiles(outcome);
+    const auto unplug = [&](Grabber&) { EXPECT_TRUE(IsOk(m_pSimulation->Unplug(7))); };
+    Grab(3, unplug, kExitFailed, "the camera went away");
 }
 
 TEST_F(GrabberTest, GoesOnAfterABusReset) {
     m_plan.count = 30;
-    Grabber grabber(7, m_pCamera, m_plan);
-    grabber.Start();
-    WaitFor([&] { return grabber.CountFrames() >= 3; });
-    ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->ResetBus(7).GetType());
-    const GrabOutcome& outcome = grabber.Join();
-    EXPECT_EQ(kExitGood, outcome.exitCode) << outcome.failure;
-    EXPECT_EQ(30U, outcome.frames);
-    ExpectWholeFiles(outcome);
+    const auto reset = [&](Grabber&) { EXPECT_TRUE(IsOk(m_pSimulation->ResetBus(7))); };
+    Grab(3, reset, kExitGood, "");
 }
 
 TEST_F(GrabberTest, WaitsForACameraThatComesBack) {
     m_plan.reconnectSeconds = 60;
-    Grabber grabber(7, m_pCamera, m_plan);
-    grabber.Start();
-    for (unsigned int frames = 3; frames <= 9; frames += 3) {
-        WaitFor([&] { return grabber.CountFrames() >= frames; });
-        ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->Unplug(7).GetType());
-        ASSERT_EQ(Zevrin::ERR_OK, m_pSimulation->Replug(7).GetType());
-    }
-    WaitFor([&] { return grabber.CountFrames() >= 30; });
-    grabber.Stop();
-    EXPECT_EQ("stopped", grabber.Join().failure);
-    ExpectWholeFiles(grabber.Join());
-}
-
-TEST_F(GrabberTest, StopsWhenItIsTold) {
-    Grabber grabber(7, m_pCamera, m_plan);
-    grabber.Start();
-    WaitFor([&] { return grabber.CountFrames() >= 3; });
-    grabber.Stop();
-    const GrabOutcome& outcome = grabber.Join();
-    EXPECT_EQ(kExitFailed, outcome.exitCode);
-    EXPECT_EQ("stopped", outcome.failure);
-    EXPECT_TRUE(grabber.IsDone());
-    ExpectWholeFiles(outcome);
+    const auto disturb = [&](Grabber& grabber) {
+        for (unsigned int frames = 6; frames <= 30; frames += 12) {
+            EXPECT_TRUE(IsOk(m_pSimulation->Unplug(7)));
+            EXPECT_TRUE(IsOk(m_pSimulation->Replug(7)));
+            EXPECT_TRUE(Zevrin::Await([&] { return grabber.CountFrames() >= frames; }));
+        }
+        grabber.Stop();
+    };
+    Grab(3, disturb, kExitFailed, "stopped");
 }
 
 }  // namespace

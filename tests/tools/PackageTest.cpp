@@ -1,20 +1,11 @@
 // What the Debian packages bring, unpacked beside the system.
 
-#include <gtest/gtest.h>
+#include "ToolFolder.h"
 
-#include <filesystem>
-#include <memory>
-#include <string>
-
-#include "support/Spawn.h"
-#include "support/TemporaryFolder.h"
-
+namespace Zevrin {
 namespace {
 
 namespace fs = std::filesystem;
-using Zevrin::SpawnOptions;
-using Zevrin::SpawnResult;
-using Zevrin::TemporaryFolder;
 
 class Package : public testing::Test {
   protected:
@@ -22,11 +13,10 @@ class Package : public testing::Test {
         s_pFolder = std::make_unique<TemporaryFolder>();
         s_options.limit = std::chrono::seconds(300);
         s_options.folder = s_pFolder->Path();
-        const SpawnResult result =
-            Zevrin::SpawnShell("'" CPACK_PROGRAM "' --config '" BUILD_FOLDER
-                               "/CPackConfig.cmake' -B . &&"
-                               "for package in *.deb; do dpkg-deb -x $package root; done",
-                               s_options);
+        const SpawnResult result = SpawnShell("'" CPACK_PROGRAM "' --config '" BUILD_FOLDER
+                                              "/CPackConfig.cmake' -B . &&"
+                                              "for package in *.deb; do dpkg-deb -x $package root; done",
+                                              s_options);
         ASSERT_EQ(0, result.exitCode) << result.output << result.messages;
         s_options.environment = {{"PATH", s_pFolder->Path("root/usr/bin") + ":" + std::getenv("PATH")},
                                  {"ZEVRIN_TRANSPORTS", "simulated"}};
@@ -35,7 +25,7 @@ class Package : public testing::Test {
 
     /// What the shell says, without the last line break.
     static std::string Say(const std::string& command) {
-        const SpawnResult result = Zevrin::SpawnShell(command, s_options);
+        const SpawnResult result = SpawnShell(command, s_options);
         EXPECT_EQ("", result.messages) << command;
         return result.output.substr(0, result.output.find_last_not_of('\n') + 1);
     }
@@ -102,3 +92,4 @@ TEST_F(Package, CompletesVerbsOptionsAndValuesInBothShells) {
 }
 
 }  // namespace
+}  // namespace Zevrin

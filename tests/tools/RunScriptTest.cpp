@@ -1,26 +1,15 @@
-#include <gtest/gtest.h>
+#include "ToolFolder.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "support/Spawn.h"
-#include "support/TemporaryFolder.h"
-
+namespace Zevrin {
 namespace {
 
 namespace fs = std::filesystem;
-using Zevrin::SpawnOptions;
-using Zevrin::SpawnResult;
-using Zevrin::TemporaryFolder;
 
 /// `./run` in a tree of its own, on a machine whose package manager, CMake and the like only write down how
 /// they are called.
-class RunScript : public testing::Test {
+class RunScript : public ToolFolder {
   protected:
-    void SetUp() override {
+    RunScript() {
         fs::create_directories(m_folder.Path("packaging"));
         fs::create_directories(m_folder.Path("bin"));
         for (const char* name : {"run", "CMakePresets.json"}) {
@@ -50,29 +39,24 @@ case "$*" in --build*) ;; *) mkdir -p build/release && touch build/release/build
         AddProgram("ctest", "echo \"ctest $*\" >>log; exit 8");
     }
 
-    void Write(const std::string& name, const std::string& text) {
-        std::ofstream(m_folder.Path(name)) << text;
-    }
-
     void AddProgram(const std::string& name, const std::string& body) {
         Write("bin/" + name, "#!/bin/bash\n" + body + "\n");
         fs::permissions(m_folder.Path("bin/" + name), fs::perms::owner_all);
     }
 
-    SpawnResult Run(const std::vector<std::string>& arguments, const std::string& userId = "0") {
-        SpawnOptions options;
-        options.folder = m_folder.Path();
-        options.environment = {{"PATH", m_folder.Path("bin")}, {"USER_ID", userId}, {"CI", ""}, {"JOBS", ""}};
-        std::vector<std::string> command = {"./run"};
+    SpawnResult Run(const Parts& arguments, const std::string& userId = "0") {
+        m_options.environment = {
+            {"PATH", m_folder.Path("bin")}, {"USER_ID", userId}, {"CI", ""}, {"JOBS", ""}};
+        Parts command = {"./run"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         fs::remove(m_folder.Path("log"));
-        return Zevrin::Spawn(command, options);
+        return Spawn(command, m_options);
     }
 
     /// What was called, save for refreshing package lists, which depends on this machine's.
-    std::vector<std::string> Log() {
+    Parts Log() {
         std::ifstream stream(m_folder.Path("log"));
-        std::vector<std::string> lines;
+        Parts lines;
         for (std::string line; std::getline(stream, line);) {
             if (line.find(" update") == std::string::npos) {
                 lines.push_back(line);
@@ -80,8 +64,6 @@ case "$*" in --build*) ;; *) mkdir -p build/release && touch build/release/build
         }
         return lines;
     }
-
-    TemporaryFolder m_folder;
 };
 
 const std::string kInstall = "apt-get -o DPkg::Lock::Timeout=120 install -y --no-install-recommends ";
@@ -90,15 +72,13 @@ const std::string kBuild = "cmake --build --preset release --parallel 7";
 TEST_F(RunScript, InstallsWhatIsMissingAndSkipsWhatIsDone) {
     Write("missing", "libpng-dev\ng++\n");
     EXPECT_EQ(0, Run({"build"}).exitCode);
-    EXPECT_EQ(
-        (std::vector<std::string>{kInstall + "g++ libpng-dev", "cmake --fresh --preset release", kBuild}),
-        Log());
+    EXPECT_EQ((Parts{kInstall + "g++ libpng-dev", "cmake --fresh --preset release", kBuild}), Log());
     EXPECT_EQ(0, Run({"build"}).exitCode);
-    EXPECT_EQ((std::vector<std::string>{kBuild}), Log());
+    EXPECT_EQ((Parts{kBuild}), Log());
 
     Write("packaging/packages.txt", "cmake\nlibpng-dev\ng++\nlibnew-dev\n");
     EXPECT_EQ(0, Run({"build"}).exitCode);
-    EXPECT_EQ((std::vector<std::string>{"cmake --preset release", kBuild}), Log());
+    EXPECT_EQ((Parts{"cmake --preset release", kBuild}), Log());
 }
 
 TEST_F(RunScript, RefreshesPackageListsWhenAnInstallationFails) {
@@ -115,13 +95,12 @@ TEST_F(RunScript, AsksForRootOnlyWhenSomethingIsMissing) {
     Write("missing", "g++\n");
     const SpawnResult refused = Run({"build"}, "1000");
     EXPECT_EQ(1, refused.exitCode);
-    EXPECT_NE(std::string::npos, refused.messages.find("apt-get install --no-install-recommends g++"))
-        << refused.messages;
+    ExpectParts(refused.messages, {"apt-get install --no-install-recommends g++"});
     EXPECT_TRUE(Log().empty()) << "something was done all the same";
 
     AddProgram("sudo", "echo sudo >>log; exec \"$@\"");
     EXPECT_EQ(0, Run({"packages"}, "1000").exitCode);
-    const std::vector<std::string> log = Log();
+    const Parts log = Log();
     ASSERT_LE(2U, log.size());
     EXPECT_EQ("sudo", log[log.size() - 2]);
     EXPECT_EQ(kInstall + "g++", log.back());
@@ -129,21 +108,22 @@ TEST_F(RunScript, AsksForRootOnlyWhenSomethingIsMissing) {
 
 TEST_F(RunScript, TestsWithWarningsAsErrorsAndPassesTheResultOn) {
     EXPECT_EQ(8, Run({"test", "-R", "Some Name"}).exitCode);
-    EXPECT_EQ((std::vector<std::string>{"cmake --fresh --preset release -DZEVRIN_WERROR=ON", kBuild,
-                                        "ctest --preset release --parallel 7 --no-tests=error -R Some Name"}),
+    EXPECT_EQ((Parts{"cmake --fresh --preset release -DZEVRIN_WERROR=ON", kBuild,
+                     "ctest --preset release --parallel 7 --no-tests=error -R Some Name"}),
               Log());
     EXPECT_EQ(0, Run({"build"}).exitCode);
-    EXPECT_EQ((std::vector<std::string>{kBuild}), Log()) << "a plain build undoes what the tests configured";
+    EXPECT_EQ((Parts{kBuild}), Log()) << "a plain build undoes what the tests configured";
 }
 
 TEST_F(RunScript, SaysWhatItDoesNotKnow) {
     const SpawnResult preset = Run({"check", "nix"});
     EXPECT_EQ(1, preset.exitCode);
-    EXPECT_NE(std::string::npos, preset.messages.find("asan dev release tsan")) << preset.messages;
+    ExpectParts(preset.messages, {"asan dev release tsan"});
     const SpawnResult verb = Run({"nix"});
     EXPECT_EQ(2, verb.exitCode);
-    EXPECT_NE(std::string::npos, verb.messages.find("\"nix\"")) << verb.messages;
+    ExpectParts(verb.messages, {"\"nix\""});
     EXPECT_TRUE(Log().empty());
 }
 
 }  // namespace
+}  // namespace Zevrin

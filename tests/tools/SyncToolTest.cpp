@@ -1,54 +1,25 @@
-#include <gtest/gtest.h>
 #include <signal.h>
 
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <string>
-#include <thread>
-#include <vector>
+#include "ToolFolder.h"
 
-#include "support/Png.h"
-#include "support/Spawn.h"
-#include "support/TemporaryFolder.h"
-
+namespace Zevrin {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
-using Zevrin::SpawnResult;
 
-const std::string kZevrin = PROGRAM_FOLDER "/zevrin";
-
-class SyncTool : public testing::Test {
+class SyncTool : public ToolFolder {
   protected:
-    void SetUp() override {
-        m_options.folder = m_folder.Path();
-        m_options.environment = {{"ZEVRIN_TRANSPORTS", "simulated"}};
-        m_options.limit = std::chrono::seconds(200);
-        fs::create_directory(m_folder.Path("run"));
-    }
+    SyncTool() { fs::create_directory(m_folder.Path("run")); }
 
-    void Write(const std::string& name, const std::string& text) {
-        std::ofstream(m_folder.Path(name)) << text;
-    }
-
-    SpawnResult Verify() { return Zevrin::Spawn({kZevrin, "--json", "sync", "verify", "run"}, m_options); }
-
-    Zevrin::TemporaryFolder m_folder;
-    Zevrin::SpawnOptions m_options;
+    SpawnResult Verify() { return Run("--json sync verify run"); }
 };
 
 TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
     Write("lossy.json", R"({"cameras": [{"frameRate": 60, "faults": {"duplicate": {"share": 0.3}}},)"
                         R"( {"frameRate": 60, "bayer": "RGGB",)"
                         R"( "faults": {"drop": {"share": 0.2}}}]})");
-    const SpawnResult run = Zevrin::SpawnShell(
-        "'" + kZevrin +
-            "' --simulate lossy.json --json sync 1001 1002 -n 40 -o run --contact-sheet sheet.png"
-            " --retries 80",
-        m_options);
+    const SpawnResult run = Run(
+        "--simulate lossy.json --json sync 1001 1002 -n 40 -o run --contact-sheet sheet.png --retries 80");
     ASSERT_EQ(0, run.exitCode) << run.messages;
     const Json report = Json::parse(run.output);
     EXPECT_EQ(true, report.at("isInStep"));
@@ -57,7 +28,7 @@ TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
     EXPECT_LE(1, lossy.at("missingSets").get<int>());
     EXPECT_GE(40, lossy.at("images").get<int>() + lossy.at("lost").get<int>());
     EXPECT_NEAR(0, lossy.at("driftPpm").get<double>(), 0.1);
-    EXPECT_TRUE(Zevrin::IsWholePng(m_folder.Path("sheet.png")));
+    EXPECT_TRUE(IsWholePng(m_folder.Path("sheet.png")));
     EXPECT_TRUE(fs::exists(m_folder.Path("run/report.html")));
 
     Json again = Json::parse(Verify().output);
@@ -66,35 +37,30 @@ TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
     again.erase("problems");
     EXPECT_EQ(Json::parse(stream), again);
 
-    std::string image;
-    unsigned int images = 0;
+    std::vector<fs::path> images;
     for (const auto& entry : fs::directory_iterator(m_folder.Path("run"))) {
-        image = entry.path().extension() == ".png" ? entry.path() : fs::path(image);
-        images += entry.path().extension() == ".png" ? 1 : 0;
+        if (entry.path().extension() == ".png") {
+            images.push_back(entry.path());
+        }
     }
     const Json& whole = report.at("cameras").at(0);
     EXPECT_LE(1, whole.at("duplicated").get<int>());
-    EXPECT_EQ(images, whole.at("images").get<unsigned int>() + lossy.at("images").get<unsigned int>())
+    EXPECT_EQ(images.size(), whole.at("images").get<unsigned int>() + lossy.at("images").get<unsigned int>())
         << "one that came twice has two names";
-    fs::resize_file(image, 100);
+    fs::resize_file(images[0], 100);
     EXPECT_EQ(1, Verify().exitCode);
-    EXPECT_NE(std::string::npos,
-              Verify().messages.find(fs::path(image).filename().string() + " has 100 bytes"));
+    ExpectParts(Verify().messages, {images[0].filename().string() + " has 100 bytes"});
 }
 
 TEST_F(SyncTool, LeavesAWholeRecordWhenInterrupted) {
-    Zevrin::Process run({kZevrin, "--simulate", "2", "sync", "-n", "100000", "-o", "run", "--format", "raw",
-                         "--retries", "50"},
-                        m_options);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
-    while (fs::is_empty(m_folder.Path("run"))) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    Process run({kZevrin, "--simulate", "2", "sync", "-n", "100000", "-o", "run", "--format", "raw",
+                 "--retries", "50"},
+                m_options);
+    ASSERT_NO_FATAL_FAILURE(AwaitFileIn("run"));
     run.Signal(SIGINT);
     const SpawnResult result = run.Finish();
     EXPECT_EQ(1, result.exitCode);
-    EXPECT_NE(std::string::npos, result.messages.find("camera 1002: stopped")) << result.messages;
+    ExpectParts(result.messages, {"camera 1002: stopped"});
     const SpawnResult verified = Verify();
     EXPECT_EQ(0, verified.exitCode) << verified.messages;
 }
@@ -123,7 +89,7 @@ TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
     const struct {
         std::string index;
         int exitCode;
-        std::vector<std::string> messages;
+        Parts messages;
     } cases[] = {
         {Head(4) + good, 0, {}},
         {Head(2) + Line(1, 1, 127, 7998) + Line(2, 1, 0, 4), 1, {"camera 2 is up to 6 cycles"}},
@@ -159,14 +125,13 @@ TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
         const SpawnResult result = Verify();
         EXPECT_EQ(row.exitCode, result.exitCode) << row.index.substr(0, 1000) << result.messages;
         EXPECT_EQ(row.messages.empty(), result.messages.empty()) << result.messages;
-        for (const std::string& part : row.messages) {
-            EXPECT_NE(std::string::npos, result.messages.find(part)) << part << " in:\n" << result.messages;
-        }
+        ExpectParts(result.messages, row.messages);
     }
-    EXPECT_EQ(2, Zevrin::Spawn({kZevrin, "sync", "-n", "5", "verify", "run"}, m_options).exitCode);
+    EXPECT_EQ(2, Run("sync -n 5 verify run").exitCode);
     fs::remove(m_folder.Path("run/index.jsonl"));
     fs::create_directory(m_folder.Path("run/index.jsonl"));
-    EXPECT_NE(std::string::npos, Verify().messages.find("is no regular file"));
+    ExpectParts(Verify().messages, {"is no regular file"});
 }
 
 }  // namespace
+}  // namespace Zevrin

@@ -11,7 +11,6 @@
 #include "Iso.h"
 
 namespace Zevrin {
-
 namespace {
 
 constexpr auto kDeadline = boost::chrono::seconds(30);
@@ -179,5 +178,4 @@ TEST_F(ConformanceTest, OneStreamAtATimeAndStoppingAnotherDoesNothing) {
 }
 
 }  // namespace
-
 }  // namespace Zevrin

@@ -84,6 +84,14 @@ CLI::App* AddVerb(CLI::App& parent, const std::string& name, const std::string& 
     return pVerb;
 }
 
+std::string ExamplesOf(std::initializer_list<const char*> commandLines) {
+    std::string footer = "Examples:\n";
+    for (const char* commandLine : commandLines) {
+        footer += std::string("  zevrin ") + commandLine + "\n";
+    }
+    return footer;
+}
+
 std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem) {
     const std::vector<std::string> unknown = pApp->remaining(true);
     std::string path = pApp->get_name();

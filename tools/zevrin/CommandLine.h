@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <initializer_list>
 #include <string>
 
 namespace ZevrinTool {
@@ -24,6 +25,10 @@ std::string UsageOf(const CLI::App& app);
 /// @param footer  what the help says after the options; ends with examples
 CLI::App* AddVerb(CLI::App& parent, const std::string& name, const std::string& description,
                   const std::string& footer);
+
+/// A footer that is nothing but examples.
+/// @param commandLines  what follows the name of the program
+std::string ExamplesOf(std::initializer_list<const char*> commandLines);
 
 /// What is said when a command line cannot be understood.
 std::string DescribeProblem(const CLI::App* pApp, const CLI::Error& problem);

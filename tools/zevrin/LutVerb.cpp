@@ -164,17 +164,6 @@ void Choose(const Target& target, unsigned int bank) {
     Show(target);
 }
 
-constexpr char kFooter[] = R"(Examples:
-  zevrin lut show 1001
-  zevrin lut gamma 2.2 --bank 1 1001
-  zevrin lut enable 1001
-)";
-
-constexpr char kShowFooter[] = R"(Examples:
-  zevrin lut show 1001
-  zevrin --json lut show 1001
-)";
-
 constexpr char kGetFooter[] = R"(Entries stand one on each line, as `zevrin lut set` reads them.
 
 Examples:
@@ -196,21 +185,6 @@ constexpr char kGammaFooter[] = R"(Every entry becomes its own share of full to 
 Examples:
   zevrin lut gamma 2.2 1001
   zevrin lut gamma 0.45 --bank 1 --channel 0 1002
-)";
-
-constexpr char kEnableFooter[] = R"(Examples:
-  zevrin lut enable 1001
-  zevrin --json lut enable 1002
-)";
-
-constexpr char kDisableFooter[] = R"(Examples:
-  zevrin lut disable 1001
-  zevrin --json lut disable 1002
-)";
-
-constexpr char kBankFooter[] = R"(Examples:
-  zevrin lut bank 1 1001
-  zevrin --json lut bank 2 1002
 )";
 
 std::shared_ptr<Part> AddPart(CLI::App& verb, const char* defaultChannel) {
@@ -264,17 +238,25 @@ void AddBank(CLI::App& verb, Tool& tool) {
 }  // namespace
 
 void AddLutVerb(CLI::App& app, Tool& tool) {
-    CLI::App* const pVerb = AddVerb(app, "lut", "Shows and sets the look-up table", kFooter);
+    CLI::App* const pVerb =
+        AddVerb(app, "lut", "Shows and sets the look-up table",
+                ExamplesOf({"lut show 1001", "lut gamma 2.2 --bank 1 1001", "lut enable 1001"}));
     pVerb->require_subcommand(1);
-    WorkOnCamera(*AddVerb(*pVerb, "show", "Shows the look-up table and its banks", kShowFooter), tool, Show);
+    WorkOnCamera(*AddVerb(*pVerb, "show", "Shows the look-up table and its banks",
+                          ExamplesOf({"lut show 1001", "--json lut show 1001"})),
+                 tool, Show);
     AddGet(*AddVerb(*pVerb, "get", "Shows the entries of one channel", kGetFooter), tool);
     AddSet(*AddVerb(*pVerb, "set", "Sets the entries from a file", kSetFooter), tool);
     AddGamma(*AddVerb(*pVerb, "gamma", "Sets the entries to a gamma curve", kGammaFooter), tool);
-    WorkOnCamera(*AddVerb(*pVerb, "enable", "Switches the look-up table on", kEnableFooter), tool,
-                 [](const Target& target) { Enable(target, true); });
-    WorkOnCamera(*AddVerb(*pVerb, "disable", "Switches the look-up table off", kDisableFooter), tool,
-                 [](const Target& target) { Enable(target, false); });
-    AddBank(*AddVerb(*pVerb, "bank", "Makes a bank the active one", kBankFooter), tool);
+    WorkOnCamera(*AddVerb(*pVerb, "enable", "Switches the look-up table on",
+                          ExamplesOf({"lut enable 1001", "--json lut enable 1002"})),
+                 tool, [](const Target& target) { Enable(target, true); });
+    WorkOnCamera(*AddVerb(*pVerb, "disable", "Switches the look-up table off",
+                          ExamplesOf({"lut disable 1001", "--json lut disable 1002"})),
+                 tool, [](const Target& target) { Enable(target, false); });
+    AddBank(*AddVerb(*pVerb, "bank", "Makes a bank the active one",
+                     ExamplesOf({"lut bank 1 1001", "--json lut bank 2 1002"})),
+            tool);
 }
 
 }  // namespace ZevrinTool

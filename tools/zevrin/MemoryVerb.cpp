@@ -33,39 +33,23 @@ void AddOperation(CLI::App& verb, Tool& tool, unsigned int min, const char* help
     });
 }
 
-constexpr char kFooter[] = R"(Examples:
-  zevrin memory show 1001
-  zevrin memory save 1 1001
-  zevrin memory restore 0 1001
-)";
-
-constexpr char kShowFooter[] = R"(Examples:
-  zevrin memory show 1001
-  zevrin --json memory show 1001
-)";
-
-constexpr char kSaveFooter[] = R"(Examples:
-  zevrin memory save 1 1001
-  zevrin --json memory save 2 1001
-)";
-
-constexpr char kRestoreFooter[] = R"(Examples:
-  zevrin memory restore 0 1001
-  zevrin --json memory restore 1 1001
-)";
-
 }  // namespace
 
 void AddMemoryVerb(CLI::App& app, Tool& tool) {
     CLI::App* const pVerb =
-        AddVerb(app, "memory", "Saves settings in the camera, and restores them", kFooter);
+        AddVerb(app, "memory", "Saves settings in the camera, and restores them",
+                ExamplesOf({"memory show 1001", "memory save 1 1001", "memory restore 0 1001"}));
     pVerb->require_subcommand(1);
-    WorkOnCamera(*AddVerb(*pVerb, "show", "Shows the memory channels", kShowFooter), tool, Show);
-    AddOperation(*AddVerb(*pVerb, "save", "Saves the present settings in a channel", kSaveFooter), tool, 1,
-                 "The channel, from 1; `zevrin memory show` shows the highest",
+    WorkOnCamera(*AddVerb(*pVerb, "show", "Shows the memory channels",
+                          ExamplesOf({"memory show 1001", "--json memory show 1001"})),
+                 tool, Show);
+    AddOperation(*AddVerb(*pVerb, "save", "Saves the present settings in a channel",
+                          ExamplesOf({"memory save 1 1001", "--json memory save 2 1001"})),
+                 tool, 1, "The channel, from 1; `zevrin memory show` shows the highest",
                  &Zevrin::CameraInternal::SaveToMemoryChannel);
-    AddOperation(*AddVerb(*pVerb, "restore", "Restores the settings of a channel", kRestoreFooter), tool, 0,
-                 "The channel, from 0, which holds the factory's settings",
+    AddOperation(*AddVerb(*pVerb, "restore", "Restores the settings of a channel",
+                          ExamplesOf({"memory restore 0 1001", "--json memory restore 1 1001"})),
+                 tool, 0, "The channel, from 0, which holds the factory's settings",
                  &Zevrin::CameraInternal::RestoreFromMemoryChannel);
 }
 

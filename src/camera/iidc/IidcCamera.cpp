@@ -104,7 +104,7 @@ Error IidcCamera::Disconnect() {
 /// bus has changed.
 void IidcCamera::GiveUp() {
     m_pReconnector->Stop();
-    m_isStreamWanted = false;
+    m_pInterruptedStream.reset();
     if (!m_pHardware && !m_bConnected) {
         return;
     }
@@ -125,27 +125,13 @@ void IidcCamera::CloseHardware() {
 
 Error IidcCamera::StartCapture(ImageCallback callback, const void* pCallbackData) {
     return Wrapping(*this, [&] {
-        StreamStart start;
-        start.callback = callback;
-        start.pCallbackData = pCallbackData;
-        Error error = GetConfiguration(&start.config);
+        ZevrinConfig config;
+        const Error error = GetConfiguration(&config);
         if (error != ERR_OK) {
             return error;
         }
-        // Before it runs: whoever stops it, or resumes it after a loss, may be at it then.
-        StreamStart former;
-        const bool wasWanted = m_isStreamWanted.exchange(true);
-        {
-            boost::lock_guard<boost::mutex> lock(m_configMutex);
-            former = std::exchange(m_streamStart, start);
-        }
-        error = m_pIso->StartCapture(start.config, callback, pCallbackData);
-        if (error != ERR_OK) {
-            m_isStreamWanted = wasWanted;
-            boost::lock_guard<boost::mutex> lock(m_configMutex);
-            m_streamStart = former;
-        }
-        return error;
+        m_isStopWanted = false;  // before it runs: who stops it may be at it then
+        return m_pIso->StartCapture(config, callback, pCallbackData);
     });
 }
 

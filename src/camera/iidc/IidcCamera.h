@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 #include <functional>
@@ -97,7 +98,8 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error GetVideoMode(VideoModeSetting* pSetting);
 
     /// Sets a standard format, 0 to 2, with its mode and frame rate.
-    /// Errors: as above; ERR_INVALID_MODE (not on this camera); what was changed until then is put back.
+    /// Errors: as above; ERR_INVALID_MODE (not on this camera, or not while it transmits); what was changed
+    /// until then is put back.
     Error SetVideoMode(const VideoModeSetting* pSetting);
 
     /// `mode` of the record chooses a mode of format 7; one that is not there is told by `present`.
@@ -116,14 +118,9 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error SetFormat7(const Format7Settings* pSettings);
 
   private:
-    /// With what a stream is resumed.
-    struct StreamStart {
-        ZevrinConfig config;
-        ImageCallback callback = nullptr;
-        const void* pCallbackData = nullptr;
-        unsigned int gaps = 0;  ///< until now
-    };
+    struct InterruptedStream;
 
+    void OnStopWanted() noexcept override { m_isStopWanted = true; }
     Error Attach(unsigned int serialNumber, unsigned int* pGeneration);
     void CloseHardware();
     void GiveUp();
@@ -141,13 +138,14 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     boost::shared_ptr<RememberingHardware> m_pComponentHardware;  // kept through an absence of the camera
     boost::shared_ptr<HardwareInterface> m_pHardware;             // while it is open
 
-    mutable boost::mutex m_configMutex;  // guards the two that follow
+    mutable boost::mutex m_configMutex;  // guards m_config
     ZevrinConfig m_config;
-    StreamStart m_streamStart;
 
     boost::mutex m_formatMutex;  // guards the camera's choice of format, which two components change
 
-    bool m_isTransmissionWanted = true;  // with the stream; the reconnector's thread's own
+    std::atomic<bool> m_isStopWanted{false};  // since the last start
+    boost::shared_ptr<InterruptedStream>
+        m_pInterruptedStream;  // to be resumed; the reconnector's thread's own
 
     std::unique_ptr<Reconnector> m_pReconnector;  // its thread ends before everything else
 };

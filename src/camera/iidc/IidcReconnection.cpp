@@ -1,6 +1,6 @@
 #include "KeepAssertions.h"
 // Before everything else.
-#include <boost/thread/lock_guard.hpp>
+#include <boost/smart_ptr/make_shared.hpp>
 
 #include "CallbackThread.h"
 #include "CameraShapes.h"
@@ -18,6 +18,11 @@
 // a generation that is not the present one.
 
 namespace Zevrin {
+
+struct IidcCamera::InterruptedStream {
+    Iso::StreamStart start;
+    bool isTransmissionWanted;
+};
 
 bool IidcCamera::IsWithinCallback() const {
     return m_pReconnector->IsCurrent() || CallbackThread::IsWithinCallbackOf(*m_pIso) ||
@@ -66,13 +71,10 @@ Error IidcCamera::WaitForReconnection(unsigned int timeoutMs) {
 
 /// Once more when the policy is set anew while it is at work. Ending a stream switches transmission off.
 void IidcCamera::Suspend() {
-    if (m_pIso->IsGrabStarted()) {
-        m_isTransmissionWanted = m_pSettings->IsTransmissionOn();
-        // The stream may have got another callback while it ran, which ends with it.
-        const Iso::Receiver receiver = m_pIso->GetStreamReceiver();
-        boost::lock_guard<boost::mutex> lock(m_configMutex);
-        m_streamStart.callback = receiver.callback;
-        m_streamStart.pCallbackData = receiver.pData;
+    InterruptedStream stream = {};
+    if (m_pIso->GetStreamStart(&stream.start)) {
+        stream.isTransmissionWanted = m_pSettings->IsTransmissionOn();
+        m_pInterruptedStream = boost::make_shared<InterruptedStream>(stream);
     }
     m_pIso->StopForGood();
     CloseHardware();
@@ -95,8 +97,8 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
             }
         }
     }
-    const bool isStreamWanted = m_isStreamWanted;
-    if (error == ERR_OK && isStreamWanted) {
+    const bool isStreamToRun = m_pInterruptedStream && !m_isStopWanted;
+    if (error == ERR_OK && isStreamToRun) {
         unsigned int gaps = 0;
         error = ResumeStream(&gaps);
         if (error == ERR_OK) {
@@ -104,9 +106,10 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
         }
     }
     if (error == ERR_OK) {
+        m_pInterruptedStream.reset();
         SetGeneration(generation);
         // From here on the application's stop works; before, the guard refused it.
-        if (isStreamWanted && !m_isStreamWanted) {
+        if (isStreamToRun && m_isStopWanted) {
             const Error stopped = m_pIso->StopCapture();
             static_cast<void>(stopped);
         }
@@ -128,21 +131,13 @@ Error IidcCamera::Restore(unsigned int* pCount, Error* pRefusal) {
 
 /// The transmission comes last: the application may have switched it off while the stream ran.
 Error IidcCamera::ResumeStream(unsigned int* pGaps) {
-    StreamStart start;
-    {
-        boost::lock_guard<boost::mutex> lock(m_configMutex);
-        start = m_streamStart;
-    }
+    const Iso::StreamStart& start = m_pInterruptedStream->start;
     *pGaps = start.gaps + 1;
-    Error error = m_pIso->StartCapture(start.config, start.callback, start.pCallbackData, *pGaps);
-    if (error == ERR_OK && !m_isTransmissionWanted) {
-        error = m_pIso->WriteRegister(Register::kTransmission, kTransmissionOff, false);
-    }
-    if (error == ERR_OK) {
-        boost::lock_guard<boost::mutex> lock(m_configMutex);
-        m_streamStart.gaps = *pGaps;
-    }
-    return error;
+    const Error error =
+        m_pIso->StartCapture(start.config, start.receiver.callback, start.receiver.pData, *pGaps);
+    return error == ERR_OK && !m_pInterruptedStream->isTransmissionWanted
+               ? m_pIso->WriteRegister(Register::kTransmission, kTransmissionOff, false)
+               : error;
 }
 
 }  // namespace Zevrin

@@ -24,6 +24,7 @@ CallThread::CallThread()
     : m_pState(boost::make_shared<State>()), m_thread([pState = m_pState] { Serve(pState); }) {}
 
 CallThread::~CallThread() {
+    const boost::this_thread::disable_interruption notInterrupted;
     bool isLetGo = false;
     {
         boost::lock_guard<boost::mutex> lock(m_pState->mutex);

@@ -29,6 +29,7 @@ ControlWatch::ControlWatch(const std::string& address, std::function<void()> onS
 }
 
 ControlWatch::~ControlWatch() {
+    const boost::this_thread::disable_interruption notInterrupted;
     eventfd_write(m_end.Get(), 1);
     m_thread.join();
 }

@@ -138,6 +138,7 @@ Error ReadStreamFormat(GenicamDevice& device, StreamFormat* pFormat) {
     pFormat->height = static_cast<unsigned int>(height);
     pFormat->pixelFormat = layout.format;
     pFormat->bayerFormat = layout.bayerFormat;
+    pFormat->significantBits = layout.depth;
     pFormat->payloadSize = static_cast<std::size_t>(payload);
     return Error();
 }

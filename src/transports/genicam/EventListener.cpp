@@ -31,6 +31,7 @@ EventListener::EventListener(const std::string& ownAddress, const std::string& d
       m_recent(kRemembered) {}
 
 EventListener::~EventListener() {
+    const boost::this_thread::disable_interruption notInterrupted;
     if (m_thread.joinable()) {
         eventfd_write(m_end.Get(), 1);
         m_thread.join();

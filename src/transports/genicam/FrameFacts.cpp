@@ -62,6 +62,7 @@ Extent SetExpectedShape(const StreamFormat& format, FrameInfo* pInfo) {
     pInfo->stride = static_cast<unsigned int>(extent.stride);
     pInfo->pixelFormat = format.pixelFormat;
     pInfo->bayerFormat = format.bayerFormat;
+    pInfo->significantBits = format.significantBits;
     return extent;
 }
 
@@ -91,6 +92,7 @@ bool SetShape(ArvBuffer* pBuffer, std::size_t maxSize, FrameInfo* pInfo, Extent*
     pInfo->stride = static_cast<unsigned int>(extent.stride);
     pInfo->pixelFormat = layout.format;
     pInfo->bayerFormat = layout.bayerFormat;
+    pInfo->significantBits = layout.depth;
     *pExtent = extent;
     return true;
 }

@@ -21,6 +21,7 @@ void LossReporter::Stop() {
 }
 
 void LossReporter::SetListener(TopologyListener* pListener) {
+    const boost::this_thread::disable_interruption notInterrupted;
     boost::unique_lock<boost::mutex> lock(m_mutex);
     m_pListener = pListener;
     m_changed.wait(lock, [this] { return m_underWay == 0; });

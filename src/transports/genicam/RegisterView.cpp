@@ -66,6 +66,16 @@ constexpr unsigned int ToCsr(unsigned int offset) {
     return (kUsualCommandRegisters - kUsualInitialRegisterSpace + offset) / kRegisterSize;
 }
 
+/// A register of the `index / quadlets`-th of an array of blocks, behind which stands a part of the view.
+template <auto part, auto read, unsigned int quadlets, typename Run>
+unsigned int ReadBlock(Run& run, unsigned int index) {
+    return (run.view.*part.*read)(run.features, index / quadlets, index % quadlets * kRegisterSize);
+}
+template <auto part, auto write, unsigned int quadlets, typename Run>
+void WriteBlock(Run& run, unsigned int index, unsigned int value) {
+    (run.view.*part.*write)(run.features, index / quadlets, index % quadlets * kRegisterSize, value);
+}
+
 /// A failure keeps its own type when that says more than that the access failed.
 ErrorType TypeOf(const Error& cause, ErrorType otherwise) {
     switch (cause.GetType()) {
@@ -253,14 +263,8 @@ const RegisterView::Row
              }},
             {kMeasurements, 4, "table of measurements", [](Run&, unsigned int) { return 0U; }, nullptr},
             {kAbsoluteBlocks, kFeatureCount* kAbsoluteBlockQuadlets, "absolute value",
-             [](Run& run, unsigned int index) {
-                 return run.view.m_properties.ReadAbsolute(run.features, index / kAbsoluteBlockQuadlets,
-                                                           index % kAbsoluteBlockQuadlets * kRegisterSize);
-             },
-             [](Run& run, unsigned int index, unsigned int value) {
-                 run.view.m_properties.WriteAbsolute(run.features, index / kAbsoluteBlockQuadlets,
-                                                     index % kAbsoluteBlockQuadlets * kRegisterSize, value);
-             }},
+             ReadBlock<&RegisterView::m_properties, &PropertyView::ReadAbsolute, kAbsoluteBlockQuadlets>,
+             WriteBlock<&RegisterView::m_properties, &PropertyView::WriteAbsolute, kAbsoluteBlockQuadlets>},
             {kStrobeBlock + StrobeBlock::kControlInquiry, 1, "STROBE_CTRL_INQ",
              [](Run& run, unsigned int) { return LineView::ReadStrobes(run.features); }, nullptr},
             {kStrobeBlock + StrobeBlock::kInquiry, kStrobeOutputs, "STROBE_INQ",
@@ -272,14 +276,8 @@ const RegisterView::Row
                  LineView::WriteStrobe(run.features, output, value);
              }},
             {kFormat7Blocks, kModeCount* kFormat7BlockQuadlets, "format 7 register",
-             [](Run& run, unsigned int index) {
-                 return run.view.m_region.Read(run.features, index / kFormat7BlockQuadlets,
-                                               index % kFormat7BlockQuadlets * kRegisterSize);
-             },
-             [](Run& run, unsigned int index, unsigned int value) {
-                 run.view.m_region.Write(run.features, index / kFormat7BlockQuadlets,
-                                         index % kFormat7BlockQuadlets * kRegisterSize, value);
-             }},
+             ReadBlock<&RegisterView::m_region, &RegionView::Read, kFormat7BlockQuadlets>,
+             WriteBlock<&RegisterView::m_region, &RegionView::Write, kFormat7BlockQuadlets>},
             {kLutBlock + LutBlock::kInquiry, 1, "LUT inquiry",
              [](Run& run, unsigned int) { return LutView::ReadInquiry(run.features); }, nullptr},
             {kLutBlock + LutBlock::kControl, 1, "LUT control",

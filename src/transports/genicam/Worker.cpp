@@ -22,6 +22,7 @@ void Worker::Post(std::function<void()> job) {
 }
 
 void Worker::Stop() {
+    const boost::this_thread::disable_interruption notInterrupted;
     boost::thread thread;
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);

@@ -1,5 +1,6 @@
 #include "AutoAdjust.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "Features.h"
@@ -12,6 +13,13 @@ namespace {
 
 bool IsAdjusting(const RegisterFile& registers, Feature feature) {
     return (registers.Get(ControlOf(feature)) & (FeatureControl::kAuto | FeatureControl::kOnePush)) != 0;
+}
+
+/// In the steps of the raw value.
+void Adjust(RegisterFile* pRegisters, Feature feature, double wanted) {
+    const FeatureRow& row = *FindFeature(feature);
+    const double possible = std::clamp(wanted, row.absoluteMin, row.absoluteMax);
+    SetFeatureValue(pRegisters, feature, ToAbsolute(row, ToRaw(row, possible)));
 }
 
 void EndOnePush(RegisterFile* pRegisters, Feature feature) {
@@ -28,12 +36,12 @@ void AdjustAutomatically(RegisterFile* pRegisters) {
     if (IsAdjusting(*pRegisters, kShutter)) {
         const double byGain =
             IsAdjusting(*pRegisters, kGain) ? 1 : GainToFactor(GetFeatureValue(*pRegisters, kGain));
-        SetFeatureValue(pRegisters, kShutter, kNeutralExposure * wanted / byGain);
+        Adjust(pRegisters, kShutter, kNeutralExposure * wanted / byGain);
         EndOnePush(pRegisters, kShutter);
     }
     if (IsAdjusting(*pRegisters, kGain)) {
         const double byShutter = GetFeatureValue(*pRegisters, kShutter) / kNeutralExposure;
-        SetFeatureValue(pRegisters, kGain, FactorToGain(wanted / byShutter));
+        Adjust(pRegisters, kGain, FactorToGain(wanted / byShutter));
         EndOnePush(pRegisters, kGain);
     }
     if (IsAdjusting(*pRegisters, kWhiteBalance)) {

@@ -28,6 +28,7 @@ SimulatedBus::~SimulatedBus() {
 }
 
 void SimulatedBus::Stop() {
+    const boost::this_thread::disable_interruption notInterrupted;
     m_pClock->Remove(this);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);

@@ -10,7 +10,6 @@ namespace {
 
 constexpr unsigned int kRawInput = RegisterBit(11);
 constexpr unsigned int kModes = 1U << 15 | 1U << 14 | 1U << 1 | 1U << 0;  // 0, 1, 14, 15
-constexpr unsigned int kLevelMode = 1;
 
 /// A field of flags from a mask whose bit n stands for number n.
 unsigned int MakeFlags(unsigned int mask, RegisterField field) {
@@ -51,7 +50,7 @@ void SoftwareTriggerWritten(SimulatedDevice& device, unsigned int offset, unsign
     const TriggerSettings trigger = ReadTrigger(registers);
     const bool isActive = (registers.Get(offset) & kSwitchBit) != 0;
     const bool wasActive = (before & kSwitchBit) != 0;
-    const bool lasts = trigger.isOn && trigger.mode == kLevelMode;
+    const bool lasts = trigger.isOn && trigger.mode == kLevelTriggerMode;
     if (!lasts) {
         registers.Set(offset, 0);
     }

@@ -196,13 +196,15 @@ TEST_F(GigeStreamTest, ColourFormatsAreTold) {
         BayerTileFormat bayerFormat;
         unsigned int width;
         unsigned int stride;
+        unsigned int significantBits;
     } cases[] = {
-        {0x01080009, PIXEL_FORMAT_RAW8, BAYER_RGGB, kSize, kSize},
-        {0x01080008, PIXEL_FORMAT_RAW8, BAYER_GRBG, kSize, kSize},
-        {0x01100007, PIXEL_FORMAT_MONO16, BAYER_NONE, kSize, 2 * kSize},
-        {0x02180014, PIXEL_FORMAT_RGB8, BAYER_NONE, kSize, 3 * kSize},
-        {0x010C0006, PIXEL_FORMAT_MONO12_PACKED, BAYER_NONE, kSize, 3 * kSize / 2},
-        {0x010C0006, PIXEL_FORMAT_MONO12_PACKED, BAYER_NONE, 125, 0},  // every other row begins in a byte
+        {0x01080009, PIXEL_FORMAT_RAW8, BAYER_RGGB, kSize, kSize, 8},
+        {0x01080008, PIXEL_FORMAT_RAW8, BAYER_GRBG, kSize, kSize, 8},
+        {0x01100011, PIXEL_FORMAT_RAW16, BAYER_RGGB, 126, 2 * 126, 12},
+        {0x01100007, PIXEL_FORMAT_MONO16, BAYER_NONE, kSize, 2 * kSize, 16},
+        {0x02180014, PIXEL_FORMAT_RGB8, BAYER_NONE, kSize, 3 * kSize, 8},
+        {0x010C0006, PIXEL_FORMAT_MONO12_PACKED, BAYER_NONE, kSize, 3 * kSize / 2, 12},
+        {0x010C0006, PIXEL_FORMAT_MONO12_PACKED, BAYER_NONE, 125, 0, 12},  // every other row begins in a byte
     };
     Begin(ZevrinConfig());
     for (const auto& one : cases) {
@@ -217,6 +219,7 @@ TEST_F(GigeStreamTest, ColourFormatsAreTold) {
         EXPECT_EQ(image.GetPixelFormat(), one.format);
         EXPECT_EQ(image.GetBayerTileFormat(), one.bayerFormat);
         EXPECT_EQ(image.GetStride(), one.stride);
+        EXPECT_EQ(image.GetSignificantBits(), one.significantBits);
         EXPECT_EQ(image.GetHeight(), kSize);
         EXPECT_EQ(image.GetDataSize(), one.width * kSize * ((one.code >> 16) & 0xFF) / 8);
         EXPECT_TRUE(image.IsComplete());

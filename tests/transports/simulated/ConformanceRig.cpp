@@ -3,7 +3,6 @@
 #include "SimulatedFixture.h"
 
 namespace Zevrin {
-
 namespace {
 
 class SimulatedRig : public ConformanceRig {

@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "SimulatedFixture.h"
 
 namespace Zevrin {
@@ -46,38 +42,6 @@ TEST(SimulatedFaults, EveryFrameIsAccountedFor) {
         EXPECT_EQ(stream.Counters().dropped, row.dropped) << row.faults;
         EXPECT_EQ(stream.CountAll(), counts.sent) << row.faults;
     }
-}
-
-TEST(SimulatedFaults, OfASeedAreRepeatable) {
-    const std::string faults =
-        R"({"seed": 5, "registers": {"share": 0.1}, "drop": {"share": 0.1}, "corrupt": {"share": 0.2},
-            "duplicate": {"share": 0.1}, "delay": {"share": 0.3}, "delayUs": 25000})";
-    std::string outcomes[2];
-    for (std::string& outcome : outcomes) {
-        const auto pSimulation = MakeSimulation(
-            R"({"clock": "manual", "cameras": [{"width": 64, "height": 48, "frameRate": 100}]})");
-        const auto pCamera = OpenCamera(1001);
-        Listening stream(*pCamera, 2, GRAB_IN_ORDER, true);
-        WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        ASSERT_TRUE(IsOk(pSimulation->SetFaults(1001, faults)));
-        for (int step = 0; step < 200; ++step) {
-            pSimulation->AdvanceClock(25000);
-            unsigned int value = 0;
-            outcome += pCamera->ReadQuadlets(kRegisterSpace, kCommandBase, &value, 1) == ERR_OK ? '.' : '!';
-            stream.Drain([&](const Frame& frame) {
-                outcome += std::to_string(frame.info.frameId) + (frame.info.isComplete ? " " : "* ");
-            });
-        }
-        stream.Stop();
-        SimulatedFrameCounts counts;
-        ASSERT_TRUE(IsOk(pSimulation->GetFrameCounts(1001, &counts)));
-        EXPECT_EQ(counts.exposed, 499U);
-        EXPECT_GT(counts.lost, 20U);
-        EXPECT_GT(stream.Counters().driverDropped, 20U);
-        EXPECT_EQ(stream.CountAll(), counts.sent);
-    }
-    EXPECT_EQ(outcomes[0], outcomes[1]);
-    EXPECT_NE(outcomes[0].find('!'), std::string::npos);
 }
 
 TEST(SimulatedFaults, MakeRegisterAccessesFail) {

@@ -1,11 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <memory>
-#include <utility>
-#include <vector>
 
 #include "Lut.h"
 #include "MemoryChannel.h"
@@ -65,7 +58,7 @@ TEST(SimulatedFeatures, ChangeTheBrightnessOfPixels) {
         }
         const Picture picture = TakePicture(*pSimulation, *pCamera);
         for (const unsigned int x : {200U, 260U, 300U, 340U, 400U}) {
-            const double scene = SceneAt(x + 200 + 4) / 255.0;
+            const double scene = SceneAt(picture.Phase(x)) / 255.0;
             EXPECT_NEAR(picture.At(x), 255 * row.expected(scene), 1.01) << row.what << " at " << x;
         }
     }
@@ -76,7 +69,7 @@ TEST(SimulatedFeatures, BalanceColours) {
     const auto pCamera = OpenCamera(1001);
     const auto expectColours = [&](const char* what, double red, double green, double blue) {
         const Picture picture = TakePicture(*pSimulation, *pCamera);
-        const unsigned int phase = 300 + 200 + 4 * static_cast<unsigned int>(picture.info.frameId);
+        const unsigned int phase = picture.Phase(300);
         EXPECT_NEAR(picture.At(300, 200), 255 * Clip(red * SceneAt(phase) / 255), 1.01) << what;
         EXPECT_NEAR(picture.At(301, 200), 255 * Clip(green * SceneAt(phase + 1 + 85) / 255), 1.01) << what;
         EXPECT_NEAR(picture.At(301, 201), 255 * Clip(blue * SceneAt(phase + 1 + 170) / 255), 1.01) << what;
@@ -126,15 +119,14 @@ TEST(SimulatedFeatures, EncodeColoursAsTheStandardSays) {
             EXPECT_NEAR(picture.At(left), picture.At(left + 2), 1);
         }
         if (row.format == PIXEL_FORMAT_RAW16) {
-            const unsigned int phase = 320 + 200 + 4 * static_cast<unsigned int>(picture.info.frameId);
-            EXPECT_EQ(picture.At(left), SceneAt(phase)) << "big-endian, red";
-            EXPECT_EQ(picture.At(left + 1), SceneAt(phase)) << "the full range of 16 bits";
+            EXPECT_EQ(picture.At(left), SceneAt(picture.Phase(320))) << "big-endian, red";
+            EXPECT_EQ(picture.At(left + 1), SceneAt(picture.Phase(320))) << "the full range of 16 bits";
         }
     }
     WriteCommand(*pCamera, 0x8010, 0x04000000);
     WriteCommand(*pCamera, 0x814, 0x820003E8);  // saturation again
     const Picture plain = TakePicture(*pSimulation, *pCamera);
-    const unsigned int phase = 320 + 200 + 4 * static_cast<unsigned int>(plain.info.frameId);
+    const unsigned int phase = plain.Phase(320);
     EXPECT_EQ(plain.At(960), SceneAt(phase)) << "red";
     EXPECT_EQ(plain.At(961), SceneAt(phase + 85)) << "green";
     EXPECT_EQ(plain.At(962), SceneAt(phase + 170)) << "blue";
@@ -157,18 +149,15 @@ TEST(SimulatedFeatures, WorkThroughTheComponents) {
     EXPECT_NEAR(temperature.absValue, 45, 1) << "warmed up, in degrees Celsius";
 
     const auto pLut = On<Lut>(pCamera);
-    std::vector<unsigned int> entries(1024);
-    for (unsigned int index = 0; index < 1024; ++index) {
-        entries[index] = index < 256 ? 0 : 1023;
-    }
+    std::vector<unsigned int> entries(1024, 1023);
+    std::fill_n(entries.begin(), 256, 0);
     ASSERT_TRUE(IsOk(pLut->SetChannel(1, 0, 1024, entries.data())));
     ASSERT_TRUE(IsOk(pLut->SetActiveBank(1)));
     ASSERT_TRUE(IsOk(pLut->Enable(true)));
     const auto expectThreshold = [&](const char* what) {
         const Picture picture = TakePicture(*pSimulation, *pCamera);
         for (unsigned int x = 300; x < 560; ++x) {
-            const auto phase = x + 200 + 4 * static_cast<unsigned int>(picture.info.frameId);
-            EXPECT_EQ(picture.At(x), SceneAt(phase) < 128 ? 0U : 255U) << what << " at " << x;
+            EXPECT_EQ(picture.At(x), SceneAt(picture.Phase(x)) < 128 ? 0U : 255U) << what << " at " << x;
         }
     };
     expectThreshold("half the exposure, threshold at a quarter");
@@ -177,7 +166,7 @@ TEST(SimulatedFeatures, WorkThroughTheComponents) {
     ASSERT_TRUE(IsOk(pMemory->SaveToMemoryChannel(3)));
     ASSERT_TRUE(IsOk(pMemory->RestoreFromMemoryChannel(0)));
     const Picture factory = TakePicture(*pSimulation, *pCamera);
-    EXPECT_EQ(factory.At(300), SceneAt(300 + 200 + 4 * static_cast<unsigned int>(factory.info.frameId)));
+    EXPECT_EQ(factory.At(300), SceneAt(factory.Phase(300)));
     ASSERT_TRUE(IsOk(pSimulation->Unplug(1001)));
     ASSERT_TRUE(IsOk(pSimulation->Replug(1001)));
     ASSERT_TRUE(IsOk(pCamera->Open()));
@@ -194,20 +183,13 @@ TEST(SimulatedFeatures, AreStampedIntoTheFirstPixels) {
     ASSERT_TRUE(IsOk(pSimulation->SetInput(1001, 1, true)));
     WriteCommand(*pCamera, 0x12F8, 0x800003FF);
     const Picture all = TakePicture(*pSimulation, *pCamera);
-    const unsigned int expected[] = {66666667ULL / 125000 << 12 | (66666666 % 125000) * 3072 / 125000,
-                                     0x82000011,
-                                     0x820000FA,
-                                     0x82000000,
-                                     0x82200200,
-                                     1,
-                                     0,
-                                     0x40000000,
-                                     0,
-                                     0x43951339};
-    for (std::size_t item = 0; item < 9; ++item) {
+    constexpr unsigned int kStamp = 66666667ULL / 125000 << 12 | (66666666 % 125000) * 3072 / 125000;
+    const unsigned int expected[] = {kStamp, 0x82000011, 0x820000FA, 0x82000000, 0x82200200,
+                                     1,      0,          0x40000000, 0};
+    for (std::size_t item = 0; item < std::size(expected); ++item) {
         EXPECT_EQ(all.Quadlet(item), expected[item]) << "item " << item;
     }
-    EXPECT_EQ(all.Quadlet(9) >> 20, expected[9] >> 20) << "298 K and a bit";
+    EXPECT_EQ(all.Quadlet(9) >> 20, 0x43951339U >> 20) << "298 K and a bit";
     WriteCommand(*pCamera, 0x12F8, 0x22);
     const Picture two = TakePicture(*pSimulation, *pCamera);
     EXPECT_EQ(two.Quadlet(0), 0x82000011U) << "gain";
@@ -216,44 +198,6 @@ TEST(SimulatedFeatures, AreStampedIntoTheFirstPixels) {
     const auto pOther = OpenCamera(1002);
     WriteCommand(*pOther, 0x12F8, 0x800003FF);
     EXPECT_EQ(ReadCommand(*pOther, 0x12F8), 0x800001FFU) << "items that the camera lacks do not stick";
-}
-
-TEST(SimulatedFeatures, FrameRateIsWhatTheFeatureSays) {
-    const auto pSimulation = MakeSimulation(kMono);
-    const auto pCamera = OpenCamera(1001);
-    const struct {
-        const char* what;
-        unsigned int frameRate;  // word of the feature
-        unsigned int absolute;   // float word, when it is not 0
-        unsigned int shutter;    // word of the feature
-        unsigned int expected;   // frames in 10 s
-    } table[] = {
-        {"absolute 40", 0xC2000000, 0x42200000, 0x820000FA, 400},
-        {"raw 101 is 25.25", 0x82000065, 0, 0x820000FA, 252},
-        {"off: as fast as the shutter of 20 ms", 0x80000000, 0, 0x820003E8, 500},
-        {"1000 is more than 10 packets allow", 0x82000FA0, 0, 0x82000001, 8000},
-        {"a long shutter is cut short", 0x820000C8, 0, 0x82000FFF, 500},
-    };
-    for (const auto& row : table) {
-        if (row.absolute != 0) {
-            WriteCommand(*pCamera, 0x30F8, row.absolute);
-        }
-        WriteCommand(*pCamera, 0x83C, row.frameRate);
-        WriteCommand(*pCamera, 0x81C, row.shutter);
-        Listening stream(*pCamera, 1, GRAB_NEWEST);
-        WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        pSimulation->AdvanceClock(10 * kSecond + 100);
-        WriteCommand(*pCamera, kTransmissionRegister, 0);
-        stream.Stop();
-        EXPECT_NEAR(stream.CountAll(), row.expected, 1) << row.what;
-    }
-    Listening stream(*pCamera, 1, GRAB_NEWEST);
-    WriteCommand(*pCamera, 0x83C, 0x82000001);  // one frame in four seconds
-    WriteCommand(*pCamera, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(kSecond);
-    WriteCommand(*pCamera, 0x83C, 0x820000C8);  // 50 frames/s, at once
-    pSimulation->AdvanceClock(kSecond);
-    EXPECT_NEAR(stream.Counters().driverDropped, 49, 1);
 }
 
 }  // namespace

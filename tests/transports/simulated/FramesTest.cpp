@@ -1,12 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "IidcCamera.h"
-#include "Image.h"
-#include "SimulatedFixture.h"
+#include "ScriptedCamera.h"
 #include "TestPicture.h"
-#include "zevrin/CameraSystem.h"
 
 namespace Zevrin {
 namespace {
@@ -69,21 +62,24 @@ TEST(SimulatedFrames, FlowAtTheirRateWhileTransmissionIsOnAndSomebodyListens) {
     EXPECT_EQ(counts.sent, 25U * 201U) << "nobody listens";
 }
 
-TEST(SimulatedFrames, FollowTheStandardsRates) {
-    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}]})");
-    const auto pCamera = OpenCamera(1001);
-    WriteCommand(*pCamera, 0x604, 0xA0000000);  // 640 x 480 mono
-    WriteCommand(*pCamera, 0x608, 0);
-    const double rates[] = {1.875, 3.75, 7.5, 15, 30, 60, 120, 240};
-    for (unsigned int rate = 0; rate < 8; ++rate) {
-        WriteCommand(*pCamera, 0x600, rate << 29);
-        Listening stream(*pCamera, 2, GRAB_NEWEST);
-        WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        pSimulation->AdvanceClock(8 * kSecond + kExposure);
-        WriteCommand(*pCamera, kTransmissionRegister, 0);
-        stream.Stop();
-        EXPECT_EQ(stream.CountAll(), static_cast<unsigned int>(8 * rates[rate])) << rates[rate];
-    }
+TEST(SimulatedFrames, FollowTheStandardsRatesAndTheFeature) {
+    ScriptedCamera(R"({"clock": "manual", "cameras": [{}]})").Follow(R"(
+30F8<42200000 83C<C2000000 81C<820000FA 614<80000000 +10000100 614<0 count:400 # absolute 40
+83C<82000065 614<80000000 +10000100 614<0 count:252 # raw 101 is 25.25
+83C<80000000 81C<820003E8 614<80000000 +10000100 614<0 count:500 # off: as fast as the shutter of 20 ms
+83C<82000FA0 81C<82000001 614<80000000 +10000100 614<0 count:8000 # 1000 is more than 10 packets allow
+83C<820000C8 81C<82000FFF 614<80000000 +10000100 614<0 count:500 # a long shutter is cut short
+83C<82000001 614<80000000 +1000000 83C<820000C8 +1000000 614<0 count:49 # from 0.25 to 50 at once
+81C<820000FA 604<A0000000 608<0 # 640 x 480 mono, at the standard's rates
+600<0 614<80000000 +8005000 614<0 count:15
+600<20000000 614<80000000 +8005000 614<0 count:30
+600<40000000 614<80000000 +8005000 614<0 count:60
+600<60000000 614<80000000 +8005000 614<0 count:120
+600<80000000 614<80000000 +8005000 614<0 count:240
+600<A0000000 614<80000000 +8005000 614<0 count:480
+600<C0000000 614<80000000 +8005000 614<0 count:960
+600<E0000000 614<80000000 +8005000 614<0 count:1920
+)");
 }
 
 TEST(SimulatedFrames, CarryNumberPictureAndStamp) {
@@ -137,43 +133,6 @@ TEST(SimulatedFrames, ShowTheRegionOfFormat7) {
     EXPECT_EQ(picture.info.receivedSize, 64000U);
     EXPECT_EQ(picture.info.stride, 320U);
     EXPECT_EQ(picture.At(200, 150), SceneAt(300 + (352 & ~3) + 4));
-}
-
-TEST(SimulatedFrames, ThatFindNoBufferAreCounted) {
-    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{"frameRate": 50}]})");
-    const auto pCamera = OpenCamera(1001);
-    for (const GrabMode mode : {GRAB_IN_ORDER, GRAB_NEWEST}) {
-        Listening stream(*pCamera, 4, mode);
-        WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        pSimulation->AdvanceClock(kSecond + kExposure);
-        EXPECT_EQ(stream.Counters().driverDropped, 46U) << mode;
-        EXPECT_EQ(stream.Drain(), 4U) << mode;
-        EXPECT_EQ(stream.CountAll(), 50U) << mode;
-        WriteCommand(*pCamera, kTransmissionRegister, 0);
-    }
-}
-
-TEST(SimulatedFrames, ReachTheCameraObjectInRealTime) {
-    boost::shared_ptr<Simulation> pSimulation;
-    ASSERT_TRUE(
-        IsOk(Simulation::FromJson(R"({"cameras": [{"serial": 3001, "frameRate": 200}]})", &pSimulation)));
-    CameraSystem system;
-    boost::shared_ptr<IidcCamera> pCamera;
-    ASSERT_TRUE(IsOk(system.Connect(3001, &pCamera)));
-    ASSERT_TRUE(IsOk(pCamera->WriteRegister(0x12F8, 1, false)));
-    ASSERT_TRUE(IsOk(pCamera->StartCapture(nullptr, nullptr)));
-    unsigned long long lastId = 0;
-    for (int count = 0; count < 20; ++count) {
-        Image image;
-        ASSERT_TRUE(IsOk(pCamera->WaitForBufferEvent(&image, 30000)));
-        EXPECT_GT(image.GetFrameId(), lastId);
-        lastId = image.GetFrameId();
-    }
-    EXPECT_TRUE(IsOk(pCamera->StopCapture()));
-    pSimulation.reset();
-    unsigned int value = 0;
-    EXPECT_EQ(pCamera->ReadRegister(0x610, &value).GetType(), ERR_INVALID_GENERATION);
-    EXPECT_EQ(system.Connect(3001, &pCamera).GetType(), ERR_CAMERA_LOST);
 }
 
 }  // namespace

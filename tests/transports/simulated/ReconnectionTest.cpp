@@ -1,15 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <chrono>
 #include <map>
-#include <memory>
-#include <utility>
-#include <vector>
 
 #include "BusMaster.h"
 #include "Failure.h"
@@ -54,6 +46,13 @@ class Reconnection : public testing::Test {
         }
     }
 
+    void Connect() { ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial))); }
+    void Unplug() { ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial))); }
+    void ComeBack() {
+        ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
+        ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    }
+
     void SetPolicy(unsigned int limitMs, ReconnectSettings settings = RECONNECT_RESTORE) {
         ReconnectPolicy policy;
         policy.limitMs = limitMs;
@@ -80,16 +79,15 @@ class Reconnection : public testing::Test {
         return steps;
     }
 
+    void ForgetSteps() {
+        boost::lock_guard<boost::mutex> lock(m_mutex);
+        m_steps.clear();
+    }
     bool Reaches(ReconnectStep step) {
-        const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(kPatienceMs);
-        while (boost::chrono::steady_clock::now() < deadline) {
+        return Await([&] {
             const std::vector<ReconnectStep> steps = GetSteps();
-            if (std::find(steps.begin(), steps.end(), step) != steps.end()) {
-                return true;
-            }
-            boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
-        }
-        return false;
+            return std::find(steps.begin(), steps.end(), step) != steps.end();
+        });
     }
 
     unsigned int ReadBack(unsigned int offset) {
@@ -117,24 +115,19 @@ class Reconnection : public testing::Test {
 TEST_F(Reconnection, ResumesTheStreamWithTheCallbackThatItGotWhileItRan) {
     std::atomic<bool> isMarked{false};
     SetPolicy(kPatienceMs);
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
     ASSERT_TRUE(IsOk(m_pCamera->GetStream().SetCallback(&Mark, &isMarked)));
-    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
-    ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
-    ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    Unplug();
+    ComeBack();
     m_pSimulation->AdvanceClock(kSecond / 3);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
-    while (!isMarked && std::chrono::steady_clock::now() < deadline) {
-        boost::this_thread::yield();
-    }
-    EXPECT_TRUE(isMarked);
+    EXPECT_TRUE(Await([&] { return isMarked.load(); }));
     ASSERT_TRUE(IsOk(m_pCamera->Disconnect()));
 }
 
 TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
     SetPolicy(kPatienceMs);
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     const unsigned int gainBefore = ReadBack(kGain);
     // The mode means nothing before the format, nor the rate before the mode.
     const VideoModeSetting mode{0, 5, 3, {}};
@@ -157,13 +150,12 @@ TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
         SimulatedFrameCounts counts;
         ASSERT_TRUE(IsOk(m_pSimulation->GetFrameCounts(kSerial, &counts)));
         sent = counts.sent;
-        ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+        Unplug();
         unsigned int value = 0;
         EXPECT_EQ(m_pCamera->ReadRegister(kGain, &value).GetType(), ERR_INVALID_GENERATION);
         waiting.join();
         EXPECT_EQ(m_pCamera->WaitForReconnection(1).GetType(), ERR_TIMEOUT);
-        ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
-        ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+        ComeBack();
         VideoModeSetting restored;
         ASSERT_TRUE(IsOk(m_pCamera->GetVideoMode(&restored)));
         EXPECT_EQ(restored.mode, 5U);
@@ -191,17 +183,16 @@ TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
 
 TEST_F(Reconnection, KeepsTheCamerasOwnStateWhenAskedTo) {
     SetPolicy(kPatienceMs, RECONNECT_KEEP);
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     const unsigned int powerUp = ReadBack(kGain);
     ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kGain, powerUp ^ 5)));
-    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
-    ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
-    ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
+    Unplug();
+    ComeBack();
     EXPECT_EQ(ReadBack(kGain), powerUp);
 }
 
 TEST_F(Reconnection, SurvivesABusResetAndSaysWhatTheCameraRefuses) {
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     SetPolicy(kPatienceMs);
     ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kGain, 0x82000011)));
     ASSERT_TRUE(IsOk(m_pSimulation->SetFaults(kSerial, R"({"registers": {"addresses": ["0x820"]}})")));
@@ -216,37 +207,30 @@ TEST_F(Reconnection, SurvivesABusResetAndSaysWhatTheCameraRefuses) {
 
 TEST_F(Reconnection, ResumesWhatTheApplicationWantsNow) {
     SetPolicy(kPatienceMs);
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     const auto lose = [&] {
-        {
-            boost::lock_guard<boost::mutex> lock(m_mutex);
-            m_steps.clear();
-        }
-        ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+        ForgetSteps();
+        Unplug();
         ASSERT_TRUE(Reaches(RECONNECT_LOST));
-    };
-    const auto comeBack = [&] {
-        ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
-        ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
     };
     ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
     lose();
     SetPolicy(kPatienceMs);
-    comeBack();
+    ComeBack();
     EXPECT_TRUE(m_pCamera->GetStream().IsGrabStarted()) << "with a policy that was set anew meanwhile";
     EXPECT_EQ(ReadBack(kTransmission), kOn);
 
     ASSERT_TRUE(IsOk(m_pCamera->WriteRegister(kTransmission, 0)));
     for (unsigned int times = 0; times < 2; ++times) {
         lose();
-        comeBack();
+        ComeBack();
         EXPECT_TRUE(m_pCamera->GetStream().IsGrabStarted());
         EXPECT_EQ(ReadBack(kTransmission), 0U) << "it was switched off by the application";
     }
 
     lose();
     EXPECT_EQ(m_pCamera->StopCapture().GetType(), ERR_INVALID_GENERATION);
-    comeBack();
+    ComeBack();
     EXPECT_FALSE(m_pCamera->GetStream().IsGrabStarted()) << "stopped while there was no camera";
     ASSERT_TRUE(IsOk(m_pCamera->StartCapture(nullptr, nullptr)));
     EXPECT_EQ(ReadBack(kTransmission), kOn);
@@ -267,7 +251,7 @@ TEST_F(Reconnection, IsNotWaitedForByWhatItWaitsFor) {
         told.inReport = told.pCamera->WaitForReconnection(kPatienceMs).GetType();
     };
     ASSERT_TRUE(IsOk(m_pCamera->SetReconnectPolicy(&policy)));
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     ASSERT_TRUE(IsOk(m_pCamera->StartCapture(
         [](Image*, const void* pData) {
             auto& told = *static_cast<Answers*>(const_cast<void*>(pData));
@@ -275,10 +259,7 @@ TEST_F(Reconnection, IsNotWaitedForByWhatItWaitsFor) {
         },
         &answers)));
     m_pSimulation->AdvanceClock(kSecond / 3);
-    const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(kPatienceMs);
-    while (answers.inImageCallback == ERR_OK && boost::chrono::steady_clock::now() < deadline) {
-        boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
-    }
+    EXPECT_TRUE(Await([&] { return answers.inImageCallback != ERR_OK; }));
     ASSERT_TRUE(IsOk(m_pSimulation->ResetBus(kSerial)));
     ASSERT_TRUE(IsOk(m_pCamera->WaitForReconnection(kPatienceMs)));
     ASSERT_TRUE(IsOk(m_pCamera->SetReconnectPolicy(nullptr)));  // the last report has ended
@@ -288,16 +269,16 @@ TEST_F(Reconnection, IsNotWaitedForByWhatItWaitsFor) {
 }
 
 TEST_F(Reconnection, EndsWithItsTimeOrWithThePolicy) {
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
-    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+    Connect();
+    Unplug();
     EXPECT_EQ(m_pCamera->WaitForReconnection(kPatienceMs).GetType(), ERR_CAMERA_LOST) << "off by default";
     SetPolicy(20);
     EXPECT_EQ(m_pCamera->WaitForReconnection(kPatienceMs).GetType(), ERR_CAMERA_LOST);
     ASSERT_TRUE(Reaches(RECONNECT_GAVE_UP));
     ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
-    ASSERT_TRUE(IsOk(m_pCamera->Connect(kSerial)));
+    Connect();
     SetPolicy(kPatienceMs);
-    ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
+    Unplug();
     ASSERT_TRUE(Reaches(RECONNECT_LOST));
     ASSERT_TRUE(IsOk(m_pCamera->Disconnect())) << "while it is tried";
     EXPECT_EQ(m_pCamera->WaitForReconnection(1).GetType(), ERR_NOT_CONNECTED);
@@ -310,39 +291,31 @@ TEST_F(Reconnection, EndsWithItsTimeOrWithThePolicy) {
 TEST(SettingsMemory, HoldsTheLastWritesInTheirOrderAndNoActions) {
     using Writes = std::vector<SettingsMemory::Run>;
     constexpr unsigned int kBase = 0xF0F00000;
+    const auto at = [](unsigned int offset, std::vector<unsigned int> values) {
+        return SettingsMemory::Run{kRegisterSpace, kBase + offset, std::move(values)};
+    };
     const struct {
         const char* what;
         Writes writes;
         Writes runs;
     } cases[] = {
         {"a later write of a register comes later",
-         {{kRegisterSpace, kBase + 0x820, {1}},
-          {kRegisterSpace, kBase + 0x81C, {2}},
-          {kRegisterSpace, kBase + 0x820, {3}}},
-         {{kRegisterSpace, kBase + 0x81C, {2}}, {kRegisterSpace, kBase + 0x820, {3}}}},
+         {at(0x820, {1}), at(0x81C, {2}), at(0x820, {3})},
+         {at(0x81C, {2}), at(0x820, {3})}},
         {"what was written together stays together",
-         {{kRegisterSpace, kBase + 0x2100, {1, 2, 3}},
-          {kRegisterSpace, kBase + 0x2108, {4}},
-          {kRegisterSpace, kBase + 0x600, {5}}},
-         {{kRegisterSpace, kBase + 0x2100, {1, 2}},
-          {kRegisterSpace, kBase + 0x2108, {4}},
-          {kRegisterSpace, kBase + 0x600, {5}}}},
+         {at(0x2100, {1, 2, 3}), at(0x2108, {4}), at(0x600, {5})},
+         {at(0x2100, {1, 2}), at(0x2108, {4}), at(0x600, {5})}},
         {"actions are none: transmission, one shot, saving, the software trigger, resetting a count",
-         {{kRegisterSpace, kBase + 0x614, {kOn}},
-          {kRegisterSpace, kBase + 0x61C, {kOn}},
-          {kRegisterSpace, kBase + 0x618, {kOn}},
-          {kRegisterSpace, kBase + 0x62C, {kOn}},
-          {kRegisterSpace, kBase + 0x12FC, {0}}},
+         {at(0x614, {kOn}), at(0x61C, {kOn}), at(0x618, {kOn}), at(0x62C, {kOn}), at(0x12FC, {0})},
          {}},
         {"a device's own memory is none of these", {{kDeviceMemory, 0x820, {7}}}, {}},
         {"initializing undoes what went before",
-         {{kRegisterSpace, kBase + 0x820, {1}},
-          {kRegisterSpace, kBase, {kOn}},
-          {kRegisterSpace, kBase + 0x81C, {2}}},
-         {{kRegisterSpace, kBase + 0x81C, {2}}}},
-        {"one push is not pushed again",
-         {{kRegisterSpace, kBase + 0x80C, {0x86000001}}},
-         {{kRegisterSpace, kBase + 0x80C, {0x82000001}}}},
+         {at(0x820, {1}), at(0, {kOn}), at(0x81C, {2})},
+         {at(0x81C, {2})}},
+        {"a register that is no feature's keeps every bit",
+         {at(0x1F00, {0x86000001})},
+         {at(0x1F00, {0x86000001})}},
+        {"one push is not pushed again", {at(0x80C, {0x86000001})}, {at(0x80C, {0x82000001})}},
     };
     for (const auto& row : cases) {
         SettingsMemory memory;

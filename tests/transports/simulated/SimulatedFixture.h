@@ -1,22 +1,15 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
-#include <string>
-#include <vector>
 
 #include "FrameQueue.h"
 #include "HardwareInterface.h"
 #include "SimulatedTransport.h"
+#include "support/Checks.h"
 #include "zevrin/Simulation.h"
 
 namespace Zevrin {
-
-inline ::testing::AssertionResult IsOk(const Error& error) {
-    return error == ERR_OK ? ::testing::AssertionSuccess()
-                           : ::testing::AssertionFailure() << error.GetTrace();
-}
 
 inline boost::shared_ptr<Simulation> MakeSimulation(const std::string& json) {
     boost::shared_ptr<Simulation> pSimulation;
@@ -85,17 +78,17 @@ class Listening {
 
     /// Gives every waiting frame to `look` and then back.
     template <typename Look>
-    void Drain(Look look) {
+    unsigned int Drain(Look look) {
         Frame* pFrame = nullptr;
-        while (m_pQueue->Retrieve(&pFrame, 0) == ERR_OK) {
+        unsigned int count = 0;
+        for (; m_pQueue->Retrieve(&pFrame, 0) == ERR_OK; ++count) {
             look(*pFrame);
             m_pQueue->Release(pFrame);
         }
+        return count;
     }
     unsigned int Drain() {
-        unsigned int count = 0;
-        Drain([&](const Frame&) { ++count; });
-        return count;
+        return Drain([](const Frame&) {});
     }
 
   private:
@@ -108,11 +101,14 @@ constexpr unsigned int kTransmissionRegister = 0x614;
 constexpr unsigned int kOn = 0x80000000;
 constexpr unsigned long long kSecond = 1000000;  // microseconds
 
+/// A word in a picture.
+inline unsigned int ReadQuadlet(const unsigned char* pByte) {
+    return static_cast<unsigned int>(pByte[0]) << 24 | pByte[1] << 16U | pByte[2] << 8U | pByte[3];
+}
+
 /// The time stamp in a picture, in ticks of 1/24576000 s: 3072 to a cycle of 125 us.
 inline unsigned int ReadStamp(const Frame& frame) {
-    const unsigned char* byte = frame.data;
-    const unsigned int word =
-        static_cast<unsigned int>(byte[0]) << 24 | byte[1] << 16U | byte[2] << 8U | byte[3];
+    const unsigned int word = ReadQuadlet(frame.data);
     return ((word >> 25) * 8000 + (word >> 12 & 0x1FFF)) * 3072 + (word & 0xFFF);
 }
 
@@ -130,11 +126,9 @@ struct Picture {
 
     /// A byte of the row, where no digits are.
     unsigned int At(std::size_t byte, unsigned int y = 200) const { return data[y * info.stride + byte]; }
-    unsigned int Quadlet(std::size_t index) const {
-        const unsigned char* byte = &data[4 * index];
-        return static_cast<unsigned int>(byte[0]) << 24 | static_cast<unsigned int>(byte[1]) << 16 |
-               static_cast<unsigned int>(byte[2]) << 8 | static_cast<unsigned int>(byte[3]);
-    }
+    /// Where the row 200 of the scene is at `x`.
+    unsigned int Phase(unsigned int x) const { return x + 200 + 4 * static_cast<unsigned int>(info.frameId); }
+    unsigned int Quadlet(std::size_t index) const { return ReadQuadlet(&data[4 * index]); }
 };
 
 /// The next frame of a camera that is not sending, on a manual clock.
