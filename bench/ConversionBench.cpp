@@ -1,10 +1,11 @@
 #include <benchmark/benchmark.h>
-#include <sched.h>
 
 #include <string>
 #include <vector>
 
 #include <zevrin/ImageConversion.h>
+
+#include "Measure.h"
 
 namespace {
 
@@ -13,18 +14,9 @@ using namespace Zevrin;
 constexpr unsigned int kWidth = 1920;
 constexpr unsigned int kHeight = 1200;
 
-/// OpenCV would share the work among all processors, and the camera's threads have to live too.
-void StayOnOneCore() {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &set);
-    if (sched_setaffinity(0, sizeof set, &set) != 0) {
-        benchmark::AddCustomContext("cores", "this thread could not be kept on one");
-    }
-}
-
 void Convert(benchmark::State& state, PixelFormat from, PixelFormat to) {
-    StayOnOneCore();
+    // OpenCV would share the work among all processors, and the camera's threads have to live too.
+    const ZevrinBench::OnOneCore onOneCore;
     std::vector<unsigned char> noise(std::size_t{kWidth} * kHeight * GetBitsPerPixel(from) / 8);
     unsigned int random = 1;
     for (unsigned char& byte : noise) {

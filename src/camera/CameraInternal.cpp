@@ -49,10 +49,6 @@ Error Wrap(const Error& failure, int line) {
 }
 #pragma GCC diagnostic pop
 
-Error Success() {
-    return InternalError(ERR_OK);
-}
-
 CameraInternal::CameraInternal()
     : m_pIOBase(boost::make_shared<IOBase>()),
       m_pPropertyManager(boost::make_shared<PropertyManager>()),

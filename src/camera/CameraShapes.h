@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CameraInternal.h"
+#include "InternalError.h"
 
 namespace Zevrin {
 
@@ -16,14 +17,19 @@ Error MakeError(ErrorType type, const Error& cause, const char* message, int lin
 Error Wrap(const Error& failure, int line = __builtin_LINE());
 
 /// Costs no allocation.
-Error Success();
+inline Error Success() {
+    return InternalError(ERR_OK);
+}
 
 // The shapes of an operation.
 
 /// The guard with which operations begin: `CheckValidity`, wrapped when it fails.
 inline Error Guard(const CameraInternal& camera, int line = __builtin_LINE()) {
-    const Error error = camera.CheckValidity();
-    return error != ERR_OK ? Wrap(error, line) : error;
+    Error error = camera.CheckValidity();
+    if (error != ERR_OK) {
+        return Wrap(error, line);
+    }
+    return error;  // moved: nearly every operation comes this way
 }
 
 /// Guard, one component operation, its failure wrapped.
@@ -41,8 +47,11 @@ Error Wrapping(const CameraInternal& camera, const Operation& operation, int lin
 template <typename Operation>
 Error GuardedPassThrough(const CameraInternal& camera, const Operation& operation,
                          int line = __builtin_LINE()) {
-    const Error error = Guard(camera, line);
-    return error != ERR_OK ? error : operation();
+    Error error = Guard(camera, line);
+    if (error != ERR_OK) {
+        return error;
+    }
+    return operation();
 }
 
 /// The end of an operation that has a message of its own for its component's failure.

@@ -15,28 +15,9 @@ unsigned int NextGeneration(unsigned int generation) {
 
 }  // namespace
 
-/// The camera's slot, or the empty one where it would go.
-GenerationTable::Slot& GenerationTable::Table::Find(unsigned int serialNumber) {
-    const std::size_t mask = slots.size() - 1;
-    std::size_t index = serialNumber * 2654435769U >> 7;  // multiplicative hashing; neighbours spread out
-    for (;; ++index) {
-        Slot& slot = slots[index & mask];
-        if (slot.generation.load(std::memory_order_acquire) == 0 ||
-            slot.serialNumber.load(std::memory_order_relaxed) == serialNumber) {
-            return slot;
-        }
-    }
-}
-
 GenerationTable::GenerationTable() {
     m_tables.push_back(std::make_unique<Table>(kInitialSize));
     m_current = m_tables.back().get();
-}
-
-unsigned int GenerationTable::Get(unsigned int serialNumber) const noexcept {
-    return m_current.load(std::memory_order_acquire)
-        ->Find(serialNumber)
-        .generation.load(std::memory_order_acquire);
 }
 
 void GenerationTable::Raise(unsigned int serialNumber) {

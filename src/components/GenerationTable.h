@@ -18,7 +18,11 @@ class GenerationTable {
   public:
     GenerationTable();
 
-    unsigned int Get(unsigned int serialNumber) const noexcept;
+    unsigned int Get(unsigned int serialNumber) const noexcept {
+        return m_current.load(std::memory_order_acquire)
+            ->Find(serialNumber)
+            .generation.load(std::memory_order_acquire);
+    }
 
     /// The next generation of the camera, 1 the first time. Throws std::bad_alloc.
     void Raise(unsigned int serialNumber);
@@ -30,7 +34,20 @@ class GenerationTable {
     };
     struct Table {
         explicit Table(std::size_t size) : slots(size) {}
-        Slot& Find(unsigned int serialNumber);
+
+        /// The camera's slot, or the empty one where it would go.
+        Slot& Find(unsigned int serialNumber) {
+            const std::size_t mask = slots.size() - 1;
+            std::size_t index = serialNumber * 2654435769U >> 7;  // multiplicative hashing; neighbours spread
+            for (;; ++index) {
+                Slot& slot = slots[index & mask];
+                if (slot.generation.load(std::memory_order_acquire) == 0 ||
+                    slot.serialNumber.load(std::memory_order_relaxed) == serialNumber) {
+                    return slot;
+                }
+            }
+        }
+
         std::vector<Slot> slots;  ///< a power of two of them, never more than half full
     };
 

@@ -38,12 +38,6 @@ boost::shared_ptr<const ErrorDetails> MakeDetails(int line, const char* file, co
 
 }  // namespace
 
-InternalError::InternalError(ErrorType type) noexcept {
-    m_error.m_type = type;
-}
-
-InternalError::InternalError(const Error& error) noexcept : m_error(error) {}
-
 InternalError::InternalError(int line, const char* file, const char* buildDate, const char* buildTime,
                              ErrorType type, const char* format, ...) {
     m_error.m_type = type;

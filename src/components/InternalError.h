@@ -8,8 +8,8 @@ namespace Zevrin {
 /// cause. Formats are printf's; a text from outside the library never goes into one (see `Printable`).
 class InternalError {
   public:
-    explicit InternalError(ErrorType type) noexcept;
-    explicit InternalError(const Error& error) noexcept;
+    explicit InternalError(ErrorType type) noexcept { m_error.m_type = type; }
+    explicit InternalError(const Error& error) noexcept : m_error(error) {}
 
     InternalError(int line, const char* file, const char* buildDate, const char* buildTime, ErrorType type,
                   const char* format, ...) __attribute__((format(printf, 7, 8)));

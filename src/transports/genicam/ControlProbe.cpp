@@ -79,14 +79,7 @@ bool ControlProbe::ReadMemory(unsigned int address, unsigned int size, std::vect
     WriteBig16(address & 0xFFFF, &question[2]);
     WriteBig16(size, &question[6]);
     std::vector<unsigned char> packet;
-    const auto take = [&] {
-        packet.resize(kGvcpMaxPacketSize);
-        const auto received = recv(m_socket.Get(), packet.data(), packet.size(), 0);
-        packet.resize(static_cast<std::size_t>(std::max<ssize_t>(received, 0)));
-        return packet.size() >= kGvcpHeaderSize &&
-               ReadBig16(&packet[2]) == GvcpCommand::kReadMemory + kGvcpAcknowledgeStep &&
-               ReadBig16(&packet[6]) == m_requestId;
-    };
+    const auto take = [&] { return TakeAcknowledge(GvcpCommand::kReadMemory, &packet); };
     bool isAnswered = false;
     for (unsigned int count = 0; m_socket.IsOpen() && !isAnswered && count < kQuestions; ++count) {
         Send(GvcpCommand::kReadMemory, question.data(), question.size());
@@ -99,6 +92,31 @@ bool ControlProbe::ReadMemory(unsigned int address, unsigned int size, std::vect
     }
     pBytes->assign(packet.begin() + begin, packet.end());
     return true;
+}
+
+bool ControlProbe::ReadRegister(unsigned int address, unsigned int* pValue) {
+    std::array<unsigned char, 4> question{};
+    WriteBig16(address >> 16, question.data());
+    WriteBig16(address & 0xFFFF, &question[2]);
+    std::vector<unsigned char> packet;
+    Send(GvcpCommand::kReadRegister, question.data(), question.size());
+    if (!Awaits(kQuestionInterval, -1,
+                [&] { return TakeAcknowledge(GvcpCommand::kReadRegister, &packet); }) ||
+        packet.size() != kGvcpHeaderSize + sizeof(*pValue) || ReadBig16(packet.data()) != 0) {
+        return false;
+    }
+    *pValue = ReadBig32(&packet[kGvcpHeaderSize]);
+    return true;
+}
+
+/// Of the last question, which was this command.
+bool ControlProbe::TakeAcknowledge(unsigned int command, std::vector<unsigned char>* pPacket) {
+    pPacket->resize(kGvcpMaxPacketSize);
+    const auto received = recv(m_socket.Get(), pPacket->data(), pPacket->size(), 0);
+    pPacket->resize(static_cast<std::size_t>(std::max<ssize_t>(received, 0)));
+    return pPacket->size() >= kGvcpHeaderSize &&
+           ReadBig16(&(*pPacket)[2]) == command + kGvcpAcknowledgeStep &&
+           ReadBig16(&(*pPacket)[6]) == m_requestId;
 }
 
 /// Until `take` finds the packet that has arrived to be the answer.

@@ -36,11 +36,16 @@ class ControlProbe {
     /// @return whether there was an answer that holds them
     bool ReadMemory(unsigned int address, unsigned int size, std::vector<unsigned char>* pBytes);
 
+    /// Reads one register, asking once.
+    /// @return whether there was an answer that has it
+    bool ReadRegister(unsigned int address, unsigned int* pValue);
+
     /// The address of this machine from which the device is reached; empty when there is no way to it.
     std::string GetOwnAddress() const;
 
   private:
     bool TakeAnswer();
+    bool TakeAcknowledge(unsigned int command, std::vector<unsigned char>* pPacket);
     void Send(unsigned int command, const unsigned char* payload, std::size_t size);
     bool Awaits(std::chrono::milliseconds limit, int wakeHandle, const std::function<bool()>& take);
 

@@ -18,7 +18,10 @@ constexpr unsigned int kMaxUnanswered = 5;
 }  // namespace
 
 ControlWatch::ControlWatch(const std::string& address, std::function<void()> onSilent)
-    : m_probe(address), m_onSilent(std::move(onSilent)), m_end(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : m_reader(address),
+      m_probe(address),
+      m_onSilent(std::move(onSilent)),
+      m_end(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!m_probe.IsOpen() || !m_end.IsOpen()) {  // it would never end, or take the device for silent
         throw boost::thread_resource_error();
     }
@@ -29,6 +32,15 @@ ControlWatch::~ControlWatch() {
     const boost::this_thread::disable_interruption notInterrupted;
     eventfd_write(m_end.Get(), 1);
     m_thread.join();
+}
+
+bool ControlWatch::Read(unsigned int address, unsigned int* pValue) {
+    if (!m_isExpectedToAnswer || !m_reader.IsOpen() || m_missedReads >= kMaxMissedReads ||
+        !m_reader.ReadRegister(address, pValue)) {
+        return false;
+    }
+    m_missedReads = 0;
+    return true;
 }
 
 bool ControlWatch::IsToEnd() const {

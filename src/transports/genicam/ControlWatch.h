@@ -26,13 +26,27 @@ class ControlWatch {
     /// Whether its silence counts; it does in any case when it has answered.
     void Expect(bool answers) { m_isExpectedToAnswer = answers; }
 
+    /// Reads a register on a socket of its own, as anybody may: the hand-over of an access to the device's
+    /// thread, and back, can take as long as the device does. Not tried where there is no answer to be
+    /// expected. Threads: one at a time.
+    /// @return false when it did not succeed, whatever the reason
+    bool Read(unsigned int address, unsigned int* pValue);
+
+    /// Such a read succeeded on the controlling program's socket. There are devices that answer no other;
+    /// after some in a row they are not asked any more.
+    void CountMissedRead() { ++m_missedReads; }
+
     ControlWatch(const ControlWatch&) = delete;
     ControlWatch& operator=(const ControlWatch&) = delete;
 
   private:
+    static constexpr unsigned int kMaxMissedReads = 3;
+
     void Run();
     bool IsToEnd() const;
 
+    ControlProbe m_reader;
+    unsigned int m_missedReads = 0;
     ControlProbe m_probe;
     const std::function<void()> m_onSilent;
     std::atomic<bool> m_isExpectedToAnswer{true};

@@ -403,6 +403,14 @@ Error GenicamDevice::SetText(const char* feature, const char* text) {
 Error GenicamDevice::ReadMemory(unsigned int address, unsigned int* pValues, unsigned int count) {
     using Values = std::vector<unsigned int>;
     return InRuns(address, pValues, count, [&](unsigned int start, unsigned int* pRun, unsigned int length) {
+        if (IsLost()) {
+            return MakeLostError();  // without waiting for an access that hangs
+        }
+        boost::lock_guard<boost::recursive_mutex> lock(m_accessMutex);
+        const bool isBeside = length == 1 && m_pWatch && !IsLost();
+        if (isBeside && m_pWatch->Read(start, pRun)) {
+            return Error();
+        }
         Values values;
         const Error error = Ask<Values>(
             ERR_READ_REGISTER_FAILED,
@@ -419,6 +427,9 @@ Error GenicamDevice::ReadMemory(unsigned int address, unsigned int* pValues, uns
             },
             &values);
         std::copy(values.begin(), values.end(), pRun);
+        if (isBeside && error == ERR_OK) {
+            m_pWatch->CountMissedRead();
+        }
         return error;
     });
 }
