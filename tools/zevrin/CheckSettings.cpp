@@ -58,7 +58,11 @@ std::string KeepsPins(IidcCamera& camera) {
     for (unsigned int pin = 0; pin < kPins; ++pin) {
         unsigned int before = 0;
         unsigned int after = 0;
-        Check(camera.GetGPIOPinDirection(pin, &before));
+        const Zevrin::Error error = camera.GetGPIOPinDirection(pin, &before);
+        if (IsAboutAbsence(error)) {
+            throw CheckIsAbsent{"the camera has none"};
+        }
+        Check(error);
         Check(camera.SetGPIOPinDirection(pin, before));
         Check(camera.GetGPIOPinDirection(pin, &after));
         Require(before == after, "pin " + std::to_string(pin) + " changed when it was written as it was");

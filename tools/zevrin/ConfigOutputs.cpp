@@ -166,7 +166,9 @@ std::vector<unsigned int> ReadOutputPins(IidcCamera& camera) {
 }
 
 Json ReadPins(IidcCamera& camera, Findings*) {
-    return {{"outputs", ReadOutputPins(camera)}};
+    unsigned int direction = 0;
+    const Zevrin::Error first = camera.GetGPIOPinDirection(0, &direction);
+    return IsAboutAbsence(first) ? Json() : Json{{"outputs", ReadOutputPins(camera)}};
 }
 
 void PlanPins(ConfigEntry& entry, IidcCamera& camera, ConfigPlan* pPlan) {

@@ -36,6 +36,11 @@ ExitCode ExitCodeOf(const Zevrin::Error& error) {
     return kExitFailed;
 }
 
+bool IsAboutAbsence(const Zevrin::Error& error) {
+    return error != Zevrin::ERR_OK &&
+           (error == Zevrin::ERR_FEATURE_ABSENT || IsAboutAbsence(error.GetCause()));
+}
+
 void Check(const Zevrin::Error& error, const std::string& what) {
     if (error != Zevrin::ERR_OK) {
         const std::string description = error.GetDescription();

@@ -29,6 +29,9 @@ struct ToolFailure : std::runtime_error {
 
 ExitCode ExitCodeOf(const Zevrin::Error& error);
 
+/// Whether the reason, behind whatever stands before it, is that the camera lacks what was asked of it.
+bool IsAboutAbsence(const Zevrin::Error& error);
+
 /// Throws `ToolFailure` when `error` is one; `what` is put before its description.
 void Check(const Zevrin::Error& error, const std::string& what = std::string());
 

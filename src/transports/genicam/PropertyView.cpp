@@ -1,7 +1,9 @@
 #include "PropertyView.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -25,10 +27,14 @@ unsigned int ToWord(double value) {
     return word;
 }
 
+/// The shortest decimal of which this is the nearest single-precision number: 0.01 s are 10000 µs, and no
+/// camera that counts them cuts off a fraction.
 double ToNumber(unsigned int word) {
     float single = 0;
     std::memcpy(&single, &word, sizeof single);
-    return static_cast<double>(single);
+    char text[64] = {};
+    std::to_chars(text, text + sizeof text - 1, single);
+    return std::strtod(text, nullptr);
 }
 
 }  // namespace

@@ -235,20 +235,24 @@ unsigned int RegionView::ReadUnits(DeviceFeatures& features, const char* horizon
     return MakePair(ReadStep(features, horizontal), ReadStep(features, vertical));
 }
 
-/// Of another mode than the present one it is computed.
+/// Of another mode than the present one it is computed: no more than the sensor has, also of a camera whose
+/// binning does not change its extent.
 unsigned int RegionView::ReadMaxSize(DeviceFeatures& features, unsigned int mode) {
     const unsigned int width = ReadExtent(features, "WidthMax", kWidth, kLeft);
     const unsigned int height = ReadExtent(features, "HeightMax", kHeight, kTop);
     if (mode == ReadMode(features)) {
         return MakePair(width, height);
     }
-    const auto scale = [&](unsigned int size, const char* binning, unsigned int factor, const char* feature) {
+    const auto scale = [&](unsigned int size, const char* binning, const char* sensorFeature,
+                           unsigned int factor, const char* feature) {
+        const unsigned int sensor = ReadPixels(features, sensorFeature);
         const unsigned int scaled =
             ToPixels(std::floor(static_cast<double>(size) * ReadBinning(features, binning) / factor));
-        return scaled - scaled % ReadStep(features, feature);
+        const unsigned int possible = sensor != 0 ? std::min(scaled, sensor / factor) : scaled;
+        return possible - possible % ReadStep(features, feature);
     };
-    return MakePair(scale(width, kBinningX, kBinnings[mode].x, kWidth),
-                    scale(height, kBinningY, kBinnings[mode].y, kHeight));
+    return MakePair(scale(width, kBinningX, "SensorWidth", kBinnings[mode].x, kWidth),
+                    scale(height, kBinningY, "SensorHeight", kBinnings[mode].y, kHeight));
 }
 
 RegionView::Region RegionView::ReadPresent(DeviceFeatures& features) {
