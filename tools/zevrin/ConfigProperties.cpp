@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "CameraConfig.h"
 #include "Properties.h"
 
@@ -40,27 +38,11 @@ Json Read(IidcCamera& camera, Findings* pUnread) {
     return properties;
 }
 
-/// Out of the automatic mode first: while it adjusts, a camera takes no values.
-Zevrin::Error SetValue(IidcCamera& camera, const PropertyInfo& info, const Property& wanted) {
-    Property property;
-    property.type = wanted.type;
-    Zevrin::Error error = camera.GetProperty(&property);
-    if (error == Zevrin::ERR_OK && property.autoManualMode) {
-        property.onOff = true;
-        property.onePush = false;
-        property.autoManualMode = false;
-        property.absControl = false;
-        property.valueA = std::clamp(property.valueA, info.min, info.max);
-        property.valueB = std::clamp(property.valueB, info.min, info.max);
-        error = camera.SetProperty(&property);
-    }
-    if (error == Zevrin::ERR_OK) {
-        property = wanted;
-        property.onOff = true;
-        property.autoManualMode = false;
-        error = camera.SetProperty(&property);
-    }
-    return error;
+Zevrin::Error SetValue(IidcCamera& camera, const Property& wanted) {
+    Property property = wanted;
+    property.onOff = true;
+    property.autoManualMode = false;
+    return camera.SetProperty(&property);
 }
 
 Zevrin::Error SetMode(IidcCamera& camera, const Property& wanted) {
@@ -143,8 +125,8 @@ void PlanOne(ConfigEntry& entry, PropertyType type, IidcCamera& camera, ConfigPl
         return;
     }
     if (info.manualSupported) {
-        pPlan->steps.push_back({kStageValues, entry.GetPath(),
-                                [&camera, info, wanted] { return SetValue(camera, info, wanted); }});
+        pPlan->steps.push_back(
+            {kStageValues, entry.GetPath(), [&camera, wanted] { return SetValue(camera, wanted); }});
     }
     pPlan->steps.push_back(
         {kStageModes, entry.GetPath(), [&camera, wanted] { return SetMode(camera, wanted); }});
