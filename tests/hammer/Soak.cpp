@@ -18,7 +18,7 @@
 #ifdef ZEVRIN_FAKE_CAMERA_PROGRAM
 #include "support/NetworkRoom.h"
 #include "support/OwnNetwork.h"
-#include "transports/genicam/ChildProcess.h"
+#include "support/Spawn.h"
 #endif
 
 namespace Zevrin {
@@ -183,17 +183,21 @@ int main(int argc, char** argv) {
 #ifdef ZEVRIN_FAKE_CAMERA_PROGRAM
     Zevrin::TakeNetwork();
     std::vector<std::unique_ptr<Zevrin::NetworkRoom>> rooms;
-    std::vector<std::unique_ptr<Zevrin::ChildProcess>> cameras;
+    std::vector<std::unique_ptr<Zevrin::Process>> cameras;
+    Zevrin::SpawnOptions options;
+    options.keepsInputOpen = true;
     try {
         for (; gigeCameras < 2; ++gigeCameras) {
             rooms.push_back(std::make_unique<Zevrin::NetworkRoom>(gigeCameras + 1));
             rooms.back()->Within([&] {
-                cameras.push_back(std::make_unique<Zevrin::ChildProcess>(std::vector<std::string>{
-                    ZEVRIN_FAKE_CAMERA_PROGRAM, "--exit-with-stdin", "--address", rooms.back()->GetAddress(),
-                    "--serial", std::to_string(Zevrin::kFirstGige + gigeCameras), "--packet-size", "1400",
-                    "--packet-loss", "0.05"}));
+                cameras.push_back(std::make_unique<Zevrin::Process>(
+                    std::vector<std::string>{ZEVRIN_FAKE_CAMERA_PROGRAM, "--exit-with-stdin", "--address",
+                                             rooms.back()->GetAddress(), "--serial",
+                                             std::to_string(Zevrin::kFirstGige + gigeCameras),
+                                             "--packet-size", "1400", "--packet-loss", "0.05"},
+                    options));
             });
-            if (cameras.back()->ReadUntil("ready\n", std::chrono::seconds(20)) != "ready\n") {
+            if (!cameras.back()->WaitForOutput("ready\n")) {
                 throw std::runtime_error("the fake camera does not get ready");
             }
         }

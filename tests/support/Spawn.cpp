@@ -15,9 +15,9 @@ namespace Zevrin {
 namespace {
 
 /// In the child: never returns.
-[[noreturn]] void Become(char* const* arguments, const SpawnOptions& options, int output, int messages) {
+[[noreturn]] void Become(char* const* arguments, const SpawnOptions& options, int input, int output,
+                         int messages) {
     setpgid(0, 0);  // so that its own children can be killed with it
-    const int input = open("/dev/null", O_RDONLY);
     dup2(input, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(messages, STDERR_FILENO);
@@ -39,20 +39,26 @@ Process::Process(const std::vector<std::string>& command, const SpawnOptions& op
         arguments.push_back(const_cast<char*>(argument.c_str()));  // execvp leaves it alone
     }
     arguments.push_back(nullptr);
+    int input[2];
     int output[2];
     int messages[2];
-    if (pipe2(output, O_CLOEXEC) != 0 || pipe2(messages, O_CLOEXEC) != 0) {
+    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0 || pipe2(messages, O_CLOEXEC) != 0) {
         return;
     }
     m_process = fork();
     if (m_process == 0) {
-        Become(arguments.data(), options, output[1], messages[1]);
+        Become(arguments.data(), options, input[0], output[1], messages[1]);
     }
     setpgid(m_process, m_process);
+    close(input[0]);
     close(output[1]);
     close(messages[1]);
+    m_input = input[1];
     m_output = output[0];
     m_messages = messages[0];
+    if (!options.keepsInputOpen) {
+        CloseInput();
+    }
 }
 
 Process::~Process() {
@@ -60,10 +66,17 @@ Process::~Process() {
         Signal(SIGKILL);
         Finish();
     }
+    CloseInput();
 }
 
 void Process::Signal(int number) {
     kill(-m_process, number);
+}
+
+void Process::CloseInput() {
+    if (m_input >= 0) {
+        close(std::exchange(m_input, -1));
+    }
 }
 
 /// One round of reading. False when both ends are closed, or the time is up.

@@ -14,6 +14,7 @@ struct SpawnOptions {
     std::string folder;                              ///< working folder; empty: the test's own
     std::map<std::string, std::string> environment;  ///< on top of the test's own
     std::chrono::seconds limit{60};                  ///< after which it is killed
+    bool keepsInputOpen = false;                     ///< for as long as the process object lives
 };
 
 /// What it left.
@@ -32,6 +33,7 @@ class Process {
     Process& operator=(const Process&) = delete;
 
     void Signal(int number);
+    void CloseInput();
 
     /// Reads standard output until `text` appears in it. False when the program ends first, or the time is
     /// up.
@@ -44,6 +46,7 @@ class Process {
     bool ReadSome();
 
     pid_t m_process = -1;
+    int m_input = -1;
     int m_output = -1;
     int m_messages = -1;
     std::chrono::steady_clock::time_point m_deadline;

@@ -4,14 +4,14 @@
 #include <sstream>
 #include <string>
 
-#include "IidcCamera.h"
+#include "GigeFixture.h"
 
 namespace Zevrin {
 
 /// One thing that can be set, as words: what the camera object has, and how it is given.
 struct Setting {
-    std::function<std::string(IidcCamera&)> get;
-    std::function<Error(IidcCamera&, std::istringstream& words)> set;
+    std::function<std::string(TestCamera&)> get;
+    std::function<Error(TestCamera&, std::istream& words)> set;
 };
 
 template <typename... Words>
@@ -21,15 +21,140 @@ std::string Join(Words... words) {
     return text.str().substr(0, text.str().size() - 1);
 }
 
-Setting Absolute(PropertyType type);
-Setting Raw(PropertyType type);         ///< both values
-Setting Modes(PropertyType type);       ///< on, auto, one push
-Setting TheTrigger();                   ///< on, source, mode, polarity
-Setting StrobeOf(unsigned int source);  ///< on, polarity
-Setting Pin(unsigned int pin);          ///< direction
-Setting Region();                       ///< mode, left, top, width, height, pixel format
-Setting TheMemoryChannel();             ///< get: loaded, highest; set: to load, to save to
-Setting LutEntry();                     ///< on, entry with the number 3 of channel 1
-Setting Fire();                         ///< the software trigger; there is nothing to be read
+inline std::istream& operator>>(std::istream& words, PixelFormat& format) {
+    int number = 0;
+    words >> number;
+    format = static_cast<PixelFormat>(number);
+    return words;
+}
+
+inline Error Exchange(TestCamera& camera, Property* pProperty, bool isSet) {
+    return isSet ? camera.SetProperty(pProperty) : camera.GetProperty(pProperty);
+}
+inline Error Exchange(TestCamera& camera, TriggerMode* pMode, bool isSet) {
+    return isSet ? camera.SetTriggerMode(pMode) : camera.GetTriggerMode(pMode);
+}
+inline Error Exchange(TestCamera& camera, StrobeControl* pControl, bool isSet) {
+    return isSet ? camera.SetStrobe(pControl) : camera.GetStrobe(pControl);
+}
+inline Error Exchange(TestCamera& camera, Format7Settings* pSettings, bool isSet) {
+    return isSet ? camera.SetFormat7(pSettings) : camera.GetFormat7(pSettings);
+}
+
+/// Fields of a record.
+/// @param chosen   says what the record is about
+/// @param prepare  what else a set takes; may be empty
+template <typename Record, typename... Fields>
+Setting OfRecord(const Record& chosen, const std::function<void(Record*)>& prepare,
+                 Fields Record::*... fields) {
+    const auto get = [=](TestCamera& camera) {
+        Record record = chosen;
+        EXPECT_OK(Exchange(camera, &record, false));
+        return record;
+    };
+    return {[=](TestCamera& camera) {
+                const Record record = get(camera);
+                return Join(record.*fields...);
+            },
+            [=](TestCamera& camera, std::istream& words) {
+                Record record = get(camera);
+                if (prepare) {
+                    prepare(&record);
+                }
+                (words >> ... >> (record.*fields));
+                return Exchange(camera, &record, true);
+            }};
+}
+
+template <bool isAbsolute>
+void MakeManual(Property* pProperty) {
+    pProperty->absControl = isAbsolute;
+    pProperty->onOff = true;
+    pProperty->autoManualMode = pProperty->onePush = false;
+}
+inline Property Choose(PropertyType type) {
+    Property property;
+    property.type = type;
+    return property;
+}
+inline Setting Absolute(PropertyType type) {
+    return OfRecord<Property>(Choose(type), MakeManual<true>, &Property::absValue);
+}
+inline Setting Raw(PropertyType type) {
+    return OfRecord<Property>(Choose(type), MakeManual<false>, &Property::valueA, &Property::valueB);
+}
+inline Setting Modes(PropertyType type) {
+    return OfRecord<Property>(Choose(type), nullptr, &Property::onOff, &Property::autoManualMode,
+                              &Property::onePush);
+}
+inline Setting TheTrigger() {
+    return OfRecord<TriggerMode>(TriggerMode(), nullptr, &TriggerMode::onOff, &TriggerMode::source,
+                                 &TriggerMode::mode, &TriggerMode::polarity);
+}
+inline Setting StrobeOf(unsigned int source) {
+    StrobeControl chosen;
+    chosen.source = source;
+    return OfRecord<StrobeControl>(chosen, nullptr, &StrobeControl::onOff, &StrobeControl::polarity);
+}
+inline Setting Region() {
+    using Fields = Format7Settings;
+    const auto recommendPacket = [](Fields* pSettings) { pSettings->packetSize = 0; };
+    return OfRecord<Fields>(Fields(), recommendPacket, &Fields::mode, &Fields::left, &Fields::top,
+                            &Fields::width, &Fields::height, &Fields::pixelFormat);
+}
+
+inline Setting Pin(unsigned int pin) {
+    return {[pin](TestCamera& camera) {
+                unsigned int direction = 9;
+                EXPECT_OK(camera.GetGPIOPinDirection(pin, &direction));
+                return Join(direction);
+            },
+            [pin](TestCamera& camera, std::istream& words) {
+                unsigned int direction = 9;
+                words >> direction;
+                return camera.SetGPIOPinDirection(pin, direction);
+            }};
+}
+
+/// Get: loaded, highest. Set: to load, to save to.
+inline Setting TheMemoryChannel() {
+    return {[](TestCamera& camera) {
+                unsigned int channel = 9;
+                unsigned int highest = 9;
+                EXPECT_OK(camera.GetMemoryChannel(&channel));
+                EXPECT_OK(camera.GetMemoryChannelInfo(&highest));
+                return Join(channel, highest);
+            },
+            [](TestCamera& camera, std::istream& words) {
+                unsigned int toLoad = 0;
+                unsigned int toSave = 0;
+                words >> toLoad >> toSave;
+                const Error error = camera.RestoreFromMemoryChannel(toLoad);
+                return error == ERR_OK ? camera.SaveToMemoryChannel(toSave) : error;
+            }};
+}
+
+/// On, and the entry with the number 3 of channel 1.
+inline Setting LutEntry() {
+    return {[](TestCamera& camera) {
+                LUTData data;
+                unsigned int entries[16] = {};
+                EXPECT_OK(camera.GetLUTInfo(&data));
+                EXPECT_OK(camera.GetLUTChannel(0, 1, 16, entries));
+                return Join(data.enabled, entries[3]);
+            },
+            [](TestCamera& camera, std::istream& words) {
+                bool isOn = false;
+                unsigned int entries[16] = {};
+                words >> isOn >> entries[3];
+                const Error error = camera.SetLUTChannel(0, 1, 16, entries);
+                return error == ERR_OK ? camera.EnableLUT(isOn) : error;
+            }};
+}
+
+inline Setting Fire() {
+    return {[](TestCamera&) { return std::string(); },
+            [](TestCamera& camera, std::istream&) { return camera.FireSoftwareTrigger(); }};
+}
 
 }  // namespace Zevrin

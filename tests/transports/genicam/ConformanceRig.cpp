@@ -10,16 +10,15 @@ namespace {
 class GigeRig : public ConformanceRig {
   public:
     boost::shared_ptr<HardwareInterface> GetCamera() override {
-        EXPECT_EQ(m_fakeCamera.ReadUntil("ready\n", kPatience), "ready\n");
         std::vector<boost::shared_ptr<HardwareInterface>> cameras;
-        EXPECT_EQ(m_transport.Discover(&cameras).GetType(), ERR_OK);
+        EXPECT_OK(m_transport.Discover(&cameras));
         return cameras.empty() ? nullptr : cameras.front();
     }
     unsigned short GetScratchHigh() const override { return kDeviceMemory; }
     unsigned int GetScratchLow() const override { return 0x4000; }  // beyond the fake camera's registers
 
   private:
-    ChildProcess m_fakeCamera{{ZEVRIN_FAKE_CAMERA_PROGRAM, "--exit-with-stdin"}};
+    const std::unique_ptr<Process> m_pFakeCamera = ServeCamera({});
     GenicamTransport m_transport;
 };
 

@@ -4,59 +4,43 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <array>
+#include <cstddef>
+
+#include "Gvcp.h"
 
 namespace Zevrin {
 
 namespace {
 
-constexpr unsigned int kControlPort = 3956;      // GVCP
 constexpr unsigned int kResendCommand = 0x0040;  // PACKETRESEND_CMD
 constexpr std::size_t kResendSize = 20;
 constexpr std::size_t kStreamHeaderSize = 8;
-constexpr std::uint32_t kPacketIdMask = 0xFFFFFF;
-constexpr std::size_t kMaxKept = 4096;
+constexpr unsigned int kPacketIdMask = 0xFFFFFF;
+constexpr unsigned int kLostPacket = 2;  // the leader is number 0
 constexpr std::size_t kMaxFrame = 65536;
-
-std::uint32_t ReadNumber(const unsigned char* pBytes, std::size_t size) {
-    std::uint32_t number = 0;
-    for (std::size_t index = 0; index < size; ++index) {
-        number = number << 8 | pBytes[index];
-    }
-    return number;
-}
 
 struct Datagram {
     unsigned int sourcePort = 0;
     unsigned int port = 0;
-    const unsigned char* pData = nullptr;  ///< null: the frame holds no UDP datagram
-    std::size_t size = 0;
+    const unsigned char* pData = nullptr;
+    std::size_t size = 0;  ///< 0: the frame holds no UDP datagram
 };
 
 Datagram FindDatagram(const std::vector<unsigned char>& frame) {
     constexpr std::size_t kEthernet = 14;
+    constexpr std::size_t kIp = 20;  // without options, which nobody here sends
     constexpr std::size_t kUdp = 8;
-    const unsigned char* const pIp = frame.data() + kEthernet;
-    if (frame.size() < kEthernet + 20 + kUdp || ReadNumber(frame.data() + 12, 2) != 0x0800 || pIp[9] != 17) {
+    const unsigned char* const pUdp = frame.data() + kEthernet + kIp;
+    if (frame.size() < kEthernet + kIp + kUdp || ReadBig16(&frame[12]) != 0x0800 || frame[23] != 17) {
         return Datagram();
     }
-    const unsigned char* const pUdp = pIp + (pIp[0] & 0x0F) * 4;
-    const unsigned char* const pData = pUdp + kUdp;
-    const unsigned char* const pEnd = frame.data() + frame.size();
-    if (pData > pEnd) {
-        return Datagram();
-    }
-    return {ReadNumber(pUdp, 2), ReadNumber(pUdp + 2, 2), pData, static_cast<std::size_t>(pEnd - pData)};
+    return {ReadBig16(pUdp), ReadBig16(pUdp + 2), pUdp + kUdp, frame.size() - kEthernet - kIp - kUdp};
 }
 
 }  // namespace
 
-LossyLink::LossyLink(int nearEnd, int farEnd, double lossRatio)
-    : m_nearEnd(nearEnd),
-      m_farEnd(farEnd),
-      m_end(eventfd(0, EFD_CLOEXEC)),
-      m_isLost(lossRatio),
-      m_thread([this] { Carry(); }) {}
+LossyLink::LossyLink(int nearEnd, int farEnd)
+    : m_nearEnd(nearEnd), m_farEnd(farEnd), m_end(eventfd(0, EFD_CLOEXEC)), m_thread([this] { Carry(); }) {}
 
 LossyLink::~LossyLink() {
     eventfd_write(m_end, 1);
@@ -65,8 +49,8 @@ LossyLink::~LossyLink() {
 }
 
 void LossyLink::Carry() {
-    std::array<pollfd, 3> events{{{m_nearEnd, POLLIN, 0}, {m_farEnd, POLLIN, 0}, {m_end, POLLIN, 0}}};
-    while (poll(events.data(), events.size(), -1) >= 0 && events[2].revents == 0) {
+    pollfd events[] = {{m_nearEnd, POLLIN, 0}, {m_farEnd, POLLIN, 0}, {m_end, POLLIN, 0}};
+    while (poll(events, 3, -1) >= 0 && events[2].revents == 0) {
         for (const pollfd& event : {events[0], events[1]}) {
             if (event.revents == 0) {
                 continue;
@@ -86,46 +70,28 @@ void LossyLink::Carry() {
 /// To the camera.
 void LossyLink::Send(const Bytes& frame) {
     const Datagram datagram = FindDatagram(frame);
-    if (datagram.port == kControlPort && datagram.size >= kResendSize &&
-        ReadNumber(datagram.pData + 2, 2) == kResendCommand) {
-        Resend(datagram.pData);
-    } else if (write(m_farEnd, frame.data(), frame.size()) < 0) {
-        ++m_lost;
+    if (datagram.port != kGvcpPort || datagram.size < kResendSize ||
+        ReadBig16(datagram.pData + 2) != kResendCommand) {
+        m_lost += write(m_farEnd, frame.data(), frame.size()) < 0 ? 1 : 0;
+        return;
+    }
+    const auto kept = m_kept.find(ReadBig16(datagram.pData + 10));
+    if (kept != m_kept.end() && (ReadBig32(datagram.pData + 12) & kPacketIdMask) <= kLostPacket &&
+        (ReadBig32(datagram.pData + 16) & kPacketIdMask) >= kLostPacket) {
+        ++m_requested;
+        m_lost += write(m_nearEnd, kept->second.data(), kept->second.size()) < 0 ? 1 : 0;
     }
 }
 
 /// From the camera.
 void LossyLink::Deliver(const Bytes& frame) {
     const Datagram datagram = FindDatagram(frame);
-    if (datagram.sourcePort != kControlPort && datagram.size >= kStreamHeaderSize) {
-        const std::uint32_t block = ReadNumber(datagram.pData + 2, 2);
-        m_order.emplace_back(block, ReadNumber(datagram.pData + 4, 4) & kPacketIdMask);
-        m_sent[m_order.back()] = frame;
-        if (m_order.size() > kMaxKept) {
-            m_sent.erase(m_order.front());
-            m_order.pop_front();
-        }
-        if (m_isLost(m_random)) {
-            ++m_lost;
-            return;
-        }
-    }
-    if (write(m_nearEnd, frame.data(), frame.size()) < 0) {
+    if (datagram.sourcePort != kGvcpPort && datagram.size >= kStreamHeaderSize &&
+        (ReadBig32(datagram.pData + 4) & kPacketIdMask) == kLostPacket) {
+        m_kept[ReadBig16(datagram.pData + 2)] = frame;
         ++m_lost;
-    }
-}
-
-void LossyLink::Resend(const unsigned char* pRequest) {
-    const std::uint32_t block = ReadNumber(pRequest + 10, 2);
-    const std::uint32_t last = ReadNumber(pRequest + 16, 4) & kPacketIdMask;
-    for (auto found = m_sent.lower_bound({block, ReadNumber(pRequest + 12, 4) & kPacketIdMask});
-         found != m_sent.end() && found->first.first == block && found->first.second <= last; ++found) {
-        ++m_requested;
-        if (m_isLost(m_random)) {
-            ++m_lost;
-        } else if (write(m_nearEnd, found->second.data(), found->second.size()) < 0) {
-            ++m_lost;
-        }
+    } else {
+        m_lost += write(m_nearEnd, frame.data(), frame.size()) < 0 ? 1 : 0;
     }
 }
 

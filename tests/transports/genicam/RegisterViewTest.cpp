@@ -1,8 +1,7 @@
 #include <cstdlib>
 #include <fstream>
-#include <functional>
+#include <iterator>
 #include <sstream>
-#include <thread>
 
 #include "CameraWords.h"
 #include "GigeFixture.h"
@@ -65,14 +64,10 @@ const Mapping kMappings[] = {
     {"look-up table", LutEntry(),
      "LUTSelector=Red LUTEnable=true LUTSelector=Green LUTEnable=true LUTIndex=3 LUTValue=44", "1 44",
      "0 201", "LUTSelector=Red LUTEnable?false LUTSelector=Green LUTEnable?false LUTIndex=3 LUTValue?201"},
-    {"region", Region(), "Width=256 Height=128 OffsetX=16 OffsetY=4 PixelFormat=Mono12",
-     "0 16 4 256 128 Mono16", "1 8 2 1008 400 Raw16",
+    {"region", Region(), "Width=256 Height=128 OffsetX=16 OffsetY=4 PixelFormat=Mono12", "0 16 4 256 128 6",
+     "1 8 2 1008 400 11",
      "BinningHorizontal?2 BinningVertical?2 OffsetX?8 OffsetY?2 Width?1008 Height?400 PixelFormat?BayerRG12"},
 };
-
-std::string Describe(const char* file) {
-    return std::string(ZEVRIN_DESCRIPTIONS) + "/" + file;
-}
 
 /// The values that arv-tool names, one after another, for arguments NAME=VALUE and NAME?VALUE.
 std::vector<std::string> AskArvTool(const std::vector<std::string>& arguments) {
@@ -80,7 +75,9 @@ std::vector<std::string> AskArvTool(const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
         command.push_back(argument.substr(0, argument.find('?')));
     }
-    std::istringstream said(RunProgram(command));
+    const SpawnResult tool = Spawn(command);
+    EXPECT_EQ(tool.exitCode, 0) << tool.messages << ": is the package aravis-tools-cli missing?";
+    std::istringstream said(tool.output);
     std::vector<std::string> values;
     for (std::string line; std::getline(said, line);) {
         const std::size_t begin = line.find(" = ");
@@ -98,7 +95,7 @@ std::vector<std::string> Split(const std::string& text) {
 
 class RegisterViewTest : public GigeTest {
   protected:
-    void SetUp() override { StartFakeCamera({"--genicam", Describe("lab.xml")}); }
+    void SetUp() override { StartDescribed("lab.xml"); }
 
     /// With the first of the marks replaced.
     void StartHostileCamera(const std::string& mark, const std::string& text) {
@@ -114,7 +111,7 @@ class RegisterViewTest : public GigeTest {
     PropertyInfo GetInfo(PropertyType type) {
         PropertyInfo info;
         info.type = type;
-        EXPECT_EQ(m_camera.GetPropertyInfo(&info).GetType(), ERR_OK) << GetPropertyTypeName(type);
+        EXPECT_OK(m_camera.GetPropertyInfo(&info)) << GetPropertyTypeName(type);
         return info;
     }
 };
@@ -137,8 +134,7 @@ TEST_F(RegisterViewTest, EveryMappingHoldsFromBothSides) {
     std::vector<std::string> what;
     for (const Mapping& mapping : kMappings) {
         std::istringstream words(mapping.givenToObject);
-        const Error error = mapping.setting.set(m_camera, words);
-        EXPECT_EQ(error.GetType(), ERR_OK) << mapping.what << ": " << error.GetTrace();
+        EXPECT_OK(mapping.setting.set(m_camera, words)) << mapping.what;
         for (const std::string& word : Split(mapping.seenAtDevice)) {
             arguments.push_back(word);
             expected.push_back(word.substr(word.find_first_of("=?") + 1));
@@ -155,7 +151,7 @@ TEST_F(RegisterViewTest, EveryMappingHoldsFromBothSides) {
 
 TEST_F(RegisterViewTest, AbilitiesAndRangesAreTheCamerasOwn) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
-    ASSERT_OK(Write(kTemperatureAddress, 412));
+    ASSERT_OK(m_camera.WriteMemory(kTemperatureAddress, 412));
     const struct {
         PropertyType type;
         const char* text;  ///< auto, manual, one push, switch, absolute, raw and absolute range
@@ -175,7 +171,7 @@ TEST_F(RegisterViewTest, AbilitiesAndRangesAreTheCamerasOwn) {
     }
     EXPECT_EQ(Absolute(TEMPERATURE).get(m_camera), "41.2");
     CameraStats stats;
-    ASSERT_OK(Write(kFramesLostAddress, 5));
+    ASSERT_OK(m_camera.WriteMemory(kFramesLostAddress, 5));
     ASSERT_OK(m_camera.GetStats(&stats));
     EXPECT_NEAR(stats.property17Value, 3143.5, 0.6) << "a tenth of a kelvin";
     EXPECT_EQ(Join(stats.transmitFailures, stats.registerReadFailures), "5 0");
@@ -218,11 +214,12 @@ TEST_F(RegisterViewTest, AbilitiesAndRangesAreTheCamerasOwn) {
         {0x604, 0x40000000, "no mode 2"},
         {0x624, 0x30000000, "memory channel 3"},
         {0x404, 0, "it is read-only"},
+        {0x610, 0, "0xFFFF F0F00610"},  // power
     };
     for (const auto& one : refused) {
-        const Error error = m_camera.WriteRegister(one.address, one.value);
-        EXPECT_EQ(error.GetType(), ERR_WRITE_REGISTER_FAILED) << std::hex << one.address;
-        EXPECT_NE(std::string(error.GetDescription()).find(one.text), std::string::npos) << error.GetTrace();
+        EXPECT_TRUE(
+            SaysPart(m_camera.WriteRegister(one.address, one.value), ERR_WRITE_REGISTER_FAILED, one.text))
+            << std::hex << one.address;
     }
 }
 
@@ -247,8 +244,7 @@ TEST_F(RegisterViewTest, NothingWaitsWhenAUserSetIsLoaded) {
 TEST_F(RegisterViewTest, SizesThatADeviceTellsAreBounded) {
     StartHostileCamera("4095", "90000000");
     ASSERT_OK(m_camera.Connect(kSerialNumber));
-    const Error tooLarge = m_camera.StartCapture(nullptr, nullptr);
-    EXPECT_EQ(tooLarge.GetType(), ERR_VALUE_OUT_OF_RANGE) << tooLarge.GetTrace();
+    EXPECT_EQ(m_camera.StartCapture(nullptr, nullptr).GetType(), ERR_VALUE_OUT_OF_RANGE);
 
     const auto write = [this](unsigned int address, const std::string& text) {
         std::vector<unsigned int> quadlets(text.size() / 4 + 1);
@@ -270,7 +266,7 @@ TEST_F(RegisterViewTest, SizesThatADeviceTellsAreBounded) {
     };
     for (const auto& one : cases) {
         StartFakeCamera();
-        ASSERT_TRUE(Comes([this] { return m_camera.Connect(kSerialNumber) == ERR_OK; }));
+        ASSERT_TRUE(Await([this] { return m_camera.Connect(kSerialNumber) == ERR_OK; }));
         write(0x4800, std::string(600, 'P') + MakeArchiveEntry(0x1000001));
         if (one.first != nullptr) {
             write(0x200, one.first);
@@ -278,16 +274,12 @@ TEST_F(RegisterViewTest, SizesThatADeviceTellsAreBounded) {
         write(0x400, one.second);
         ASSERT_OK(m_camera.Disconnect());
         const Error error = m_camera.Connect(kSerialNumber);
-        EXPECT_EQ(error.GetType(), one.fault == nullptr ? ERR_OK : ERR_INVALID_DESCRIPTION)
-            << error.GetTrace();
-        EXPECT_TRUE(one.fault == nullptr ||
-                    std::string(error.GetDescription()).find(one.fault) != std::string::npos)
-            << error.GetTrace();
+        EXPECT_TRUE(one.fault == nullptr ? IsOk(error) : SaysPart(error, ERR_INVALID_DESCRIPTION, one.fault));
     }
 }
 
 TEST_F(RegisterViewTest, WhatTheCameraLacksIsAbsent) {
-    StartFakeCamera({"--genicam", Describe("bare.xml")});
+    StartDescribed("bare.xml");
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     for (unsigned int type = 0; type < kPropertyTypeCount; ++type) {
         EXPECT_FALSE(GetInfo(static_cast<PropertyType>(type)).present) << type;
@@ -321,10 +313,8 @@ TEST_F(RegisterViewTest, NonsenseIsAbsentAndHarmless) {
     }
     EXPECT_EQ(GetInfo(SHUTTER).absMax, 3600) << "where the camera names no end";
     EXPECT_EQ(GetInfo(FRAME_RATE).max, 4095U);
-    const Error error = m_camera.StartCapture(nullptr, nullptr);
-    EXPECT_EQ(error.GetType(), ERR_VALUE_OUT_OF_RANGE);
-    EXPECT_NE(std::string(error.GetDescription()).find("PayloadSize is 4095 bytes"), std::string::npos)
-        << error.GetTrace();
+    EXPECT_TRUE(SaysPart(m_camera.StartCapture(nullptr, nullptr), ERR_VALUE_OUT_OF_RANGE,
+                         "The camera's PayloadSize is 4095 bytes; 64 x 64 pixels of 8 bits take more."));
     // Nothing that can be read or written makes harm; what is written is refused or taken.
     for (unsigned int address = 0; address < 0x4000; address += 4) {
         unsigned int value = 0;
@@ -355,9 +345,7 @@ TEST_F(RegisterViewTest, DescriptionThatDoesNotEndIsRefused) {
     };
     for (const auto& one : cases) {
         StartHostileCamera("<!--MORE-->", one.nodes);
-        const Error error = m_camera.Connect(kSerialNumber);
-        EXPECT_EQ(error.GetType(), ERR_INVALID_DESCRIPTION) << error.GetTrace();
-        EXPECT_NE(std::string(error.GetDescription()).find(one.text), std::string::npos) << error.GetTrace();
+        EXPECT_TRUE(SaysPart(m_camera.Connect(kSerialNumber), ERR_INVALID_DESCRIPTION, one.text));
     }
 }
 
@@ -370,7 +358,7 @@ TEST_F(RegisterViewTest, RegistersThatShareASelectorDoNotMixThreadsUp) {
             for (unsigned int round = 0; round < 30; ++round) {
                 const std::string wanted = Join(round % 2, (round + output) % 2);
                 std::istringstream words(wanted);
-                EXPECT_EQ(strobe.set(m_camera, words).GetType(), ERR_OK);
+                EXPECT_OK(strobe.set(m_camera, words));
                 EXPECT_EQ(strobe.get(m_camera), wanted) << output;
             }
         });
@@ -391,14 +379,14 @@ TEST_F(RegisterViewTest, RegistersInTheCamerasMemoryAreUsedWhereTheyAre) {
     };
     EXPECT_EQ(connectWith(serial + "=0x8001").GetType(), ERR_INVALID_PARAMETER);
     ASSERT_OK(connectWith("1=0x100," + serial + "=0x8000"));
-    ASSERT_OK(Write(kBlock + 0x81C, 0x82000123));
+    ASSERT_OK(m_camera.WriteMemory(kBlock + 0x81C, 0x82000123));
     unsigned int value = 0;
     ASSERT_OK(m_camera.ReadRegister(0x81C, &value));
     EXPECT_EQ(value, 0x82000123);
     ASSERT_OK(m_camera.WriteRegister(kTransmission, 0x80000000));
-    ASSERT_OK(Read(kBlock + kTransmission, &value));
+    ASSERT_OK(m_camera.ReadMemory(kBlock + kTransmission, &value));
     EXPECT_EQ(value, 0x80000000);
-    ASSERT_OK(Write(kBlock + 0x2000, 77));
+    ASSERT_OK(m_camera.WriteMemory(kBlock + 0x2000, 77));
     ASSERT_OK(m_camera.ReadBaseRegister(0xF02000, &value));  // where a camera would say that a block is
     EXPECT_EQ(value, 77U);
     EXPECT_EQ(m_camera.ReadBaseRegister(0x400, &value).GetType(), ERR_READ_REGISTER_FAILED);
