@@ -41,6 +41,43 @@ inline Error Exchange(TestCamera& camera, Format7Settings* pSettings, bool isSet
     return isSet ? camera.SetFormat7(pSettings) : camera.GetFormat7(pSettings);
 }
 
+struct Pin {
+    unsigned int number;
+    unsigned int direction;
+};
+inline Error Exchange(TestCamera& camera, Pin* pPin, bool isSet) {
+    return isSet ? camera.SetGPIOPinDirection(pPin->number, pPin->direction)
+                 : camera.GetGPIOPinDirection(pPin->number, &pPin->direction);
+}
+
+struct MemoryChannels {
+    unsigned int first;   ///< got: loaded; set: to load
+    unsigned int second;  ///< got: highest; set: to save to
+};
+inline Error Exchange(TestCamera& camera, MemoryChannels* pChannels, bool isSet) {
+    const Error error = isSet ? camera.RestoreFromMemoryChannel(pChannels->first)
+                              : camera.GetMemoryChannel(&pChannels->first);
+    return error != ERR_OK ? error
+           : isSet         ? camera.SaveToMemoryChannel(pChannels->second)
+                           : camera.GetMemoryChannelInfo(&pChannels->second);
+}
+
+struct Lut {
+    bool isOn;
+    unsigned int entry;  ///< with the number 3, of channel 1
+};
+inline Error Exchange(TestCamera& camera, Lut* pLut, bool isSet) {
+    LUTData data;
+    unsigned int entries[16] = {};
+    entries[3] = pLut->entry;
+    Error error = isSet ? camera.SetLUTChannel(0, 1, 16, entries) : camera.GetLUTChannel(0, 1, 16, entries);
+    if (error == ERR_OK) {
+        error = isSet ? camera.EnableLUT(pLut->isOn) : camera.GetLUTInfo(&data);
+    }
+    *pLut = isSet ? *pLut : Lut{data.enabled, entries[3]};
+    return error;
+}
+
 /// Fields of a record.
 /// @param chosen   says what the record is about
 /// @param prepare  what else a set takes; may be empty
@@ -103,55 +140,16 @@ inline Setting Region() {
                             &Fields::width, &Fields::height, &Fields::pixelFormat);
 }
 
-inline Setting Pin(unsigned int pin) {
-    return {[pin](TestCamera& camera) {
-                unsigned int direction = 9;
-                EXPECT_OK(camera.GetGPIOPinDirection(pin, &direction));
-                return Join(direction);
-            },
-            [pin](TestCamera& camera, std::istream& words) {
-                unsigned int direction = 9;
-                words >> direction;
-                return camera.SetGPIOPinDirection(pin, direction);
-            }};
+inline Setting Direction(unsigned int pin) {
+    return OfRecord<Pin>(Pin{pin, 9}, nullptr, &Pin::direction);
 }
-
-/// Get: loaded, highest. Set: to load, to save to.
 inline Setting TheMemoryChannel() {
-    return {[](TestCamera& camera) {
-                unsigned int channel = 9;
-                unsigned int highest = 9;
-                EXPECT_OK(camera.GetMemoryChannel(&channel));
-                EXPECT_OK(camera.GetMemoryChannelInfo(&highest));
-                return Join(channel, highest);
-            },
-            [](TestCamera& camera, std::istream& words) {
-                unsigned int toLoad = 0;
-                unsigned int toSave = 0;
-                words >> toLoad >> toSave;
-                const Error error = camera.RestoreFromMemoryChannel(toLoad);
-                return error == ERR_OK ? camera.SaveToMemoryChannel(toSave) : error;
-            }};
+    return OfRecord<MemoryChannels>(MemoryChannels(), nullptr, &MemoryChannels::first,
+                                    &MemoryChannels::second);
 }
-
-/// On, and the entry with the number 3 of channel 1.
-inline Setting LutEntry() {
-    return {[](TestCamera& camera) {
-                LUTData data;
-                unsigned int entries[16] = {};
-                EXPECT_OK(camera.GetLUTInfo(&data));
-                EXPECT_OK(camera.GetLUTChannel(0, 1, 16, entries));
-                return Join(data.enabled, entries[3]);
-            },
-            [](TestCamera& camera, std::istream& words) {
-                bool isOn = false;
-                unsigned int entries[16] = {};
-                words >> isOn >> entries[3];
-                const Error error = camera.SetLUTChannel(0, 1, 16, entries);
-                return error == ERR_OK ? camera.EnableLUT(isOn) : error;
-            }};
+inline Setting TheLut() {
+    return OfRecord<Lut>(Lut(), nullptr, &Lut::isOn, &Lut::entry);
 }
-
 inline Setting Fire() {
     return {[](TestCamera&) { return std::string(); },
             [](TestCamera& camera, std::istream&) { return camera.FireSoftwareTrigger(); }};

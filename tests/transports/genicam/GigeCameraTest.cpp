@@ -91,32 +91,6 @@ TEST_F(GigeTest, ControlIsSharedInsideTheProcessAndLeftWithTheLastObject) {
     Peer().TakeControl();
 }
 
-TEST_F(GigeTest, ManyThreadsUseOneCameraWhileItStreams) {
-    ASSERT_OK(m_camera.Connect(kSerialNumber));
-    ASSERT_OK(m_camera.SetImageSize(64, 64));
-    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
-    std::vector<std::thread> threads;
-    for (unsigned int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&, address = 0x4000 + 64 * thread, begin = thread << 16] {
-            for (unsigned int round = begin; round < begin + 100; ++round) {
-                const unsigned int written[3] = {round, ~round, round * 7};
-                unsigned int read[3] = {};
-                EXPECT_OK(m_camera.WriteRegisterBlock(0, address, written, 3));
-                EXPECT_OK(m_camera.ReadRegisterBlock(0, address, read, 3));
-                EXPECT_TRUE(std::equal(written, written + 3, read));
-                EXPECT_EQ(m_camera.GetStream().GetNumResendPacketsReceived(), 0U);
-            }
-        });
-    }
-    Image image;
-    for (unsigned int frame = 0; frame < 10; ++frame) {
-        EXPECT_OK(m_camera.WaitForBufferEvent(&image, kPatienceMs));
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 TEST_F(GigeTest, WhatCannotBeReachedIsNamed) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
     unsigned int values[2] = {};

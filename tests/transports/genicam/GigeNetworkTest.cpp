@@ -109,6 +109,7 @@ TEST_F(GigeNetworkTest, LostPacketsAreSentAgainOrTheirFramesAreCorrupt) {
         EXPECT_EQ(seen.wrong, 0U) << "what is not missing is as it was sent";
         EXPECT_EQ(seen.incomplete, stream.GetNumOfImageCorrupt());
         EXPECT_EQ(stream.GetNumOfImageDelivered() > 0, noResend == 0);
+        EXPECT_GT(stream.GetNumOfImageDropped(), 0U) << "those that were lost as a whole";
         EXPECT_GE(link.GetLost(), 20U);
         EXPECT_EQ(link.GetRequested() > 0, noResend == 0);
         ASSERT_OK(camera.Disconnect());

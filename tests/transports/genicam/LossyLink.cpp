@@ -17,6 +17,7 @@ constexpr std::size_t kResendSize = 20;
 constexpr std::size_t kStreamHeaderSize = 8;
 constexpr unsigned int kPacketIdMask = 0xFFFFFF;
 constexpr unsigned int kLostPacket = 2;  // the leader is number 0
+constexpr unsigned int kLostImages = 8;
 constexpr std::size_t kMaxFrame = 65536;
 
 struct Datagram {
@@ -86,9 +87,12 @@ void LossyLink::Send(const Bytes& frame) {
 /// From the camera.
 void LossyLink::Deliver(const Bytes& frame) {
     const Datagram datagram = FindDatagram(frame);
-    if (datagram.sourcePort != kGvcpPort && datagram.size >= kStreamHeaderSize &&
-        (ReadBig32(datagram.pData + 4) & kPacketIdMask) == kLostPacket) {
-        m_kept[ReadBig16(datagram.pData + 2)] = frame;
+    const bool isStream = datagram.sourcePort != kGvcpPort && datagram.size >= kStreamHeaderSize;
+    const unsigned int image = isStream ? ReadBig16(datagram.pData + 2) : 0;
+    if (isStream && image % kLostImages == 0) {
+        ++m_lost;
+    } else if (isStream && (ReadBig32(datagram.pData + 4) & kPacketIdMask) == kLostPacket) {
+        m_kept[image] = frame;
         ++m_lost;
     } else {
         m_lost += write(m_nearEnd, frame.data(), frame.size()) < 0 ? 1 : 0;

@@ -52,8 +52,10 @@ const Mapping kMappings[] = {
      "TriggerSelector=FrameStart TriggerMode?On TriggerSource?Software TriggerActivation?RisingEdge "
      "ExposureMode?Timed"},
     {"software trigger", Fire(), "R[0x406c]=0", "", "", "R[0x406c]?0x00000001"},
-    {"pin 1", Pin(1), "LineSelector=Line1 LineMode=Output", "1", "0", "LineSelector=Line1 LineMode?Input"},
-    {"pin 2", Pin(2), "LineSelector=Line2 LineMode=Input", "0", "1", "LineSelector=Line2 LineMode?Output"},
+    {"pin 1", Direction(1), "LineSelector=Line1 LineMode=Output", "1", "0",
+     "LineSelector=Line1 LineMode?Input"},
+    {"pin 2", Direction(2), "LineSelector=Line2 LineMode=Input", "0", "1",
+     "LineSelector=Line2 LineMode?Output"},
     {"strobe 1", StrobeOf(1),
      "LineSelector=Line1 LineMode=Output LineSource=ExposureActive LineInverter=true", "1 0", "0 1",
      "LineSelector=Line1 LineSource?Off LineInverter?false"},
@@ -61,7 +63,7 @@ const Mapping kMappings[] = {
      "LineSelector=Line0 LineSource?ExposureActive LineMode?Output LineInverter?true"},
     {"user sets", TheMemoryChannel(), "UserSetSelector=UserSet1", "0 2", "2 1",
      "UserSetSelector?UserSet1 R[0x40a0]?0x00000001 R[0x40a4]?0x00000001"},
-    {"look-up table", LutEntry(),
+    {"look-up table", TheLut(),
      "LUTSelector=Red LUTEnable=true LUTSelector=Green LUTEnable=true LUTIndex=3 LUTValue=44", "1 44",
      "0 201", "LUTSelector=Red LUTEnable?false LUTSelector=Green LUTEnable?false LUTIndex=3 LUTValue?201"},
     {"region", Region(), "Width=256 Height=128 OffsetX=16 OffsetY=4 PixelFormat=Mono12", "0 16 4 256 128 6",
@@ -349,19 +351,31 @@ TEST_F(RegisterViewTest, DescriptionThatDoesNotEndIsRefused) {
     }
 }
 
-TEST_F(RegisterViewTest, RegistersThatShareASelectorDoNotMixThreadsUp) {
+TEST_F(RegisterViewTest, ManyThreadsUseOneCameraWhileItStreams) {
     ASSERT_OK(m_camera.Connect(kSerialNumber));
+    ASSERT_OK(m_camera.SetImageSize(64, 64));
+    ASSERT_OK(m_camera.StartCapture(nullptr, nullptr));
     std::vector<std::thread> threads;
     for (unsigned int output = 0; output < 2; ++output) {
-        threads.emplace_back([this, output] {
-            const Setting strobe = StrobeOf(output);
+        threads.emplace_back([&, output] {
+            const Setting strobe = StrobeOf(output);  // their registers share a selector
             for (unsigned int round = 0; round < 30; ++round) {
                 const std::string wanted = Join(round % 2, (round + output) % 2);
                 std::istringstream words(wanted);
                 EXPECT_OK(strobe.set(m_camera, words));
                 EXPECT_EQ(strobe.get(m_camera), wanted) << output;
+                const unsigned int written[3] = {output, ~round, round * 7};
+                unsigned int read[3] = {};
+                EXPECT_OK(m_camera.WriteRegisterBlock(0, 0x6000 + 64 * output, written, 3));
+                EXPECT_OK(m_camera.ReadRegisterBlock(0, 0x6000 + 64 * output, read, 3));
+                EXPECT_TRUE(std::equal(written, written + 3, read));
+                EXPECT_EQ(m_camera.GetStream().GetNumResendPacketsReceived(), 0U);
             }
         });
+    }
+    Image image;
+    for (unsigned int frame = 0; frame < 10; ++frame) {
+        EXPECT_OK(m_camera.WaitForBufferEvent(&image, kPatienceMs));
     }
     for (std::thread& thread : threads) {
         thread.join();
