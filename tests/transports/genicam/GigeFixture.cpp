@@ -100,20 +100,20 @@ void TestCamera::Quieten(Image* pImage) {
 
 int FindPicture(const Image& image) {
     const std::size_t stride = image.GetStride();
-    std::vector<bool> isMissing(stride * image.GetHeight());
+    std::vector<char> isMissing(stride * image.GetHeight(), 0);
     for (const ByteRange& range : image.GetMissingParts()) {
-        std::fill_n(isMissing.begin() + static_cast<std::ptrdiff_t>(range.offset), range.size, true);
+        std::fill_n(isMissing.begin() + static_cast<std::ptrdiff_t>(range.offset), range.size, 1);
     }
     int picture = -1;
     for (std::size_t position = 0; position < isMissing.size(); ++position) {
         const unsigned char byte = image.GetData()[position];
         const auto found = static_cast<unsigned char>(byte - position % stride - position / stride);
-        picture = picture < 0 && !isMissing[position] ? found : picture;
-        if (isMissing[position] ? byte != 0 : found != picture) {
+        picture = picture < 0 && isMissing[position] == 0 ? found : picture;
+        if (isMissing[position] != 0 ? byte != 0 : found != picture) {
             return -1;
         }
     }
-    return picture;
+    return std::max(picture, 0);  // of an image without a byte it may be any
 }
 
 /// The fake camera's picture has at position b of row y the byte b + y + the frame's 16-bit number.
