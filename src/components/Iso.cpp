@@ -201,7 +201,7 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
                         pTransition);
     if (error != ERR_OK) {
         // Also when switching on has failed: a write that went unanswered may have taken effect.
-        const Error ignored = EndStream(*pHardware, pQueue);
+        const Error ignored = EndStream(pHardware.get(), pQueue);
         static_cast<void>(ignored);
     }
     return error;
@@ -240,12 +240,14 @@ Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<Hardw
 
 /// After a loss, the camera may have come back and be streaming for another camera object, which is not to be
 /// stopped.
-Error Iso::EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue) {
+Error Iso::EndStream(HardwareInterface* pHardware, const boost::shared_ptr<FrameQueue>& pQueue) {
     Error error;
-    if (hardware.IsStreaming(pQueue)) {
-        error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+    if (pHardware != nullptr) {
+        if (pHardware->IsStreaming(pQueue)) {
+            error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+        }
+        pHardware->StopStream(pQueue);
     }
-    hardware.StopStream(pQueue);
     pQueue->Close();
     return error;
 }
@@ -260,11 +262,11 @@ Error Iso::StopCapture() {
             return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
         }
         pQueue = m_pQueue;
-        pHardware = m_pStreamHardware;
+        pHardware = m_pStreamHardware.lock();
     }
-    const Error error = EndStream(*pHardware, pQueue);
+    const Error error = EndStream(pHardware.get(), pQueue);
     StopCallbackThread();
-    const StreamCounters counters = pHardware->GetStreamCounters();
+    const StreamCounters counters = pHardware ? pHardware->GetStreamCounters() : m_resendsBase;
 
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_resends = Add(m_resends, m_resendsBase, counters);
@@ -499,7 +501,7 @@ void Iso::ResetNumOfImageDropped() {
 
 StreamCounters Iso::CountResends() const {
     boost::unique_lock<boost::mutex> lock(m_mutex);
-    const boost::shared_ptr<HardwareInterface> pHardware = m_pStreamHardware;
+    const boost::shared_ptr<HardwareInterface> pHardware = m_pStreamHardware.lock();
     const StreamCounters ended = m_resends;
     const StreamCounters base = m_resendsBase;
     lock.unlock();
