@@ -159,6 +159,8 @@ class Iso : public IOBase {
                        const std::atomic<bool>* pCancelled);
     void LearnEmbeddedInfo();
     void ReadEmbeddedInfo(Frame* pFrame) const;
+    static StreamCounters AddResends(const StreamCounters& total, const StreamCounters& from,
+                                     const StreamCounters& to);
     StreamCounters CountResends() const;
 
     const boost::shared_ptr<FrameCounters> m_pCounters;
