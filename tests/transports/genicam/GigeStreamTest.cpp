@@ -219,6 +219,7 @@ TEST_F(GigeStreamTest, PacketSettingsReachTheCameraOrAreRefused) {
     ASSERT_OK(m_camera.SetConfiguration(&config));
     ASSERT_OK(m_camera.WriteMemory(kPacketDelayAddress, 77));
     TriggerMode trigger;
+    ASSERT_OK(m_camera.GetTriggerMode(&trigger));
     trigger.onOff = true;
     trigger.source = 7;
     ASSERT_OK(m_camera.SetTriggerMode(&trigger));
