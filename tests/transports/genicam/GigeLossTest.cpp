@@ -1,6 +1,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <thread>
 
 #include "GigeFixture.h"
@@ -16,12 +17,15 @@ constexpr std::chrono::seconds kLossTakes(5);
 // An image that the system can hold while a busy machine does not look.
 constexpr unsigned int kSide = 128;
 
-/// Makes the call again and again until it fails.
-void ExpectLost(const std::function<Error()>& call) {
+/// Makes the call again and again until it fails, and tells when.
+void ExpectLost(const char* what, const std::function<Error()>& call) {
+    const auto begin = steady_clock::now();
     Error error;
     while ((error = call()) == ERR_OK) {
     }
     EXPECT_EQ(error.GetType(), ERR_CAMERA_LOST) << error.GetTrace();
+    std::printf("%s ended after %.2f s\n", what,
+                std::chrono::duration<double>(steady_clock::now() - begin).count());
 }
 
 // A killed camera's port is refused. Nothing tells of one that is stopped, as with a cable that was pulled
@@ -53,13 +57,15 @@ TEST_F(GigeTest, LossEndsAllWaitingAndTheCameraComesBack) {
         unsigned int value = 0;
         std::thread retrieving([&] {
             Image image;
-            ExpectLost([&] { return m_camera.GetStream().RetrieveBuffer(&image); });
+            ExpectLost("waiting retrieval", [&] { return m_camera.GetStream().RetrieveBuffer(&image); });
             hasEnded = true;
         });
         std::thread viewing([&] {
-            ExpectLost([&, size = 0U]() mutable { return m_camera.GetStream().ReadRegister(0x300C, &size); });
+            ExpectLost("read of a feature",
+                       [&, size = 0U]() mutable { return m_camera.GetStream().ReadRegister(0x300C, &size); });
         });
-        ExpectLost([&] { return m_camera.GetStream().ReadRegisterBlock(0, kWidthAddress, &value, 1); });
+        ExpectLost("write of a register",
+                   [&] { return m_camera.GetStream().WriteRegisterBlock(0, kTestAddress, &value, 1); });
         retrieving.join();
         viewing.join();
         EXPECT_TRUE(Await([&] { return GetGeneration() > generation; }));

@@ -1,6 +1,8 @@
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include "GigeFixture.h"
 #include "LossyLink.h"
@@ -11,6 +13,9 @@
 namespace Zevrin {
 namespace {
 
+using std::chrono::steady_clock;
+
+constexpr unsigned int kRate = 15;  // images in a second
 constexpr unsigned int kGvcpCapability = 0x0934;
 constexpr unsigned int kCanResend = 0x00000004;
 
@@ -28,7 +33,7 @@ class RemoteCamera : public TestCamera {
     void Serve() {
         m_room.Within([this] {
             m_pProgram = ServeCamera({"--serial", std::to_string(m_number), "--address", m_room.GetAddress(),
-                                      "--frame-rate", "15"});
+                                      "--frame-rate", std::to_string(kRate)});
         });
     }
     void Kill() { m_pProgram->Signal(SIGKILL); }
@@ -83,45 +88,70 @@ class GigeNetworkTest : public testing::Test {
 };
 
 TEST_F(GigeNetworkTest, LostPacketsAreSentAgainOrTheirFramesAreCorrupt) {
-    for (const unsigned int noResend : {0U, 1U}) {
-        SCOPED_TRACE(noResend);
-        Seen seen;
-        RemoteCamera camera(1, NetworkRoom::Cable::kTap);
-        const LossyLink link(camera.GetRoom().GetNearEnd(), camera.GetRoom().GetFarEnd());
-        ASSERT_OK(m_system.Rescan());
-        ZevrinConfig config;
-        config.packetSize = 1500;
-        config.packetResend = noResend;
-        config.deliverIncomplete = true;
-        camera.Begin(config, 300, 300);
-        ASSERT_OK(camera.WriteMemory(kGvcpCapability, kCanResend));  // which a connection asks for
-        ASSERT_OK(camera.Disconnect());
-        ASSERT_OK(camera.Connect(1));
-        ASSERT_OK(camera.StartCapture(Look, &seen));
-        Iso& stream = camera.GetStream();
-        // Each frame lacks a packet until it is sent again. A busy machine may be late to ask.
-        EXPECT_TRUE(Await([&] {
-            return (noResend == 0 ? stream.GetNumOfImageDelivered() : seen.incomplete.load()) >= 20;
-        }));
-        camera.Quieten();
-        EXPECT_TRUE(Await(
-            [&] { return seen.images == stream.GetNumOfImageDelivered() + stream.GetNumOfImageCorrupt(); }));
-        EXPECT_EQ(seen.wrong, 0U) << "what is not missing is as it was sent";
-        EXPECT_EQ(seen.incomplete, stream.GetNumOfImageCorrupt());
-        EXPECT_EQ(stream.GetNumOfImageDelivered() > 0, noResend == 0);
-        EXPECT_GT(stream.GetNumOfImageDropped(), 0U) << "those that were lost as a whole";
-        EXPECT_GE(link.GetLost(), 20U);
-        EXPECT_EQ(link.GetRequested() > 0, noResend == 0);
-        ASSERT_OK(camera.Disconnect());
-        ASSERT_OK(camera.Connect(1));
-        EXPECT_EQ(stream.GetNumResendPacketsRequested() > 0, noResend == 0) << "nothing is forgotten";
-        EXPECT_EQ(stream.GetNumResendPacketsReceived() > 0, noResend == 0);
-        ASSERT_OK(camera.Disconnect());  // while there is a cable
+    const struct {
+        unsigned int interval;  // packets of pixels, of which an image has 62
+        unsigned int imageInterval;
+        bool areAllHit;
+    } links[] = {{1000, 0, false}, {100, 0, false}, {20, 8, true}};
+    for (const auto& [interval, imageInterval, areAllHit] : links) {
+        for (const unsigned int noResend : {0U, 1U}) {
+            SCOPED_TRACE(testing::Message() << "one of " << interval << ", resend " << (noResend == 0));
+            Seen seen;
+            RemoteCamera camera(1, NetworkRoom::Cable::kTap);
+            const LossyLink link(camera.GetRoom().GetNearEnd(), camera.GetRoom().GetFarEnd(), interval,
+                                 imageInterval);
+            ASSERT_OK(m_system.Rescan());
+            ZevrinConfig config;
+            config.packetSize = 1500;
+            config.packetResend = noResend;
+            config.deliverIncomplete = true;
+            camera.Begin(config, 300, 300);
+            ASSERT_OK(camera.WriteMemory(kGvcpCapability, kCanResend));  // which a connection asks for
+            ASSERT_OK(camera.Disconnect());
+            ASSERT_OK(camera.Connect(1));
+            ASSERT_OK(camera.StartCapture(Look, &seen));
+            Iso& stream = camera.GetStream();
+            EXPECT_TRUE(Await([&] {  // a busy machine may be late to ask
+                const bool isSeen = noResend != 0 ? seen.incomplete >= 2
+                                                  : stream.GetNumResendPacketsReceived() > 0 &&
+                                                        stream.GetNumOfImageDelivered() >= 10;
+                return isSeen && camera.CountAll() >= 2 * imageInterval;
+            }));
+            camera.Quieten();
+            EXPECT_TRUE(Await([&] {
+                return seen.images == stream.GetNumOfImageDelivered() + stream.GetNumOfImageCorrupt();
+            }));
+            std::printf(
+                "one of %4u lost, resend %-3s: %u frames, %u packets lost, %u asked for again, "
+                "%u frames corrupt\n",
+                interval, noResend == 0 ? "on" : "off", camera.CountAll(), link.GetLost(),
+                link.GetRequested(), stream.GetNumOfImageCorrupt());
+            EXPECT_EQ(seen.wrong, 0U) << "what is not missing is as it was sent";
+            EXPECT_EQ(seen.incomplete, stream.GetNumOfImageCorrupt());
+            EXPECT_TRUE(!areAllHit || (stream.GetNumOfImageDelivered() > 0) == (noResend == 0));
+            EXPECT_TRUE(imageInterval == 0 || stream.GetNumOfImageDropped() > 0) << "as a whole";
+            EXPECT_EQ(link.GetRequested() > 0, noResend == 0);
+            ASSERT_OK(camera.Disconnect());
+            ASSERT_OK(camera.Connect(1));
+            EXPECT_EQ(stream.GetNumResendPacketsRequested() > 0, noResend == 0) << "nothing is forgotten";
+            EXPECT_EQ(stream.GetNumResendPacketsReceived() > 0, noResend == 0);
+            ASSERT_OK(camera.Disconnect());  // while there is a cable
+        }
     }
 }
 
+/// Four, or what ZEVRIN_STREAM_SECONDS says.
+unsigned int GetStreamSeconds() {
+    const char* const pText = std::getenv("ZEVRIN_STREAM_SECONDS");
+    return pText != nullptr ? static_cast<unsigned int>(std::atoi(pText)) : 4;
+}
+
+double GetSecondsSince(steady_clock::time_point begin) {
+    return std::chrono::duration<double>(steady_clock::now() - begin).count();
+}
+
 TEST_F(GigeNetworkTest, EightCamerasStreamAtOnceAndOneComesBackAndEveryFrameIsAccountedFor) {
-    constexpr unsigned int kImages = 30;  // of each at least, before and after
+    const unsigned int images = kRate * GetStreamSeconds() / 2;  // of each at least, before and after
     std::vector<Seen> seen(8);
     std::vector<std::unique_ptr<RemoteCamera>> cameras;
     for (unsigned int number = 1; number <= seen.size(); ++number) {
@@ -140,16 +170,21 @@ TEST_F(GigeNetworkTest, EightCamerasStreamAtOnceAndOneComesBackAndEveryFrameIsAc
                                [=](const Seen& one) { return one.images >= count; });
         }));
     };
-    awaitImages(kImages);
+    awaitImages(images);
     RemoteCamera& victim = *cameras.back();
     victim.ReconnectByItself();
     const unsigned int generation = GetGeneration(victim.GetNumber());
+    const auto killed = steady_clock::now();
     victim.Kill();
     EXPECT_TRUE(Await([&] { return GetGeneration(victim.GetNumber()) != generation; }));
+    const double noticed = GetSecondsSince(killed);
     victim.Serve();
+    const auto returned = steady_clock::now();
     ASSERT_OK(victim.WaitForReconnection(kPatienceMs));
     EXPECT_TRUE(Await([&] { return seen.back().gaps == 1; }));
-    awaitImages(seen.back().images + kImages);
+    std::printf("one killed: noticed after %.2f s; first image %.2f s after its return\n", noticed,
+                GetSecondsSince(returned));
+    awaitImages(seen.back().images + images);
     std::printf("camera delivered  corrupt  dropped  driver-dropped\n");
     for (std::size_t index = 0; index < seen.size(); ++index) {
         Iso& stream = cameras[index]->GetStream();

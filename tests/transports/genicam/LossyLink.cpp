@@ -16,8 +16,7 @@ constexpr unsigned int kResendCommand = 0x0040;  // PACKETRESEND_CMD
 constexpr std::size_t kResendSize = 20;
 constexpr std::size_t kStreamHeaderSize = 8;
 constexpr unsigned int kPacketIdMask = 0xFFFFFF;
-constexpr unsigned int kLostPacket = 2;  // the leader is number 0
-constexpr unsigned int kLostImages = 8;
+constexpr unsigned int kPixels = 3;  // a packet's format; leader and trailer have others
 constexpr std::size_t kMaxFrame = 65536;
 
 struct Datagram {
@@ -40,8 +39,13 @@ Datagram FindDatagram(const std::vector<unsigned char>& frame) {
 
 }  // namespace
 
-LossyLink::LossyLink(int nearEnd, int farEnd)
-    : m_nearEnd(nearEnd), m_farEnd(farEnd), m_end(eventfd(0, EFD_CLOEXEC)), m_thread([this] { Carry(); }) {}
+LossyLink::LossyLink(int nearEnd, int farEnd, unsigned int interval, unsigned int imageInterval)
+    : m_nearEnd(nearEnd),
+      m_farEnd(farEnd),
+      m_interval(interval),
+      m_imageInterval(imageInterval),
+      m_end(eventfd(0, EFD_CLOEXEC)),
+      m_thread([this] { Carry(); }) {}
 
 LossyLink::~LossyLink() {
     eventfd_write(m_end, 1);
@@ -76,9 +80,10 @@ void LossyLink::Send(const Bytes& frame) {
         m_lost += write(m_farEnd, frame.data(), frame.size()) < 0 ? 1 : 0;
         return;
     }
-    const auto kept = m_kept.find(ReadBig16(datagram.pData + 10));
-    if (kept != m_kept.end() && (ReadBig32(datagram.pData + 12) & kPacketIdMask) <= kLostPacket &&
-        (ReadBig32(datagram.pData + 16) & kPacketIdMask) >= kLostPacket) {
+    const unsigned int image = ReadBig16(datagram.pData + 10);
+    const auto first = m_kept.lower_bound({image, ReadBig32(datagram.pData + 12) & kPacketIdMask});
+    const auto end = m_kept.upper_bound({image, ReadBig32(datagram.pData + 16) & kPacketIdMask});
+    for (auto kept = first; kept != end; ++kept) {
         ++m_requested;
         m_lost += write(m_nearEnd, kept->second.data(), kept->second.size()) < 0 ? 1 : 0;
     }
@@ -89,10 +94,11 @@ void LossyLink::Deliver(const Bytes& frame) {
     const Datagram datagram = FindDatagram(frame);
     const bool isStream = datagram.sourcePort != kGvcpPort && datagram.size >= kStreamHeaderSize;
     const unsigned int image = isStream ? ReadBig16(datagram.pData + 2) : 0;
-    if (isStream && image % kLostImages == 0) {
+    const bool isPixels = isStream && (datagram.pData[4] & 0x0F) == kPixels;
+    if (isStream && m_imageInterval != 0 && image % m_imageInterval == 0) {
         ++m_lost;
-    } else if (isStream && (ReadBig32(datagram.pData + 4) & kPacketIdMask) == kLostPacket) {
-        m_kept[image] = frame;
+    } else if (isPixels && ++m_passed % m_interval == 0) {
+        m_kept[{image, ReadBig32(datagram.pData + 4) & kPacketIdMask}] = frame;
         ++m_lost;
     } else {
         m_lost += write(m_nearEnd, frame.data(), frame.size()) < 0 ? 1 : 0;

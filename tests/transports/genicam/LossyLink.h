@@ -3,17 +3,19 @@
 #include <atomic>
 #include <map>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Zevrin {
 
-/// Carries Ethernet frames between a camera and this machine, loses the second packet of pixels of each of
-/// the camera's images, and answers requests for it in the camera's place, since Aravis' fake camera does
-/// not.
+/// Carries Ethernet frames between a camera and this machine, loses some of the packets of its images, and
+/// answers requests for them in the camera's place, since Aravis' fake camera does not.
 class LossyLink {
   public:
     /// @param nearEnd, farEnd  handles that give and take whole frames
-    LossyLink(int nearEnd, int farEnd);
+    /// @param interval       of so many packets of pixels one is lost
+    /// @param imageInterval  of so many images one is lost as a whole; 0: none
+    LossyLink(int nearEnd, int farEnd, unsigned int interval, unsigned int imageInterval);
     ~LossyLink();
     LossyLink(const LossyLink&) = delete;
     LossyLink& operator=(const LossyLink&) = delete;
@@ -30,8 +32,11 @@ class LossyLink {
 
     const int m_nearEnd;
     const int m_farEnd;
-    const int m_end;                       // readable: the thread is to end
-    std::map<unsigned int, Bytes> m_kept;  // what was lost, by the number of its image
+    const unsigned int m_interval;
+    const unsigned int m_imageInterval;
+    const int m_end;  // readable: the thread is to end
+    unsigned int m_passed = 0;
+    std::map<std::pair<unsigned int, unsigned int>, Bytes> m_kept;  // lost ones, by image and packet
     std::atomic<unsigned int> m_lost{0};
     std::atomic<unsigned int> m_requested{0};
     std::thread m_thread;
