@@ -1,5 +1,3 @@
-#include <boost/thread/thread.hpp>
-
 #include "BusMaster.h"
 #include "SimulatedFixture.h"
 
@@ -12,42 +10,40 @@ std::unique_ptr<BusMaster> MakeBusMaster() {
     return std::make_unique<BusMaster>(std::move(transports));
 }
 
-constexpr const char* kTwoBuses =
-    R"({"clock": "manual", "buses": [{"cameras": [{}, {}]}, {"cameras": [{}]}]})";
-
 TEST(SimulatedTopology, ChangesRaiseGenerations) {
-    const auto pSimulation = MakeSimulation(kTwoBuses);
+    const auto pSimulation =
+        MakeSimulation(R"({"clock": "manual", "buses": [{"cameras": [{}, {}]}, {"cameras": [{}]}]})");
     const auto pBusMaster = MakeBusMaster();
     std::vector<CameraIdentity> cameras;
+    const struct {
+        Error (Simulation::*change)(unsigned int);
+        unsigned int serialNumber;
+        std::vector<bool> raised;  ///< of each camera
+        std::size_t present;
+    } table[] = {
+        {&Simulation::ResetBus, 1002, {true, true, false}, 3},
+        {&Simulation::Unplug, 1001, {true, true, false}, 2},
+        {&Simulation::Unplug, 1001, {false, false, false}, 2},
+        {&Simulation::Replug, 1001, {true, true, false}, 3},
+        {&Simulation::ResetBus, 1003, {false, false, true}, 3},
+    };
     ASSERT_TRUE(IsOk(pBusMaster->GetCameras(&cameras)));
-    ASSERT_EQ(cameras.size(), 3U);
-    unsigned int before[] = {1, 1, 1};
-    const auto expectRaised = [&](const char* what, const std::vector<bool>& expected) {
+    std::vector<unsigned int> before(3, 1);
+    for (const auto& row : table) {
+        EXPECT_TRUE(IsOk((*pSimulation.*row.change)(row.serialNumber)));
+        EXPECT_EQ((*pSimulation.*row.change)(5), ERR_CAMERA_NOT_FOUND);
         for (unsigned int index = 0; index < 3; ++index) {
             const unsigned int now = pBusMaster->GetGeneration(1001 + index);
-            EXPECT_EQ(now > before[index], expected[index]) << what << ", camera " << index;
+            EXPECT_EQ(now > before[index], row.raised[index]) << &row - table << ", camera " << index;
             before[index] = now;
         }
-    };
-    ASSERT_TRUE(IsOk(pSimulation->ResetBus(1002)));
-    expectRaised("reset", {true, true, false});
-    ASSERT_TRUE(IsOk(pSimulation->Unplug(1001)));
-    expectRaised("unplug", {true, true, false});
-    ASSERT_TRUE(IsOk(pSimulation->Unplug(1001)));
-    expectRaised("unplug again", {false, false, false});
-    ASSERT_TRUE(IsOk(pBusMaster->GetCameras(&cameras)));
-    EXPECT_EQ(cameras.size(), 2U);
-    ASSERT_TRUE(IsOk(pSimulation->Replug(1001)));
-    expectRaised("replug", {true, true, false});
-    ASSERT_TRUE(IsOk(pSimulation->ResetBus(1003)));
-    expectRaised("the other bus", {false, false, true});
-    EXPECT_EQ(pSimulation->Unplug(5).GetType(), ERR_CAMERA_NOT_FOUND);
-    EXPECT_EQ(pSimulation->Replug(5).GetType(), ERR_CAMERA_NOT_FOUND);
-    EXPECT_EQ(pSimulation->ResetBus(5).GetType(), ERR_CAMERA_NOT_FOUND);
+        ASSERT_TRUE(IsOk(pBusMaster->GetCameras(&cameras)));
+        EXPECT_EQ(cameras.size(), row.present);
+    }
 }
 
 TEST(SimulatedTopology, AnUnpluggedCameraIsLostAndComesBackPoweredUpAnew) {
-    const auto pSimulation = MakeSimulation(kTwoBuses);
+    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}, {}]})");
     const auto pCamera = OpenCamera(1001);
     WriteCommand(*pCamera, 0x600, 0x20000000);
     Listening stream(*pCamera);
@@ -112,51 +108,6 @@ TEST(SimulatedTopology, HandlesOutliveEverythingAndServeTheNextSimulation) {
     EXPECT_TRUE(IsOk(pCamera->Open()));
     pSimulation.reset();
     EXPECT_EQ(pCamera->Open().GetType(), ERR_CAMERA_LOST);
-}
-
-// For the thread sanitizer: everything at once, on real clocks.
-TEST(SimulatedTopology, StandsManyThreads) {
-    const auto pSimulation = MakeSimulation(
-        R"({"cameras": [{"serial": 41, "count": 4, "width": 64, "height": 48, "frameRate": 1000}]})");
-    const auto pBusMaster = MakeBusMaster();
-    std::atomic<bool> isDone{false};
-    boost::thread_group threads;
-    for (unsigned int serial = 41; serial < 45; ++serial) {
-        boost::shared_ptr<HardwareInterface> pCamera;
-        ASSERT_TRUE(IsOk(pBusMaster->AcquireHardware(serial, &pCamera)));
-        threads.create_thread([&isDone, pCamera] {
-            while (!isDone) {
-                Error error = pCamera->Open();
-                // Gone as soon as the stream has stopped: nobody may write to it any more.
-                std::vector<unsigned char> memory(3 * 64 * 48);
-                const auto pQueue = boost::make_shared<FrameQueue>(
-                    3, 64 * 48, GRAB_IN_ORDER, false, memory.data(), boost::make_shared<FrameCounters>());
-                error = pCamera->StartStream(ZevrinConfig(), pQueue);
-                const unsigned int on = kOn;
-                error = pCamera->WriteQuadlets(kRegisterSpace, kCommandBase + kTransmissionRegister, &on, 1,
-                                               false);
-                Frame* pFrame = nullptr;
-                for (int count = 0; count < 5 && pQueue->Retrieve(&pFrame, 100) == ERR_OK; ++count) {
-                    pQueue->Release(pFrame);
-                }
-                pCamera->StopStream(pQueue);
-                pCamera->Close();
-            }
-        });
-    }
-    for (int round = 0; round < 100; ++round) {
-        EXPECT_TRUE(IsOk(pSimulation->Unplug(41)));
-        EXPECT_TRUE(IsOk(pSimulation->ResetBus(42)));
-        EXPECT_TRUE(IsOk(pSimulation->Replug(41)));
-        EXPECT_TRUE(IsOk(pSimulation->SetFaults(43, R"({"drop": {"share": 0.5}})")));
-        boost::this_thread::yield();
-    }
-    EXPECT_TRUE(Await([&] {
-        SimulatedFrameCounts counts;
-        return pSimulation->GetFrameCounts(44, &counts) == ERR_OK && counts.sent >= 20;
-    }));
-    isDone = true;
-    threads.join_all();
 }
 
 }  // namespace
