@@ -12,13 +12,19 @@ struct Script {
 };
 
 const Script kScripts[] = {
+    {"ConfigurationRomLeadsToTheCommandRegisters", R"("vendor": "Vend", "model": "Mod")", R"(
+FF100400=404AEA3 FF100404=31333934 FF100410=3E9 # at 0xF0000400, with checksums; "1394"; the serial number
+FF100414=35E98 FF100420=D1000001 # the root directory; the next quadlet begins that of the unit
+FF100424=4B24E FF100428=1200A02D FF100430=D4000002 # the specifier is IIDC's; what depends on the unit
+FF100438=37F89 FF10043C=403C0000 # 0xF0F00000, in quadlets from the initial register space
+FF100440=81000002 FF100448=4CE73 FF100454=56656E64 # "Vend"
+FF100444=82000006 FF10045C=327AE FF100468=4D6F6400 # "Mod"
+)"},
     {"RegistersBehaveAsTheCameraDoes", R"("width": 1024, "height": 768)", R"(
 100=C1000000 180=6000000 # formats 0, 1 and 7; mono modes of format 0
 184=27000000 # mono modes of format 1 that fit the sensor
 100<0 100=C1000000 # inquiry registers are read-only
-214=FF000000 # 640 x 480 mono in every rate
 23C=FE000000 # 1024 x 768 with 16 bits, 240 frames/s are too many for the bus
-400=D0809803 610=80000000 # basic functions; powered up
 600<FFFFFFFF 600=E0000000 # three bits stick
 600<60000000 604<A0000000 608<0 628=0 # 15 frames/s; mode 5; format 0; the combination is there
 604<80000000 628=80000000 # mode 4 is RGB, which a mono camera lacks; the combination is not there
@@ -45,7 +51,6 @@ const Script kScripts[] = {
 8050=3AA3D70A # frame interval: 1.25 ms
 8044<28020000 807C=80400000 # packet size that is not a multiple of 4
 0<80000000 404=E39D0000 # factory settings again; a mono camera lacks white balance, hue and saturation
-408=0 40C=58000000 # no zoom and its like; pins, strobes, look-up table
 50C=0 80C=0 # an absent feature
 51C=DB001FFF # shutter: absolute, one push, read out, auto, manual; 1 to 4095
 81C=820000FA 71C=3C0C1C # shutter: 250; absolute values of the shutter, at 0x3070
@@ -74,8 +79,7 @@ const Script kScripts[] = {
 11004<FFFFFFFF 11004=3FF # an entry has 10 bits
 11008=2 # linear
 13000<0 13000=3FF # bank 2 is only read; bank 2 inverts
-48C=3C1400 5000=F0000000 # strobes; four of them
-5204<FFFFFFFF 5204=83FFFFFF # all there is to set
+5204<FFFFFFFF 5204=83FFFFFF # strobe: all there is to set
 11F8<FFFFFFFF 11F8=F0000000 # four pins have a direction
 820<82000064 620<0 620=10000000 # gain 10 dB; the factory's channel cannot be saved to
 620<20000000 618<80000000 618=0 # channel 2; save; clears itself
@@ -84,7 +88,6 @@ const Script kScripts[] = {
 624<20000000 820=82000064 11004=3FF # channel 2; what was saved
 614=0 # transmission is no setting
 12FC<7 12FC=7 # a counter
-12E0=0 # seconds since power-up
 12E0<7 12E0=0 # is only read
 1A50=80003000 1A54=840 2100=40533333 # three measurements; at 0x2100; 3.3 V
 1A58=80002000 # two measurements
@@ -111,12 +114,7 @@ faults:{"registers":{"addresses":["0x604"]}} 604! 604!0 604! 608=E0000000
 83C<82000001 614<80000000 +1000000 83C<820000C8 +1000000 614<0 count:49 # from 0.25 to 50 at once
 81C<820000FA 604<A0000000 608<0 # 640 x 480 mono, at the standard's rates
 600<0 614<80000000 +8005000 614<0 count:15
-600<20000000 614<80000000 +8005000 614<0 count:30
-600<40000000 614<80000000 +8005000 614<0 count:60
 600<60000000 614<80000000 +8005000 614<0 count:120
-600<80000000 614<80000000 +8005000 614<0 count:240
-600<A0000000 614<80000000 +8005000 614<0 count:480
-600<C0000000 614<80000000 +8005000 614<0 count:960
 600<E0000000 614<80000000 +8005000 614<0 count:1920
 )"},
     {"MemorySurvivesALossOfPower", "", R"(
@@ -212,6 +210,20 @@ TEST(SimulatedEvents, HaveOneSinkThatOutlastsTheCamera) {
     EXPECT_EQ(camera.m_pSimulation->GetPin(1001, 4, &isHigh).GetType(), ERR_VALUE_OUT_OF_RANGE);
     EXPECT_EQ(camera.m_pSimulation->PulseInput(1001, 0, 0).GetType(), ERR_VALUE_OUT_OF_RANGE);
     EXPECT_EQ(camera.m_pSimulation->SetInput(5, 0, true).GetType(), ERR_CAMERA_NOT_FOUND);
+}
+
+TEST(SimulatedFaults, StayWhenNewOnesAreRefusedAndCutARunOfWrites) {
+    ScriptedCamera camera;
+    camera.Follow(R"(faults:{"registers":{"addresses":["0x604"]}})");
+    EXPECT_EQ(camera.m_pSimulation->SetFaults(1001, R"({"drop": {"share": 2}})"), ERR_INVALID_DESCRIPTION);
+    EXPECT_EQ(camera.m_pSimulation->SetFaults(5, "{}"), ERR_CAMERA_NOT_FOUND);
+    const unsigned int run[] = {0x20000000, 0x20000000, 0};
+    EXPECT_EQ(camera.m_pCamera->WriteQuadlets(kRegisterSpace, kCommandBase + 0x600, run, 3, false),
+              ERR_WRITE_REGISTER_FAILED);
+    camera.Follow("600=20000000 608=E0000000");  // what was written before the failure stays
+    unsigned int errors = 0;
+    ASSERT_TRUE(IsOk(camera.m_pCamera->GetPortErrors(&errors)));
+    EXPECT_EQ(errors, 1U);
 }
 
 }  // namespace

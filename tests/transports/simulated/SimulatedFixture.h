@@ -53,12 +53,11 @@ inline void WriteCommand(HardwareInterface& camera, unsigned int offset, unsigne
 /// A queue that listens to a camera for as long as it lives.
 class Listening {
   public:
-    explicit Listening(HardwareInterface& camera, unsigned int bufferCount = 64,
-                       GrabMode mode = GRAB_IN_ORDER, bool deliverIncomplete = false)
+    explicit Listening(HardwareInterface& camera, unsigned int bufferCount = 64)
         : m_camera(camera), m_pCounters(boost::make_shared<FrameCounters>()) {
         StreamFormat format;
         EXPECT_TRUE(IsOk(camera.GetStreamFormat(&format)));
-        m_pQueue = boost::make_shared<FrameQueue>(bufferCount, format.payloadSize, mode, deliverIncomplete,
+        m_pQueue = boost::make_shared<FrameQueue>(bufferCount, format.payloadSize, GRAB_IN_ORDER, false,
                                                   nullptr, m_pCounters);
         EXPECT_TRUE(IsOk(camera.StartStream(ZevrinConfig(), m_pQueue)));
     }

@@ -35,31 +35,6 @@ TEST(SimulatedTiming, SwitchingOffWaitsForTheFrameThatIsOnItsWay) {
     EXPECT_EQ(stream.Counters().corrupt, 1U);
 }
 
-/// Ten buffers, all held while transmission is off: what comes first afterwards is never an old frame. On the
-/// real clock, whose thread may be about to send when the switch is thrown.
-TEST(SimulatedTiming, NoFrameOutlivesTheSwitchingOff) {
-    const auto pSimulation =
-        MakeSimulation(R"({"cameras": [{"frameRate": 200, "width": 64, "height": 48, "exposureUs": 1000,
-            "embeddedItems": 1, "faults": {"delay": {"share": 0.5}, "delayUs": 12000}}]})");
-    const auto pCamera = OpenCamera(1001);
-    WriteCommand(*pCamera, 0x12F8, 1);
-    Listening stream(*pCamera, 10);
-    unsigned int switchedOn = ReadBusTicks(*pCamera);
-    for (int round = 0; round < 20; ++round) {
-        WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        Frame* held[10] = {};
-        for (Frame*& pFrame : held) {
-            ASSERT_TRUE(IsOk(stream.Queue().Retrieve(&pFrame, 60000)));
-            EXPECT_LT(ReadStamp(*pFrame) - switchedOn, 60 * 8000 * kTicksPerCycle) << "an old one";
-        }
-        WriteCommand(*pCamera, kTransmissionRegister, 0);
-        for (Frame* pFrame : held) {
-            stream.Queue().Release(pFrame);
-        }
-        switchedOn = ReadBusTicks(*pCamera);
-    }
-}
-
 // Two cameras at 100 frames/s are switched on one after the other, each write a moment of no length unless
 // the description says otherwise. Cycles are 125 us.
 TEST(SimulatedTiming, IsEachCamerasOwn) {
@@ -108,33 +83,26 @@ TEST(SimulatedTiming, IsEachCamerasOwn) {
     }
 }
 
-/// Notes when events happen, and what time it is then on another bus.
-class Witness : public EventSink {
-  public:
-    explicit Witness(HardwareInterface& elsewhere) : m_elsewhere(elsewhere) {}
-    void OnDeviceEvent(const RawDeviceEvent& event) override {
-        m_cycles.push_back(event.timeStampNs / 125000);
-        m_elsewhereCycles.push_back(ReadBusTicks(m_elsewhere) / kTicksPerCycle);
-    }
-    HardwareInterface& m_elsewhere;
-    std::vector<unsigned long long> m_cycles;
-    std::vector<unsigned long long> m_elsewhereCycles;
-};
-
 TEST(SimulatedTiming, BusesMoveTogether) {
     const auto pSimulation = MakeSimulation(
         R"({"clock": "manual", "buses": [{"cameras": [{"interface": "u3v", "frameRate": 70}]},
             {"cameras": [{"interface": "u3v", "frameRate": 300}]}]})");
     const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
-    Witness witness(*cameras[0]);
+    struct : EventSink {
+        void OnDeviceEvent(const RawDeviceEvent& event) override {
+            EXPECT_EQ(ReadBusTicks(*pFirst) / kTicksPerCycle, event.timeStampNs / 125000);
+            ++count;
+        }
+        boost::shared_ptr<HardwareInterface> pFirst;
+        unsigned int count = 0;
+    } witness;
+    witness.pFirst = cameras[0];
     for (const auto& pCamera : cameras) {
         ASSERT_TRUE(IsOk(pCamera->SetEventSink(&witness)));
         WriteCommand(*pCamera, kTransmissionRegister, kOn);
     }
     pSimulation->AdvanceClock(kSecond);
-    EXPECT_GT(witness.m_cycles.size(), 3 * 360U);
-    EXPECT_TRUE(std::is_sorted(witness.m_cycles.begin(), witness.m_cycles.end()));
-    EXPECT_EQ(witness.m_cycles, witness.m_elsewhereCycles);
+    EXPECT_GT(witness.count, 3 * 360U);
     for (const auto& pCamera : cameras) {
         ASSERT_TRUE(IsOk(pCamera->SetEventSink(nullptr)));
     }
