@@ -1,4 +1,3 @@
-#include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 #include <filesystem>
 #include <fstream>
