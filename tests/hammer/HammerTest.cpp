@@ -212,20 +212,19 @@ class Hammer : public testing::TestWithParam<Row> {
     /// All go on until each has done its rounds, so that each meets all others.
     void Run(const Row& row) {
         m_busy = 1;  // as long as they have not lived
-        std::vector<std::pair<const char*, std::unique_ptr<boost::thread>>> threads;
+        std::vector<std::pair<const char*, boost::thread>> threads;
         for (const Duty& duty : row.duties) {
             for (unsigned int number = 0; number < duty.threads; ++number) {
                 ++m_busy;
                 const auto seed = static_cast<unsigned int>(threads.size() + 1);
-                threads.emplace_back(duty.name, std::make_unique<boost::thread>(
-                                                    [this, &row, &duty, seed] { Work(row, duty, seed); }));
+                threads.emplace_back(duty.name, [this, &row, &duty, seed] { Work(row, duty, seed); });
             }
         }
         EXPECT_TRUE(Await([this] { return HasLived(); }));
         --m_busy;
         const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::seconds(120);
-        for (const auto& thread : threads) {
-            if (!thread.second->try_join_until(deadline)) {
+        for (auto& thread : threads) {
+            if (!thread.second.try_join_until(deadline)) {
                 std::fprintf(stderr, "%s: the thread \"%s\" does not end\n", row.name, thread.first);
                 std::abort();  // with the stacks of all threads for the debugger
             }

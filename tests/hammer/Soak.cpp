@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -98,7 +99,7 @@ Error Disturb(Simulation& simulation, std::vector<Participant>& participants, Ra
 
 /// GigE Vision has no count of what was sent but the numbers of the images: those that came after the last
 /// one that was taken are not known, and no more than the buffers.
-bool PrintRow(const Participant& participant, const Simulation& simulation) {
+bool Print(const Participant& participant, const Simulation& simulation) {
     FrameAccount account = participant.pCamera->GetAccount(simulation);
     const unsigned long long sum =
         account.delivered + account.corrupt + account.dropped + account.driverDropped;
@@ -107,9 +108,8 @@ bool PrintRow(const Participant& participant, const Simulation& simulation) {
         account.sent = std::min(std::max(sum, known), known + 2 * kBuffers);
     }
     const bool isGood = account.AddsUp() && account.sent > 0;
-    std::printf("%8u %10llu %10llu %8llu %8llu %14llu  %s\n", participant.serialNumber, account.sent,
-                account.delivered, account.corrupt, account.dropped, account.driverDropped,
-                isGood ? "adds up" : "DOES NOT ADD UP");
+    std::cout << "camera " << participant.serialNumber << ": " << account
+              << (isGood ? "" : ", which DOES NOT ADD UP") << "\n";
     return isGood;
 }
 
@@ -162,11 +162,10 @@ int Run(unsigned int seconds, unsigned int seed, unsigned int gigeCameras) {
     }
     isOver = true;
     threads.join_all();
-    std::printf("%8s %10s %10s %8s %8s %14s  (seed %u)\n", "camera", "sent", "delivered", "corrupt",
-                "dropped", "driver-dropped", seed);
+    std::cout << "seed " << seed << "\n";
     for (const Participant& participant : participants) {
         isGood = IsGood(participant.pCamera->Disconnect(), "disconnecting") && isGood;
-        isGood = PrintRow(participant, *pSimulation) && isGood;
+        isGood = Print(participant, *pSimulation) && isGood;
     }
     return isGood ? 0 : 1;
 }

@@ -75,6 +75,12 @@ class Reconnection : public testing::Test {
         });
     }
 
+    static void Take(Image* pImage, const void* pData) {
+        auto* const pThis = static_cast<Reconnection*>(const_cast<void*>(pData));
+        EXPECT_EQ(pThis->m_camera.WaitForReconnection(kPatienceMs), ERR_NOT_SUPPORTED) << "waits for this";
+        ++pThis->m_imagesAfter.at(pImage->GetGaps());
+    }
+
     unsigned int ReadBack(unsigned int offset) {
         unsigned int value = 0;
         EXPECT_TRUE(IsOk(m_camera.ReadRegister(offset, &value)));
@@ -84,6 +90,7 @@ class Reconnection : public testing::Test {
     boost::shared_ptr<Simulation> m_pSimulation;
     boost::mutex m_mutex;  // guards the steps
     std::vector<ReconnectReport> m_steps;
+    std::array<std::atomic<unsigned int>, 2> m_imagesAfter{};  // so many gaps, in the callback
     TestCamera m_camera;
 };
 
@@ -134,28 +141,16 @@ TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
 }
 
 TEST_F(Reconnection, SurvivesABusResetWithItsCallbackAndSaysWhatTheCameraRefuses) {
-    struct Shared {
-        TestCamera& camera;
-        std::atomic<unsigned int> images{0};
-        std::atomic<bool> isMarked{false};
-    } shared{m_camera, {}, {}};
     ASSERT_TRUE(IsOk(m_camera.WriteRegister(kGain, 0x82000011)));
     ASSERT_TRUE(IsOk(m_camera.StartCapture(nullptr, nullptr)));
-    ASSERT_TRUE(IsOk(m_camera.GetStream().SetCallback(
-        [](Image* pImage, const void* pData) {
-            auto& told = *static_cast<Shared*>(const_cast<void*>(pData));
-            EXPECT_EQ(told.camera.WaitForReconnection(kPatienceMs), ERR_NOT_SUPPORTED) << "waits for this";
-            told.isMarked = pImage->GetGaps() == 1;
-            ++told.images;
-        },
-        &shared)));
+    ASSERT_TRUE(IsOk(m_camera.GetStream().SetCallback(Take, this)));
     m_pSimulation->AdvanceClock(kSecond / 3);
-    EXPECT_TRUE(Await([&] { return shared.images > 0; }));
+    EXPECT_TRUE(Await([this] { return m_imagesAfter[0] > 0; }));
     ASSERT_TRUE(IsOk(m_pSimulation->SetFaults(kSerial, R"({"registers": {"addresses": ["0x820"]}})")));
     ASSERT_TRUE(IsOk(m_pSimulation->ResetBus(kSerial)));
     ASSERT_TRUE(Reaches(RECONNECT_DONE));
     m_pSimulation->AdvanceClock(kSecond / 3);
-    EXPECT_TRUE(Await([&] { return shared.isMarked.load(); }));
+    EXPECT_TRUE(Await([this] { return m_imagesAfter[1] > 0; }));
     ASSERT_TRUE(IsOk(m_camera.Disconnect()));
     const std::vector<ReconnectReport> reports = GetReports();
     ASSERT_EQ(reports.size(), 5U);

@@ -30,7 +30,7 @@ struct Picture {
 /// - `Trigger:1@500` expects the next event, with its number, at this microsecond; `has:Trigger:1@5` expects
 ///   it among those that wait, `last:Trigger:1@5` as the last of them, which are done with; `none` expects
 ///   that no event waits, `forget` drops those that do;
-/// - `unplug`, `replug` and `open` do as they say.
+/// - `unplug` and `replug` do as they say; the camera is opened again then.
 class ScriptedCamera : public EventSink {
   public:
     /// @param keys  of the camera's description
@@ -112,8 +112,7 @@ class ScriptedCamera : public EventSink {
     void TakeWord(const std::string& word) {
         if (word == "unplug" || word == "replug") {
             EXPECT_TRUE(IsOk(word == "unplug" ? m_pSimulation->Unplug(1001) : m_pSimulation->Replug(1001)));
-        } else if (word == "open") {
-            EXPECT_TRUE(IsOk(m_pCamera->Open()));
+            EXPECT_EQ(m_pCamera->Open(), word == "unplug" ? ERR_CAMERA_LOST : ERR_OK);
         } else if (word == "take") {
             m_pStream.reset();  // the old one's buffers may have another size
             m_pStream = std::make_unique<Listening>(*m_pCamera);

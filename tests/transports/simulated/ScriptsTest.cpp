@@ -117,8 +117,9 @@ faults:{"registers":{"addresses":["0x604"]}} 604! 604!0 604! 608=E0000000
 600<60000000 614<80000000 +8005000 614<0 count:120
 600<E0000000 614<80000000 +8005000 614<0 count:1920
 )"},
+    {"ItemsThatTheCameraLacksCannotBeEmbedded", R"("embeddedItems": 511)", "12F8<800003FF 12F8=800001FF"},
     {"MemorySurvivesALossOfPower", "", R"(
-820<82000064 620<30000000 618<80000000 unplug replug open 820=82000000 624<30000000 820=82000064
+820<82000064 620<30000000 618<80000000 unplug replug 820=82000000 624<30000000 820=82000064
 )"},
     {"TriggerExposesOncePerEdgeAndRefusesWhatComesTooEarly", kTriggered, R"(
 830<83400000 614<80000000 # mode 0, active high, source 2; transmission on

@@ -1,6 +1,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
+#include <future>
 
 #include "IidcCamera.h"
 #include "Image.h"
@@ -14,12 +15,11 @@ namespace {
 /// The first image that a camera's callback gets, as ticks of the bus clock.
 struct FirstImage {
     static void Take(Image* pImage, const void* pData) {
+        const TimeStamp stamp = pImage->GetTimeStamp();
         long long none = -1;
         static_cast<FirstImage*>(const_cast<void*>(pData))
-            ->ticks.compare_exchange_strong(none, TicksOf(pImage->GetTimeStamp()));
-    }
-    static long long TicksOf(const TimeStamp& stamp) {
-        return (stamp.cycleSeconds * 8000LL + stamp.cycleCount) * 3072 + stamp.cycleOffset;
+            ->ticks.compare_exchange_strong(
+                none, (stamp.cycleSeconds * 8000LL + stamp.cycleCount) * 3072 + stamp.cycleOffset);
     }
     std::atomic<long long> ticks{-1};
 };
@@ -61,9 +61,9 @@ class SyncStartTest : public testing::Test {
             m_cameras.push_back(boost::make_shared<IidcCamera>());
             ASSERT_TRUE(IsOk(m_cameras.back()->Connect(serial)));
         }
-        const auto pLast = OpenCamera(serial - 1);
-        const RegisterBases bases = pLast->GetRegisterBases();
-        const auto pWatched = boost::make_shared<WatchedHardware>(pLast, [this](bool isOn) {
+        m_pLast = OpenCamera(serial - 1);
+        const RegisterBases bases = m_pLast->GetRegisterBases();
+        const auto pWatched = boost::make_shared<WatchedHardware>(m_pLast, [this](bool isOn) {
             const boost::lock_guard<boost::mutex> lock(m_mutex);
             m_isClockRunning = isOn;
             if (!isOn && m_whenOff) {
@@ -83,7 +83,8 @@ class SyncStartTest : public testing::Test {
     }
 
     /// Starts the cameras, on a thread of its own, while time passes.
-    Error Start(const std::function<void()>& whenOff = nullptr) {
+    Error Start(const std::function<void()>& whenOff = nullptr,
+                const std::function<void()>& meanwhile = nullptr) {
         m_whenOff = whenOff;
         m_firstImages = std::vector<FirstImage>(m_cameras.size());
         const std::vector<ImageCallback> callbacks(m_cameras.size(), &FirstImage::Take);
@@ -91,16 +92,18 @@ class SyncStartTest : public testing::Test {
         for (FirstImage& first : m_firstImages) {
             data.push_back(&first);
         }
-        Error result;
-        boost::thread starter([&] {
-            result = CameraInternal::StartSyncCapture(static_cast<unsigned int>(m_cameras.size()), m_cameras,
-                                                      callbacks.data(), data.data());
+        auto start = std::async(std::launch::async, [&] {
+            return CameraInternal::StartSyncCapture(static_cast<unsigned int>(m_cameras.size()), m_cameras,
+                                                    callbacks.data(), data.data());
         });
-        while (!starter.try_join_for(boost::chrono::milliseconds(0))) {
+        while (start.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
             LetTimePass();
+            if (meanwhile) {
+                meanwhile();
+            }
         }
         m_whenOff = nullptr;
-        return result;
+        return start.get();
     }
 
     /// When each camera's callback was given its first image after a start.
@@ -120,6 +123,7 @@ class SyncStartTest : public testing::Test {
     std::function<void()> m_whenOff;
     boost::mutex m_mutex;  ///< guards the clock and whether it runs
     bool m_isClockRunning = true;
+    boost::shared_ptr<HardwareInterface> m_pLast;
     std::vector<FirstImage> m_firstImages;
     std::vector<boost::shared_ptr<CameraInternal>> m_cameras;  ///< use all of the above until they are gone
 };
@@ -148,6 +152,22 @@ TEST_F(SyncStartTest, FailsForTheReasonsOfLife) {
     }
 }
 
+TEST_F(SyncStartTest, EndsWhenACameraThatItWaitsForGoes) {
+    Describe(R"(100, "faults": {"silent": {"frames": 4294967295, "starts": [2]}})");
+    bool isGone = false;
+    const Error error = Start(nullptr, [&] {
+        SimulatedFrameCounts counts;
+        EXPECT_TRUE(IsOk(m_pSimulation->GetFrameCounts(1002, &counts)));
+        if (counts.exposed - counts.sent >= 5 && !isGone) {
+            isGone = true;
+            EXPECT_TRUE(IsOk(m_pSimulation->Unplug(1002)));
+        }
+    });
+    EXPECT_EQ(error, ERR_ISOCH_SYNC_FAILED);
+    EXPECT_TRUE(isGone);
+    EXPECT_EQ(m_cameras[0]->StopCapture(), ERR_INVALID_GENERATION);
+}
+
 // The first camera loses four of five frames, so that draining it takes long: the second one's ten buffers
 // are full of old frames by then, and its frames are on their way for 30 ms, also when it is switched off.
 TEST_F(SyncStartTest, NoOldFrameBecomesASyncImageNorDoesACallbackStayForTheNextStart) {
@@ -157,9 +177,7 @@ TEST_F(SyncStartTest, NoOldFrameBecomesASyncImageNorDoesACallbackStayForTheNextS
         EXPECT_TRUE(IsOk(m_pSimulation->SetFaults(1001, "{}")));
         EXPECT_TRUE(IsOk(m_pSimulation->SetFaults(1002, "{}")));
         m_pSimulation->AdvanceClock(100000);
-        TimeStamp now;
-        EXPECT_TRUE(IsOk(m_cameras[0]->GetCycleTime(&now)));
-        onTicks = FirstImage::TicksOf(now);
+        onTicks = ReadBusTicks(*m_pLast);
     };
     constexpr long long kPeriodTicks = 24576000 / 100;
     for (int start = 0; start < 2; ++start) {

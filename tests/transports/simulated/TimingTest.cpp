@@ -1,7 +1,5 @@
-#include <boost/chrono/duration.hpp>
-#include <boost/chrono/system_clocks.hpp>
-#include <boost/thread/thread.hpp>
 #include <cmath>
+#include <future>
 
 #include "SimulatedFixture.h"
 
@@ -15,23 +13,16 @@ TEST(SimulatedTiming, SwitchingOffWaitsForTheFrameThatIsOnItsWay) {
         MakeSimulation(R"({"clock": "manual", "cameras": [{"faults": {"corrupt": {"frames": [1]}}}]})");
     const auto pCamera = OpenCamera(1001);
     Listening stream(*pCamera);
-    std::atomic<bool> isOff{false};
-    boost::thread writer;
+    std::future<void> off;
     stream.Queue().SetFreeListener([&] {  // while an incomplete frame lands
-        writer = boost::thread([&] {
-            WriteCommand(*pCamera, kTransmissionRegister, 0);
-            isOff = true;
-        });
-        const auto patience = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(200);
-        while (!isOff && boost::chrono::steady_clock::now() < patience) {
-            boost::this_thread::yield();
-        }
-        EXPECT_FALSE(isOff) << "a frame lands after the write has returned";
+        off = std::async(std::launch::async, [&] { WriteCommand(*pCamera, kTransmissionRegister, 0); });
+        EXPECT_EQ(off.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout)
+            << "a frame lands after the write has returned";
     });
     WriteCommand(*pCamera, kTransmissionRegister, kOn);
     pSimulation->AdvanceClock(100000);
     stream.Queue().SetFreeListener(nullptr);
-    writer.join();
+    off.get();
     EXPECT_EQ(stream.Counters().corrupt, 1U);
 }
 
@@ -60,15 +51,13 @@ TEST(SimulatedTiming, IsEachCamerasOwn) {
         const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
         Listening streams[] = {Listening(*cameras[0]), Listening(*cameras[1])};
         std::vector<unsigned int> stamps[2];
-        for (const auto& pCamera : cameras) {
-            WriteCommand(*pCamera, 0x12F8, 1);
-        }
+        WriteCommand(*cameras[0], 0x12F8, 1);
+        WriteCommand(*cameras[1], 0x12F8, 1);
         WriteCommand(*cameras[0], kTransmissionRegister, kOn);  // what was before has no say
         pSimulation->AdvanceClock(3000);
         WriteCommand(*cameras[0], kTransmissionRegister, 0);
-        for (const auto& pCamera : cameras) {
-            WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        }
+        WriteCommand(*cameras[0], kTransmissionRegister, kOn);
+        WriteCommand(*cameras[1], kTransmissionRegister, kOn);
         pSimulation->AdvanceClock(100000);
         for (int index = 0; index < 2; ++index) {
             streams[index].Drain([&](const Frame& frame) { stamps[index].push_back(ReadStamp(frame)); });

@@ -4,12 +4,6 @@
 namespace Zevrin {
 namespace {
 
-std::unique_ptr<BusMaster> MakeBusMaster() {
-    std::vector<std::unique_ptr<Transport>> transports;
-    transports.push_back(std::make_unique<SimulatedTransport>());
-    return std::make_unique<BusMaster>(std::move(transports));
-}
-
 constexpr const char* kTwoBuses =
     R"({"clock": "manual", "buses": [{"cameras": [{}, {}]}, {"cameras": [{}]}]})";
 
@@ -42,7 +36,7 @@ TEST(SimulatedTopology, ABusSharesBroadcastsAndTime) {
 
 TEST(SimulatedTopology, ChangesRaiseGenerations) {
     const auto pSimulation = MakeSimulation(kTwoBuses);
-    const auto pBusMaster = MakeBusMaster();
+    BusMaster busMaster;
     std::vector<CameraIdentity> cameras;
     const struct {
         Error (Simulation::*change)(unsigned int);
@@ -56,17 +50,17 @@ TEST(SimulatedTopology, ChangesRaiseGenerations) {
         {&Simulation::Replug, 1001, {true, true, false}, 3},
         {&Simulation::ResetBus, 1003, {false, false, true}, 3},
     };
-    ASSERT_TRUE(IsOk(pBusMaster->GetCameras(&cameras)));
+    ASSERT_TRUE(IsOk(busMaster.GetCameras(&cameras)));
     std::vector<unsigned int> before(3, 1);
     for (const auto& row : table) {
         EXPECT_TRUE(IsOk((*pSimulation.*row.change)(row.serialNumber)));
         EXPECT_EQ((*pSimulation.*row.change)(5), ERR_CAMERA_NOT_FOUND);
         for (unsigned int index = 0; index < 3; ++index) {
-            const unsigned int now = pBusMaster->GetGeneration(1001 + index);
+            const unsigned int now = busMaster.GetGeneration(1001 + index);
             EXPECT_EQ(now > before[index], row.raised[index]) << &row - table << ", camera " << index;
             before[index] = now;
         }
-        ASSERT_TRUE(IsOk(pBusMaster->GetCameras(&cameras)));
+        ASSERT_TRUE(IsOk(busMaster.GetCameras(&cameras)));
         EXPECT_EQ(cameras.size(), row.present);
     }
 }
@@ -75,14 +69,7 @@ TEST(SimulatedTopology, AnUnpluggedCameraIsLostAndComesBackPoweredUpAnew) {
     const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}, {}]})");
     const auto pCamera = OpenCamera(1001);
     WriteCommand(*pCamera, 0x600, 0x20000000);
-    Listening stream(*pCamera);
     WriteCommand(*pCamera, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(kSecond);
-    ASSERT_TRUE(IsOk(pSimulation->Unplug(1001)));
-    EXPECT_EQ(stream.Drain(), 14U) << "what arrived before can still be had";
-    Frame* pFrame = nullptr;
-    EXPECT_EQ(stream.Queue().Retrieve(&pFrame, kTimeoutInfinite).GetType(), ERR_CAMERA_LOST);
-
     unsigned int value = 0;
     TimeStamp stamp;
     StreamFormat format;
@@ -93,8 +80,8 @@ TEST(SimulatedTopology, AnUnpluggedCameraIsLostAndComesBackPoweredUpAnew) {
         EXPECT_EQ(pCamera->GetPortErrors(&value), expected);
         EXPECT_EQ(pCamera->GetStreamFormat(&format), expected);
     };
+    ASSERT_TRUE(IsOk(pSimulation->Unplug(1001)));
     expectAll(ERR_CAMERA_LOST);
-    EXPECT_EQ(pCamera->Open().GetType(), ERR_CAMERA_LOST);
     ASSERT_TRUE(IsOk(pSimulation->Replug(1001)));
     expectAll(ERR_CAMERA_LOST);  // until it is opened again
     ASSERT_TRUE(IsOk(pCamera->Open()));
@@ -107,16 +94,20 @@ TEST(SimulatedTopology, AnUnpluggedCameraIsLostAndComesBackPoweredUpAnew) {
 }
 
 TEST(SimulatedTopology, HandlesOutliveEverythingAndServeTheNextSimulation) {
-    auto pBusMaster = MakeBusMaster();
-    auto pSimulation = MakeSimulation(R"({"cameras": [{"serial": 20}, {"serial": 21, "model": "old"}]})");
+    auto pBusMaster = std::make_unique<BusMaster>();
+    auto pSimulation =
+        MakeSimulation(R"({"clock": "manual", "cameras": [{"serial": 20}, {"serial": 21, "model": "old"}]})");
     boost::shared_ptr<HardwareInterface> pCamera;
     ASSERT_TRUE(IsOk(pBusMaster->AcquireHardware(21, &pCamera)));
     ASSERT_TRUE(IsOk(pCamera->Open()));
     Listening stream(*pCamera);
+    WriteCommand(*pCamera, kTransmissionRegister, kOn);
+    pSimulation->AdvanceClock(kSecond);
     const unsigned int generation = pBusMaster->GetGeneration(21);
 
     pSimulation.reset();
     EXPECT_GT(pBusMaster->GetGeneration(21), generation);
+    EXPECT_EQ(stream.Drain(), 14U) << "what arrived before can still be had";
     Frame* pFrame = nullptr;
     EXPECT_EQ(stream.Queue().Retrieve(&pFrame, kTimeoutInfinite), ERR_CAMERA_LOST);
     EXPECT_EQ(pCamera->Open(), ERR_CAMERA_LOST);
