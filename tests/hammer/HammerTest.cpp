@@ -56,6 +56,7 @@ Error Access(Site& site, Random& random) {
     unsigned int values[4] = {};
     Property property;
     property.type = random() % 2 == 0 ? GAIN : SHUTTER;
+    const Error read = camera.GetProperty(&property);
     TriggerMode mode;
     StrobeControl strobe;
     EmbeddedImageInfo embedded;
@@ -65,8 +66,7 @@ Error Access(Site& site, Random& random) {
     const Error results[] = {camera.ReadRegister(0x1F00, values),
                              camera.WriteRegister(0x1F00, values[0] + 1),
                              camera.ReadRegisterBlock(0xFFFF, 0xF0F01F00U, values, 4),
-                             camera.GetProperty(&property),
-                             camera.SetProperty(&property),
+                             read == ERR_OK ? camera.SetProperty(&property) : read,
                              camera.GetTriggerMode(&mode),
                              camera.GetStrobe(&strobe),
                              camera.GetEmbeddedImageInfo(&embedded),
