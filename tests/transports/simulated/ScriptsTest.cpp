@@ -105,6 +105,9 @@ faults:{"registers":{"addresses":["0x604"]}} 604! 604!0 604! 608=E0000000
 +200000000 count:5025 # across the wrap of the clock
 614<0 +1000000 frames:0
 )"},
+    {"FramesThatAreDelayedDoNotOutliveTheSwitchingOff", R"("frameRate": 100)", R"(
+faults:{"delay":{"share":1},"delayUs":30000} 614<80000000 +100000 614<0 +100000 frames:6 count:9 # three are lost
+)"},
     {"FramesFollowTheStandardsRatesAndTheFeature", "", R"(
 30F8<42200000 83C<C2000000 81C<820000FA 614<80000000 +10000100 614<0 count:400 # absolute 40
 83C<82000065 614<80000000 +10000100 614<0 count:252 # raw 101 is 25.25
