@@ -1,6 +1,5 @@
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -143,7 +142,6 @@ class Scenario : public testing::TestWithParam<std::string> {
 
     /// Compared with what the file names of it.
     void CheckAccount(unsigned int serial, const FrameAccount& account) {
-        std::cout << "camera " << serial << ": " << account << "\n";
         SCOPED_TRACE("camera " + std::to_string(serial));
         EXPECT_TRUE(account.AddsUp()) << account;
         const json actual = {{"sent", account.sent},

@@ -27,9 +27,8 @@ struct Picture {
 /// - `frames:2` takes what has arrived, which is to be two frames; `pixel:99` expects so bright a last one;
 /// - `take` takes one picture in the present format, with transmission on meanwhile;
 /// - `count:400` expects that so many frames were sent since the last count, give or take one;
-/// - `Trigger:1@500` expects the next event, with its number, at this microsecond; `has:Trigger:1@5` expects
-///   it among those that wait, `last:Trigger:1@5` as the last of them, which are done with; `none` expects
-///   that no event waits, `forget` drops those that do;
+/// - `Trigger:1@500` expects the next event, with its number, at this microsecond; `last:Trigger:1@5` as the
+///   last one, with which all are done; `none` expects that no event waits, `forget` drops those that do;
 /// - `unplug` and `replug` do as they say; the camera is opened again then.
 class ScriptedCamera : public EventSink {
   public:
@@ -99,8 +98,6 @@ class ScriptedCamera : public EventSink {
             EXPECT_NEAR(m_picture.At(300), ToNumber(rest), 1);
         } else if (verb == "pulse" || verb == "pin" || verb == "level") {
             TakePin(verb, ToNumber(rest), ToNumber(rest.substr(rest.find(':') + 1)));
-        } else if (verb == "has") {
-            EXPECT_EQ(std::count(m_events.begin(), m_events.end(), rest), 1) << rest;
         } else if (verb == "last") {
             EXPECT_EQ(m_events.empty() ? "" : m_events.back(), rest);
             m_events.clear();

@@ -157,7 +157,8 @@ frames:1 pixel:7 # half of what 5 ms make
     {"TriggerOfModeFifteenTakesManyFrames", kTriggered, R"(
 830<83EF0004 614<80000000 # four frames
 62C<80000000 +100000 62C<80000000 +1000000 frames:4
-has:ExposureStart:2@66666 has:Overrun:1@100000 last:FrameStart:4@204999 # at the frame rate
+Trigger:1@0 ExposureStart:1@0 ExposureEnd:1@5000 FrameStart:1@5000 ExposureStart:2@66666 # at the frame rate
+ExposureEnd:2@71666 FrameStart:2@71666 Overrun:1@100000 last:FrameStart:4@204999
 62C<80000000 +1000000 frames:4
 )"},
     {"TriggerSwitchedOffLetsFramesFlowAgain", kTriggered, R"(

@@ -62,7 +62,7 @@ TEST(SimulatedTiming, IsEachCamerasOwn) {
         for (int index = 0; index < 2; ++index) {
             streams[index].Drain([&](const Frame& frame) { stamps[index].push_back(ReadStamp(frame)); });
         }
-        EXPECT_GE(stamps[0].size(), 9U);
+        ASSERT_GE(stamps[0].size(), row.cycles.size());
         EXPECT_EQ(stamps[1].empty(), row.cycles.empty());
         ASSERT_GE(stamps[1].size(), row.cycles.size());
         for (std::size_t index = 0; index < row.cycles.size(); ++index) {

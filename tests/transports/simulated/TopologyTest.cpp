@@ -41,14 +41,12 @@ TEST(SimulatedTopology, ChangesRaiseGenerations) {
     const struct {
         Error (Simulation::*change)(unsigned int);
         unsigned int serialNumber;
-        std::vector<bool> raised;  ///< of each camera
+        std::vector<unsigned int> raised;  ///< by how much, of each camera
         std::size_t present;
     } table[] = {
-        {&Simulation::ResetBus, 1002, {true, true, false}, 3},
-        {&Simulation::Unplug, 1001, {true, true, false}, 2},
-        {&Simulation::Unplug, 1001, {false, false, false}, 2},
-        {&Simulation::Replug, 1001, {true, true, false}, 3},
-        {&Simulation::ResetBus, 1003, {false, false, true}, 3},
+        {&Simulation::ResetBus, 1002, {1, 1, 0}, 3}, {&Simulation::Unplug, 1001, {1, 1, 0}, 2},
+        {&Simulation::Unplug, 1001, {0, 0, 0}, 2},   {&Simulation::Replug, 1001, {1, 1, 0}, 3},
+        {&Simulation::ResetBus, 1003, {0, 0, 1}, 3},
     };
     ASSERT_TRUE(IsOk(busMaster.GetCameras(&cameras)));
     std::vector<unsigned int> before(3, 1);
@@ -57,7 +55,7 @@ TEST(SimulatedTopology, ChangesRaiseGenerations) {
         EXPECT_EQ((*pSimulation.*row.change)(5), ERR_CAMERA_NOT_FOUND);
         for (unsigned int index = 0; index < 3; ++index) {
             const unsigned int now = busMaster.GetGeneration(1001 + index);
-            EXPECT_EQ(now > before[index], row.raised[index]) << &row - table << ", camera " << index;
+            EXPECT_EQ(now - before[index], row.raised[index]) << &row - table << ", camera " << index;
             before[index] = now;
         }
         ASSERT_TRUE(IsOk(busMaster.GetCameras(&cameras)));
