@@ -1,6 +1,5 @@
 #include <boost/chrono/duration.hpp>
 #include <boost/chrono/system_clocks.hpp>
-#include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 #include <cstdio>
 #include <cstdlib>
@@ -8,8 +7,8 @@
 
 #include "Image.h"
 #include "Registers.h"
-#include "support/Checks.h"
 #include "support/FrameAccount.h"
+#include "transports/simulated/SimulatedFixture.h"
 
 namespace Zevrin {
 namespace {
@@ -22,6 +21,11 @@ struct Site {
     std::atomic<unsigned int> callbacks{0};
 
     CameraInternal& Camera() { return *cameras.front(); }
+    unsigned long long CountSent(unsigned int serialNumber) const {
+        SimulatedFrameCounts counts;
+        EXPECT_EQ(pSimulation->GetFrameCounts(serialNumber, &counts), ERR_OK);
+        return counts.sent;
+    }
 };
 
 using Random = std::minstd_rand;
@@ -36,6 +40,7 @@ struct Duty {
 
 constexpr unsigned int kFirst = 1001;
 constexpr unsigned int kCameras = 4;
+constexpr int kFrameSize = 64 * 48;
 
 /// Lets something happen, if it does so soon.
 template <typename Condition>
@@ -46,33 +51,29 @@ void GiveTime(const Condition& hasHappened) {
     }
 }
 
-Error Registers(Site& site, Random& random) {
+Error Access(Site& site, Random& random) {
+    CameraInternal& camera = site.Camera();
     unsigned int values[4] = {};
-    Error error = site.Camera().ReadRegister(0x1F00, values);
-    error = site.Camera().WriteRegister(0x1F00, values[0] + 1);
-    return random() % 2 == 0 ? error : site.Camera().ReadRegisterBlock(0xFFFF, 0xF0F01F00U, values, 4);
-}
-
-Error Properties(Site& site, Random& random) {
     Property property;
     property.type = random() % 2 == 0 ? GAIN : SHUTTER;
-    Error error = site.Camera().GetProperty(&property);
-    error = site.Camera().SetProperty(&property);
+    const Error read = camera.GetProperty(&property);
     TriggerMode mode;
-    error = site.Camera().GetTriggerMode(&mode);
     StrobeControl strobe;
-    error = site.Camera().GetStrobe(&strobe);
-    EmbeddedImageInfo info;
-    return site.Camera().GetEmbeddedImageInfo(&info);
-}
-
-Error Statistics(Site& site, Random&) {
+    EmbeddedImageInfo embedded;
     CameraStats stats;
-    Error error = site.Camera().GetStats(&stats);
     TimeStamp stamp;
-    error = site.Camera().GetCycleTime(&stamp);
     CameraInfo info;
-    return site.Camera().GetCameraInfo(&info);
+    const Error results[] = {camera.ReadRegister(0x1F00, values),
+                             camera.WriteRegister(0x1F00, values[0] + 1),
+                             camera.ReadRegisterBlock(0xFFFF, 0xF0F01F00U, values, 4),
+                             read == ERR_OK ? camera.SetProperty(&property) : read,
+                             camera.GetTriggerMode(&mode),
+                             camera.GetStrobe(&strobe),
+                             camera.GetEmbeddedImageInfo(&embedded),
+                             camera.GetStats(&stats),
+                             camera.GetCycleTime(&stamp),
+                             camera.GetCameraInfo(&info)};
+    return results[random() % std::size(results)];
 }
 
 Error StreamAndRetrieve(Site& site, Random& random) {
@@ -108,13 +109,9 @@ Error ChangeCallback(Site& site, Random& random) {
 
 /// Every other time it lets the stream come back first, if it does so soon.
 Error DisturbBus(Site& site, Random& random) {
-    const auto count = [&site] {
-        SimulatedFrameCounts counts;
-        EXPECT_EQ(site.pSimulation->GetFrameCounts(kFirst, &counts), ERR_OK);
-        return counts.sent;
-    };
-    const unsigned long long enough = random() % 2 == 0 && !site.cameras.empty() ? count() + 2 : 0;
-    GiveTime([&] { return count() >= enough; });
+    const bool isPatient = random() % 2 == 0 && !site.cameras.empty();
+    const unsigned long long enough = isPatient ? site.CountSent(kFirst) + 2 : 0;
+    GiveTime([&] { return site.CountSent(kFirst) >= enough; });
     if (random() % 2 == 0) {
         return site.pSimulation->ResetBus(kFirst);
     }
@@ -123,14 +120,16 @@ Error DisturbBus(Site& site, Random& random) {
     return error == ERR_OK ? site.pSimulation->Replug(kFirst) : error;
 }
 
-/// The last of these objects to go takes the bus manager with it.
+/// The last of these objects to go takes the bus manager with it; nobody may write to the buffers any more.
 Error BuildAndDestroy(Site&, Random& random) {
+    std::vector<unsigned char> memory(3 * kFrameSize);
     IidcCamera camera;
     Error error = camera.Connect(static_cast<unsigned int>(kFirst + random() % kCameras));
     unsigned int value = 0;
     error = camera.ReadRegister(Register::kTransmission, &value);
     if (random() % 2 == 0) {
         Image image;
+        error = camera.SetUserBuffers(memory.data(), kFrameSize, 3);
         error = camera.StartCapture(nullptr, nullptr);
         error = camera.WaitForBufferEvent(&image, 5);
     }
@@ -164,11 +163,7 @@ const std::vector<ErrorType> kOfALostCamera = {
 const Row kRows[] = {
     {"OneCameraUnderBusResets",
      1,
-     {{"registers", 2, 300, Registers},
-      {"properties", 2, 100, Properties},
-      {"statistics", 1, 100, Statistics},
-      {"streaming", 2, 50, StreamAndRetrieve},
-      {"bus", 1, 30, DisturbBus}},
+     {{"accesses", 4, 100, Access}, {"streaming", 2, 50, StreamAndRetrieve}, {"bus", 1, 30, DisturbBus}},
      kOfALostCamera},
     {"CamerasComeAndGoWithTheBusManager",
      0,
@@ -182,24 +177,17 @@ const Row kRows[] = {
      {ERR_ISOCH_ALREADY_STARTED, ERR_ISOCH_NOT_STARTED, ERR_ISOCH_STOP_FAILED, ERR_FAILED}},
     {"TwoStartsInStep",
      kCameras,
-     {{"first", 1, 2, StartInStep<0>}, {"second", 1, 2, StartInStep<1>}, {"statistics", 1, 20, Statistics}},
+     {{"first", 1, 2, StartInStep<0>}, {"second", 1, 2, StartInStep<1>}, {"accesses", 1, 20, Access}},
      {ERR_ISOCH_SYNC_FAILED}},  // on a machine that is too slow for the limit
 };
-
-void PrintTo(const Row& row, std::ostream* pStream) {
-    *pStream << row.name;
-}
 
 class Hammer : public testing::TestWithParam<Row> {
   protected:
     void SetUp() override {
-        ASSERT_EQ(setenv("ZEVRIN_TRANSPORTS", "simulated", 1),
-                  0);  // no search of the network for who is away
-        ASSERT_EQ(Simulation::FromJson(R"({"cameras": [{"serial": 1001, "count": 4, "width": 64, "height": 48,
+        m_site.pSimulation =
+            MakeSimulation(R"({"cameras": [{"serial": 1001, "count": 4, "width": 64, "height": 48,
             "frameRate": 200, "paint": false, "faults": {"drop": {"share": 0.1}, "corrupt": {"share": 0.1},
-            "duplicate": {"share": 0.1}, "delay": {"share": 0.1}, "delayUs": 3000}}]})",
-                                       &m_site.pSimulation),
-                  ERR_OK);
+            "duplicate": {"share": 0.1}, "delay": {"share": 0.1}, "delayUs": 3000}}]})");
         ReconnectPolicy policy;
         policy.limitMs = 120000;
         policy.intervalMs = 1;
@@ -211,24 +199,31 @@ class Hammer : public testing::TestWithParam<Row> {
         }
     }
 
+    /// Whether every camera that stays has sent frames, and callbacks were called where some are installed.
+    bool HasLived() const {
+        bool hasLived = m_site.callbacks > 0 || GetParam().duties[0].work != StartWithCallback;
+        for (unsigned int number = 0; number < GetParam().cameras; ++number) {
+            hasLived = hasLived && m_site.CountSent(kFirst + number) > 0;
+        }
+        return hasLived;
+    }
+
     /// All go on until each has done its rounds, so that each meets all others.
     void Run(const Row& row) {
+        m_busy = 1;  // as long as they have not lived
+        std::vector<std::pair<const char*, boost::thread>> threads;
         for (const Duty& duty : row.duties) {
             for (unsigned int number = 0; number < duty.threads; ++number) {
                 ++m_busy;
-            }
-        }
-        std::vector<std::pair<const char*, std::unique_ptr<boost::thread>>> threads;
-        for (const Duty& duty : row.duties) {
-            for (unsigned int number = 0; number < duty.threads; ++number) {
                 const auto seed = static_cast<unsigned int>(threads.size() + 1);
-                threads.emplace_back(duty.name, std::make_unique<boost::thread>(
-                                                    [this, &row, &duty, seed] { Work(row, duty, seed); }));
+                threads.emplace_back(duty.name, [this, &row, &duty, seed] { Work(row, duty, seed); });
             }
         }
+        EXPECT_TRUE(Await([this] { return HasLived(); }));
+        --m_busy;
         const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::seconds(120);
-        for (const auto& thread : threads) {
-            if (!thread.second->try_join_until(deadline)) {
+        for (auto& thread : threads) {
+            if (!thread.second.try_join_until(deadline)) {
                 std::fprintf(stderr, "%s: the thread \"%s\" does not end\n", row.name, thread.first);
                 std::abort();  // with the stacks of all threads for the debugger
             }
@@ -261,10 +256,7 @@ TEST_P(Hammer, EndsInTimeAndAccountsForEveryFrame) {
         EXPECT_EQ(pCamera->Disconnect(), ERR_OK);
         const FrameAccount account = pCamera->GetAccount(*m_site.pSimulation);
         EXPECT_TRUE(account.AddsUp()) << account;
-        EXPECT_GT(account.sent, 0U);
     }
-    const bool hasCallbacks = std::string(GetParam().name) == "StartsStopsAndCallbacks";
-    EXPECT_EQ(m_site.callbacks > 0, hasCallbacks);
 }
 
 INSTANTIATE_TEST_SUITE_P(Duties, Hammer, testing::ValuesIn(kRows),

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <utility>
@@ -104,15 +105,16 @@ class Simulation::World {
         return Changing(serialNumber, [this](const Handle& camera) { return TakeAway(camera); });
     }
 
+    /// As on a real bus, the reset comes before the camera can be found: a connection to it that is made at
+    /// once does not go stale by its own arrival.
     Error Replug(unsigned int serialNumber) {
-        return Changing(serialNumber, [this](const Handle& camera) {
-            const bool hasChanged = camera->GetDevice()->Replug();
-            if (hasChanged) {
+        return Changing(
+            serialNumber, [](const Handle& camera) { return camera->GetDevice()->Replug(); },
+            [this](const Handle& camera) {
                 camera->Return();
+                camera->GetDevice()->ReportLink();
                 m_pCameras->ReportArrived(camera);
-            }
-            return hasChanged;
-        });
+            });
     }
 
     Error ResetBus(unsigned int serialNumber) {
@@ -162,15 +164,18 @@ class Simulation::World {
         return camera->GetDevice()->Unplug();
     }
 
-    /// Changes a camera; when that changed something, its bus is reset.
+    /// Changes a camera; when that changed something, its bus is reset, and `afterwards` is called.
     template <typename Change>
-    Error Changing(unsigned int serialNumber, Change change) {
+    Error Changing(
+        unsigned int serialNumber, Change change,
+        const std::function<void(const Handle&)>& afterwards = [](const Handle&) {}) {
         const TopologyLock lock(m_pCameras->GetTopologyMutex());
         for (const auto& handles : m_handles) {
             for (const auto& handle : handles) {
                 if (handle->GetIdentity().serialNumber == serialNumber) {
                     if (change(handle)) {
                         ReportReset(handles);
+                        afterwards(handle);
                     }
                     return Error();
                 }

@@ -1,9 +1,9 @@
 #include "Description.h"
 
-#include <cstdio>
 #include <fstream>
 
 #include "SimulatedFixture.h"
+#include "support/TemporaryFolder.h"
 
 namespace Zevrin {
 namespace {
@@ -14,70 +14,42 @@ std::string WithQuotes(std::string text) {
     return text;
 }
 
-struct BadDescription {
-    const char* json;
-    std::vector<std::string> expected;  // must all stand in the message
-};
-
 TEST(Description, WhatIsWrongIsNamed) {
     const std::string deep(200000, '[');
-    const BadDescription table[] = {
+    const struct {
+        const char* json;
+        std::vector<std::string> expected;  // must all stand in the message
+    } table[] = {
         {deep.c_str(), {"more than 16 deep"}},
-        {"{'cameras': [{'serial': 1, 'serial': 2}]}", {"'serial' twice"}},
-        {"{'cameras': [[[1]]]}", {"'cameras[0]'", "a list of length 1", "object"}},
-        {"", {"not JSON"}},
         {"{'cameras': [", {"not JSON", "line 1"}},
         {"[]", {"an object in braces"}},
-        {"{}", {"'cameras'", "'buses'"}},
+        {"{'cameras': [{'serial': 1, 'serial': 2}]}", {"'serial' twice"}},
         {"{'cameras': [{}], 'buses': []}", {"'cameras'", "not both"}},
         {"{'cameras': []}", {"'cameras'", "1 to 64"}},
-        {"{'cameras': {}}", {"'cameras'", "list"}},
-        {"{'cameras': [7]}", {"'cameras[0]'", "7", "object"}},
-        {"{'cameras': [{}], 'color': 1}", {"'color'", "not known", "'cameras'"}},
+        {"{'cameras': [[[1]]]}", {"'cameras[0]'", "a list of length 1", "object"}},
         {"{'cameras': [{'seriall': 1}]}", {"'cameras[0].seriall'", "not known", "'serial'"}},
         {"{'cameras': [{}], 'clock': 'slow'}", {"'clock'", "'slow'", "'manual'"}},
         {"{'cameras': [{}, {'width': 641}]}", {"'cameras[1].width'", "641", "multiple of 4"}},
-        {"{'cameras': [{'height': 100000}]}", {"'cameras[0].height'", "100000", "16 to 8192"}},
         {"{'cameras': [{'serial': -1}]}", {"'cameras[0].serial'", "-1", "1 to 4294967295"}},
         {"{'cameras': [{'serial': 4294967296}]}", {"'cameras[0].serial'", "4294967296"}},
-        {"{'cameras': [{'serial': 1.5}]}", {"'cameras[0].serial'", "1.5", "whole"}},
         {"{'cameras': [{'serial': '7'}]}", {"'cameras[0].serial'", "'7'"}},
-        {"{'cameras': [{'count': 65}]}", {"'cameras[0].count'", "1 to 64"}},
         {"{'cameras': [{'count': 60}, {'count': 5}]}", {"'cameras[1].count'", "64 cameras"}},
         {"{'cameras': [{'serial': 4294967295, 'count': 2}]}", {"'cameras[0].serial'", "4294967294"}},
-        {"{'cameras': [{'serial': 4294967295}, {}]}", {"'cameras[1].serial'"}},
         {"{'cameras': [{'frameRate': 0}]}", {"'cameras[0].frameRate'", "0.25 to 1000"}},
-        {"{'cameras': [{'frameRate': 1e999}]}", {"not JSON"}},
-        {"{'cameras': [{'exposureUs': 30}]}", {"'cameras[0].exposureUs'", "multiple of 20"}},
-        {"{'cameras': [{'clockErrorPpm': 1e5}]}", {"'cameras[0].clockErrorPpm'", "-10000 to 10000"}},
-        {"{'cameras': [{'faults': {'silent': {'starts': [0]}}}]}",
-         {"'cameras[0].faults.silent.starts[0]'", "from 1"}},
         {"{'cameras': [{'paint': 1}]}", {"'cameras[0].paint'", "true or false"}},
-        {"{'cameras': [{'bayer': 'RGB'}]}", {"'cameras[0].bayer'", "'RGGB'"}},
         {"{'cameras': [{'model': 'a\\u0000b'}]}", {"'cameras[0].model'", "control characters"}},
         {"{'cameras': [{'sensor': '\\u007f'}]}", {"'cameras[0].sensor'", "control characters"}},
-        {"{'cameras': [{'model': null}]}", {"'cameras[0].model'", "null", "text"}},
-        {"{'cameras': [{'faults': {'drop': {'share': 1.01}}}]}",
-         {"'cameras[0].faults.drop.share'", "1.01", "0 to 1"}},
-        {"{'cameras': [{'faults': {'drop': 0.5}}]}", {"'cameras[0].faults.drop'", "object"}},
         {"{'cameras': [{'faults': {'registers': {'addresses': ['0x615']}}}]}",
          {"'cameras[0].faults.registers.addresses[0]'", "0x615", "multiple of 4"}},
-        {"{'cameras': [{'faults': {'registers': {'accesses': [0]}}}]}",
-         {"'cameras[0].faults.registers.accesses[0]'", "from 1"}},
-        {"{'cameras': [{'serial': 5}, {'serial': 5}]}", {"'cameras[1].serial'", "5 is taken"}},
         {"{'cameras': [{'serial': 1002}, {'serial': 1001, 'count': 2}]}",
          {"'cameras[1].serial'", "1002 is taken"}},
-        {"{'buses': [{'cameras': [{'serial': 5}]}, {'cameras': [{'serial': 5}]}]}",
-         {"'buses[1].cameras[0].serial'", "5 is taken", "duplicateSerials"}},
-        {"{'duplicateSerials': true, 'cameras': [{'serial': 5}, {'serial': 5}]}",
-         {"'cameras[1].serial'", "5 is taken"}},
         {"{'duplicateSerials': true, 'buses': [{'cameras': [{'serial': 5}]},"
          "{'cameras': [{'serial': 5}, {'serial': 5}]}]}",
          {"'buses[1].cameras[1].serial'", "5 is taken"}},
         {"{'buses': [{}]}", {"'buses[0].cameras'", "list of cameras"}},
         {"{'cameras': [{}], '%s%n': '\\u001b[31m'}", {"not known"}},
     };
-    for (const BadDescription& bad : table) {
+    for (const auto& bad : table) {
         SCOPED_TRACE(bad.json);
         boost::shared_ptr<Simulation> pSimulation;
         const Error error = Simulation::FromJson(WithQuotes(bad.json), &pSimulation);
@@ -89,38 +61,28 @@ TEST(Description, WhatIsWrongIsNamed) {
     }
 }
 
+/// Of the keys that no other test of simulated cameras relies on.
 TEST(Description, EveryKeyIsUnderstood) {
     WorldDescription world;
-    ASSERT_TRUE(IsOk(ParseWorld(R"({"clock": "manual", "buses": [{"cameras": [{
-        "serial": 7, "count": 3, "interface": "u3v", "vendor": "V", "model": "M", "firmware": "2.1",
-        "sensor": "S", "iidcVersion": 131, "width": 800, "height": 600, "bayer": "GBRG", "frameRate": 99.5,
-        "exposureUs": 60, "clockErrorPpm": -2.5, "paint": false, "embeddedItems": 3,
-        "faults": {"seed": 9, "silent": {"frames": 8, "starts": [2]}, "registers": {"share": 0.5, "accesses": [3],
+    ASSERT_TRUE(IsOk(ParseWorld(R"({"buses": [{"cameras": [{
+        "serial": 7, "count": 3, "firmware": "2.1", "sensor": "S", "iidcVersion": 131, "width": 800,
+        "height": 600, "paint": false, "faults": {"seed": 9, "registers": {"share": 0.5,
         "addresses": [1540, "0x610"], "readLatencyUs": 1, "writeLatencyUs": 2, "jitterUs": 3},
-        "drop": {"share": 0.1}, "corrupt": {"frames": [2]}, "duplicate": {}, "delay": {"frames": [1]},
-        "delayUs": 5}}]}, {"cameras": [{}]}]})",
+        "duplicate": {}}}]}, {"cameras": [{}]}]})",
                                 &world)));
-    EXPECT_TRUE(world.isClockManual);
+    EXPECT_FALSE(world.isClockManual);
     ASSERT_EQ(world.buses.size(), 2U);
     ASSERT_EQ(world.buses[0].cameras.size(), 3U);
     const CameraDescription& camera = world.buses[0].cameras[2];
     EXPECT_EQ(camera.serialNumber, 9U);
-    EXPECT_EQ(camera.interfaceType, INTERFACE_U3V);
-    EXPECT_EQ(camera.vendorName + camera.modelName + camera.firmwareVersion + camera.sensorInfo, "VM2.1S");
+    EXPECT_EQ(world.buses[1].cameras[0].serialNumber, 10U) << "numbering goes on";
+    EXPECT_EQ(camera.firmwareVersion + camera.sensorInfo, "2.1S");
     EXPECT_EQ(camera.iidcVersion, 131U);
     EXPECT_EQ(camera.width * 10000 + camera.height, 8000600U);
-    EXPECT_EQ(camera.bayer, BAYER_GBRG);
-    EXPECT_EQ(camera.frameRate, 99.5);
     EXPECT_FALSE(camera.paint);
-    EXPECT_EQ(camera.embeddedItems, 3U);
+    EXPECT_EQ(camera.faults.seed, 9U);
+    EXPECT_EQ(camera.faults.registerShare, 0.5);
     EXPECT_EQ(camera.faults.registerAddresses, (std::vector<unsigned int>{0x604, 0x610}));
-    EXPECT_EQ(camera.faults.drop.share, 0.1);
-    EXPECT_EQ(camera.faults.delayUs, 5U);
-    EXPECT_EQ(camera.exposureUs, 60U);
-    EXPECT_EQ(camera.clockErrorPpm, -2.5);
-    EXPECT_EQ(camera.faults.silent.frames, 8U);
-    EXPECT_EQ(camera.faults.silent.starts, (std::vector<unsigned int>{2}));
-    EXPECT_EQ(world.buses[1].cameras[0].serialNumber, 10U) << "numbering goes on";
 }
 
 TEST(Description, ComesFromACountOrAFile) {
@@ -137,11 +99,10 @@ TEST(Description, ComesFromACountOrAFile) {
     EXPECT_TRUE(IsOk(pSimulation->GetFrameCounts(1003, &counts)));
     EXPECT_EQ(pSimulation->GetFrameCounts(1004, &counts).GetType(), ERR_CAMERA_NOT_FOUND);
 
-    const std::string path = ::testing::TempDir() + "zevrin-description.json";
-    std::ofstream(path) << "{\"cameras\": [{\"serial\": 77}]}";
-    EXPECT_TRUE(IsOk(Simulation::FromText(path, &pSimulation)));
+    const TemporaryFolder folder;
+    std::ofstream(folder.Path("world.json")) << R"({"cameras": [{"serial": 77}]})";
+    EXPECT_TRUE(IsOk(Simulation::FromText(folder.Path("world.json"), &pSimulation)));
     EXPECT_TRUE(IsOk(pSimulation->GetFrameCounts(77, &counts)));
-    std::remove(path.c_str());
 }
 
 }  // namespace

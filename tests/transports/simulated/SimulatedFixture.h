@@ -2,6 +2,7 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <cstdlib>
 
 #include "FrameQueue.h"
 #include "HardwareInterface.h"
@@ -10,6 +11,9 @@
 #include "zevrin/Simulation.h"
 
 namespace Zevrin {
+
+/// Whoever is away, is not searched for in the network. Before any object that looks for cameras.
+inline const int g_isOffTheNetwork = setenv("ZEVRIN_TRANSPORTS", "simulated", 1);
 
 inline boost::shared_ptr<Simulation> MakeSimulation(const std::string& json) {
     boost::shared_ptr<Simulation> pSimulation;
@@ -49,12 +53,11 @@ inline void WriteCommand(HardwareInterface& camera, unsigned int offset, unsigne
 /// A queue that listens to a camera for as long as it lives.
 class Listening {
   public:
-    explicit Listening(HardwareInterface& camera, unsigned int bufferCount = 64,
-                       GrabMode mode = GRAB_IN_ORDER, bool deliverIncomplete = false)
+    explicit Listening(HardwareInterface& camera, unsigned int bufferCount = 64)
         : m_camera(camera), m_pCounters(boost::make_shared<FrameCounters>()) {
         StreamFormat format;
         EXPECT_TRUE(IsOk(camera.GetStreamFormat(&format)));
-        m_pQueue = boost::make_shared<FrameQueue>(bufferCount, format.payloadSize, mode, deliverIncomplete,
+        m_pQueue = boost::make_shared<FrameQueue>(bufferCount, format.payloadSize, GRAB_IN_ORDER, false,
                                                   nullptr, m_pCounters);
         EXPECT_TRUE(IsOk(camera.StartStream(ZevrinConfig(), m_pQueue)));
     }
@@ -117,35 +120,6 @@ inline unsigned int ReadBusTicks(HardwareInterface& camera) {
     TimeStamp now;
     EXPECT_TRUE(IsOk(camera.GetBusTime(&now)));
     return (now.cycleSeconds * 8000 + now.cycleCount) * 3072 + now.cycleOffset;
-}
-
-/// A picture as it was sent.
-struct Picture {
-    FrameInfo info;
-    std::vector<unsigned char> data;
-
-    /// A byte of the row, where no digits are.
-    unsigned int At(std::size_t byte, unsigned int y = 200) const { return data[y * info.stride + byte]; }
-    /// Where the row 200 of the scene is at `x`.
-    unsigned int Phase(unsigned int x) const { return x + 200 + 4 * static_cast<unsigned int>(info.frameId); }
-    unsigned int Quadlet(std::size_t index) const { return ReadQuadlet(&data[4 * index]); }
-};
-
-/// The next frame of a camera that is not sending, on a manual clock.
-inline Picture TakePicture(Simulation& simulation, HardwareInterface& camera) {
-    Picture picture;
-    Listening stream(camera, 1);
-    WriteCommand(camera, kTransmissionRegister, kOn);
-    for (int step = 0; step < 1000 && picture.data.empty(); ++step) {
-        simulation.AdvanceClock(1000);
-        stream.Drain([&](const Frame& frame) {
-            picture.info = frame.info;
-            picture.data.assign(frame.data, frame.data + frame.info.receivedSize);
-        });
-    }
-    WriteCommand(camera, kTransmissionRegister, 0);
-    EXPECT_FALSE(picture.data.empty());
-    return picture;
 }
 
 }  // namespace Zevrin

@@ -1,7 +1,5 @@
-#include <boost/chrono/duration.hpp>
-#include <boost/chrono/system_clocks.hpp>
-#include <boost/thread/thread.hpp>
 #include <cmath>
+#include <future>
 
 #include "SimulatedFixture.h"
 
@@ -15,165 +13,88 @@ TEST(SimulatedTiming, SwitchingOffWaitsForTheFrameThatIsOnItsWay) {
         MakeSimulation(R"({"clock": "manual", "cameras": [{"faults": {"corrupt": {"frames": [1]}}}]})");
     const auto pCamera = OpenCamera(1001);
     Listening stream(*pCamera);
-    std::atomic<bool> isOff{false};
-    boost::thread writer;
+    std::future<void> off;
     stream.Queue().SetFreeListener([&] {  // while an incomplete frame lands
-        writer = boost::thread([&] {
-            WriteCommand(*pCamera, kTransmissionRegister, 0);
-            isOff = true;
-        });
-        const auto patience = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(200);
-        while (!isOff && boost::chrono::steady_clock::now() < patience) {
-            boost::this_thread::yield();
-        }
-        EXPECT_FALSE(isOff) << "a frame lands after the write has returned";
+        off = std::async(std::launch::async, [&] { WriteCommand(*pCamera, kTransmissionRegister, 0); });
+        EXPECT_EQ(off.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout)
+            << "a frame lands after the write has returned";
     });
     WriteCommand(*pCamera, kTransmissionRegister, kOn);
     pSimulation->AdvanceClock(100000);
     stream.Queue().SetFreeListener(nullptr);
-    writer.join();
+    off.get();
     EXPECT_EQ(stream.Counters().corrupt, 1U);
 }
-
-/// Ten buffers, all held while transmission is off: what comes first afterwards is never an old frame.
-void ExpectFreshFrames(Simulation& simulation, const char* faults, bool isClockManual) {
-    const auto pCamera = OpenCamera(1001);
-    ASSERT_TRUE(IsOk(simulation.SetFaults(1001, faults)));
-    WriteCommand(*pCamera, 0x12F8, 1);
-    Listening stream(*pCamera, 10);
-    const auto next = [&](Frame** ppFrame) {
-        simulation.AdvanceClock(5000);
-        ASSERT_TRUE(IsOk(stream.Queue().Retrieve(ppFrame, isClockManual ? 0 : 30000)));
-    };
-    WriteCommand(*pCamera, kTransmissionRegister, kOn);
-    simulation.AdvanceClock(20000);
-    for (int round = 0; round < (isClockManual ? 5 : 20); ++round) {
-        Frame* held[10] = {};
-        for (Frame*& pFrame : held) {
-            ASSERT_NO_FATAL_FAILURE(next(&pFrame));
-        }
-        WriteCommand(*pCamera, kTransmissionRegister, 0);
-        for (Frame* pFrame : held) {
-            stream.Queue().Release(pFrame);
-        }
-        simulation.AdvanceClock(7000);
-        const unsigned int switchedOn = ReadBusTicks(*pCamera);
-        WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        simulation.AdvanceClock(20000);
-        ASSERT_NO_FATAL_FAILURE(next(&held[0]));
-        EXPECT_LT(ReadStamp(*held[0]) - switchedOn, 2 * kSecond / 125 * kTicksPerCycle) << faults << round;
-        stream.Queue().Release(held[0]);
-    }
-}
-
-TEST(SimulatedTiming, NoFrameOutlivesTheSwitchingOff) {
-    for (const char* clock : {"manual", "real"}) {
-        const auto pSimulation = MakeSimulation(
-            R"({"clock": ")" + std::string(clock) +
-            R"(", "cameras": [{"frameRate": 200, "width": 64, "height": 48, "exposureUs": 1000}]})");
-        const bool isManual = std::string(clock) == "manual";
-        ExpectFreshFrames(*pSimulation, "{}", isManual);
-        ExpectFreshFrames(*pSimulation, R"({"delay": {"share": 0.5}, "delayUs": 12000})", isManual);
-    }
-}
-
-struct TimingCase {
-    const char* what;
-    const char* keys;            // of the second of two cameras
-    std::vector<double> cycles;  // its frames after those of the first
-};
 
 // Two cameras at 100 frames/s are switched on one after the other, each write a moment of no length unless
 // the description says otherwise. Cycles are 125 us.
 TEST(SimulatedTiming, IsEachCamerasOwn) {
-    const TimingCase table[] = {
-        {"in step", "", {0, 0, 0, 0}},
-        {"write latency", R"("faults": {"registers": {"writeLatencyUs": 1250}})", {10, 10, 10, 10}},
-        {"read latency is another matter", R"("faults": {"registers": {"readLatencyUs": 1250}})", {0, 0, 0}},
-        {"exposure", R"("exposureUs": 60)", {0, 0, 0, 0}},
-        {"frame rate", R"("frameRate": 80)", {20, 40, 60, 80}},
-        {"a slow oscillator", R"("clockErrorPpm": -10000)", {0.808, 1.616, 2.424}},
-        {"a fast oscillator", R"("clockErrorPpm": 10000)", {-0.792, -1.584, -2.376}},
-        {"late to answer", R"("faults": {"silent": {"frames": 2}})", {160, 160, 160}},
-        {"silent another time", R"("faults": {"silent": {"frames": 2, "starts": [2]}})", {0, 0, 0}},
-        {"never answers", R"("faults": {"silent": {"frames": 4294967295, "starts": [2, 1]}})", {}},
+    const struct {
+        const char* second;          // of the cameras
+        std::vector<double> cycles;  // its frames after those of the first
+    } table[] = {
+        {R"("frameRate": 100)", {0, 0, 0, 0}},
+        {R"("frameRate": 100, "faults": {"registers": {"writeLatencyUs": 1250}})", {10, 10, 10, 10}},
+        {R"("frameRate": 100, "faults": {"registers": {"readLatencyUs": 1250}})", {0, 0, 0}},
+        {R"("frameRate": 100, "exposureUs": 60)", {0, 0, 0, 0}},
+        {R"("frameRate": 80)", {20, 40, 60, 80}},
+        {R"("frameRate": 100, "clockErrorPpm": -10000)", {0.808, 1.616, 2.424}},
+        {R"("frameRate": 100, "clockErrorPpm": 10000)", {-0.792, -1.584, -2.376}},
+        {R"("frameRate": 100, "faults": {"silent": {"frames": 2}})", {160, 160, 160}},
+        {R"("frameRate": 100, "faults": {"silent": {"frames": 2, "starts": [2]}})", {0, 0, 0}},
+        {R"("frameRate": 100, "faults": {"silent": {"frames": 4294967295, "starts": [2, 1]}})", {}},
     };
-    for (const TimingCase& row : table) {
-        const std::string size = R"("width": 64, "height": 48)";
-        const auto pSimulation = MakeSimulation(
-            R"({"clock": "manual", "cameras": [{"frameRate": 100, )" + size + "}, {" +
-            (std::string(row.keys).find("frameRate") == std::string::npos ? R"("frameRate": 100, )" : "") +
-            size + (*row.keys != '\0' ? ", " : "") + row.keys + "}]}");
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.second);
+        const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{"frameRate": 100}, {)" +
+                                                std::string(row.second) + "}]}");
         const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
         Listening streams[] = {Listening(*cameras[0]), Listening(*cameras[1])};
         std::vector<unsigned int> stamps[2];
-        for (const auto& pCamera : cameras) {
-            WriteCommand(*pCamera, 0x12F8, 1);
-        }
+        WriteCommand(*cameras[0], 0x12F8, 1);
+        WriteCommand(*cameras[1], 0x12F8, 1);
         WriteCommand(*cameras[0], kTransmissionRegister, kOn);  // what was before has no say
         pSimulation->AdvanceClock(3000);
         WriteCommand(*cameras[0], kTransmissionRegister, 0);
-        for (const auto& pCamera : cameras) {
-            WriteCommand(*pCamera, kTransmissionRegister, kOn);
-        }
+        WriteCommand(*cameras[0], kTransmissionRegister, kOn);
+        WriteCommand(*cameras[1], kTransmissionRegister, kOn);
         pSimulation->AdvanceClock(100000);
         for (int index = 0; index < 2; ++index) {
             streams[index].Drain([&](const Frame& frame) { stamps[index].push_back(ReadStamp(frame)); });
         }
-        const unsigned int shutter = ReadCommand(*cameras[1], 0x81C) & 0xFFF;
-        EXPECT_EQ(shutter, std::string(row.what) == "exposure" ? 3U : 250U) << row.what;
-        EXPECT_GE(stamps[0].size(), 9U) << row.what;
-        EXPECT_EQ(stamps[1].empty(), row.cycles.empty()) << row.what;
-        ASSERT_GE(stamps[1].size(), row.cycles.size()) << row.what;
+        ASSERT_GE(stamps[0].size(), row.cycles.size());
+        EXPECT_EQ(stamps[1].empty(), row.cycles.empty());
+        ASSERT_GE(stamps[1].size(), row.cycles.size());
         for (std::size_t index = 0; index < row.cycles.size(); ++index) {
             const double ticks = static_cast<int>(stamps[1][index] - stamps[0][index]);
-            EXPECT_NEAR(ticks / kTicksPerCycle, row.cycles[index], 0.01) << row.what << ", frame " << index;
+            EXPECT_NEAR(ticks / kTicksPerCycle, row.cycles[index], 0.01) << "frame " << index;
         }
     }
 }
-
-/// Notes when events happen, and what time it is then on another bus.
-class Witness : public EventSink {
-  public:
-    explicit Witness(HardwareInterface& elsewhere) : m_elsewhere(elsewhere) {}
-    void OnDeviceEvent(const RawDeviceEvent& event) override {
-        m_cycles.push_back(event.timeStampNs / 125000);
-        m_elsewhereCycles.push_back(ReadBusTicks(m_elsewhere) / kTicksPerCycle);
-    }
-    HardwareInterface& m_elsewhere;
-    std::vector<unsigned long long> m_cycles;
-    std::vector<unsigned long long> m_elsewhereCycles;
-};
 
 TEST(SimulatedTiming, BusesMoveTogether) {
     const auto pSimulation = MakeSimulation(
         R"({"clock": "manual", "buses": [{"cameras": [{"interface": "u3v", "frameRate": 70}]},
             {"cameras": [{"interface": "u3v", "frameRate": 300}]}]})");
     const boost::shared_ptr<HardwareInterface> cameras[] = {OpenCamera(1001), OpenCamera(1002)};
-    Witness witness(*cameras[0]);
+    struct : EventSink {
+        void OnDeviceEvent(const RawDeviceEvent& event) override {
+            EXPECT_EQ(ReadBusTicks(*pFirst) / kTicksPerCycle, event.timeStampNs / 125000);
+            ++count;
+        }
+        boost::shared_ptr<HardwareInterface> pFirst;
+        unsigned int count = 0;
+    } witness;
+    witness.pFirst = cameras[0];
     for (const auto& pCamera : cameras) {
         ASSERT_TRUE(IsOk(pCamera->SetEventSink(&witness)));
         WriteCommand(*pCamera, kTransmissionRegister, kOn);
     }
     pSimulation->AdvanceClock(kSecond);
-    EXPECT_GT(witness.m_cycles.size(), 3 * 360U);
-    EXPECT_TRUE(std::is_sorted(witness.m_cycles.begin(), witness.m_cycles.end()));
-    EXPECT_EQ(witness.m_cycles, witness.m_elsewhereCycles);
+    EXPECT_GT(witness.count, 3 * 360U);
     for (const auto& pCamera : cameras) {
         ASSERT_TRUE(IsOk(pCamera->SetEventSink(nullptr)));
     }
-}
-
-TEST(SimulatedTiming, AClockThatIsSetByHandEndsInsteadOfWrapping) {
-    const auto pSimulation = MakeSimulation(R"({"clock": "manual", "cameras": [{}]})");
-    const auto pCamera = OpenCamera(1001);
-    for (int count = 0; count < 20; ++count) {
-        pSimulation->AdvanceClock(~0ULL);
-    }
-    const unsigned int end = ReadBusTicks(*pCamera);
-    WriteCommand(*pCamera, kTransmissionRegister, kOn);
-    pSimulation->AdvanceClock(kSecond);
-    EXPECT_EQ(ReadBusTicks(*pCamera), end);
 }
 
 TEST(SimulatedTiming, LatencyMovesAClockThatIsSetByHand) {
@@ -186,12 +107,6 @@ TEST(SimulatedTiming, LatencyMovesAClockThatIsSetByHand) {
     SimulatedTiming timing;
     timing.readLatencyUs = 1000;
     timing.writeLatencyUs = 20000;
-    ASSERT_TRUE(IsOk(pSimulation->SetTiming(1001, timing)));
-    WriteCommand(*pCamera, 0x600, 0);
-    EXPECT_EQ(stream.Drain(), 1U) << "the other bus has gone on meanwhile";
-    ReadCommand(*pCamera, 0x600);
-    EXPECT_EQ(ReadBusTicks(*pOther), 21 * 8 * kTicksPerCycle);
-
     timing.jitterUs = 1000;
     ASSERT_TRUE(IsOk(pSimulation->SetTiming(1001, timing)));
     std::vector<unsigned int> cycles;  // each write took, rounded up
@@ -203,23 +118,28 @@ TEST(SimulatedTiming, LatencyMovesAClockThatIsSetByHand) {
     const auto [shortest, longest] = std::minmax_element(cycles.begin(), cycles.end());
     EXPECT_LE(*shortest - 20 * 8, 1U) << "the latency alone";
     EXPECT_EQ(*longest, 21 * 8U) << "and all of the jitter";
+    EXPECT_GE(stream.Drain(), 60U) << "the other bus has gone on meanwhile";
+
+    timing.jitterUs = 0;
+    ASSERT_TRUE(IsOk(pSimulation->SetTiming(1001, timing)));
+    const unsigned int before = ReadBusTicks(*pOther);
+    ReadCommand(*pCamera, 0x600);
+    EXPECT_EQ(ReadBusTicks(*pOther) - before, 8 * kTicksPerCycle);
 
     for (const double error : {1e5, -10001.0, std::nan("")}) {
         timing.clockErrorPpm = error;
-        EXPECT_EQ(pSimulation->SetTiming(1001, timing).GetType(), ERR_VALUE_OUT_OF_RANGE) << error;
+        EXPECT_EQ(pSimulation->SetTiming(1001, timing), ERR_VALUE_OUT_OF_RANGE) << error;
     }
     timing = SimulatedTiming();
     timing.jitterUs = 10000001;
-    EXPECT_EQ(pSimulation->SetTiming(1001, timing).GetType(), ERR_VALUE_OUT_OF_RANGE);
-    EXPECT_EQ(pSimulation->SetTiming(5, SimulatedTiming()).GetType(), ERR_CAMERA_NOT_FOUND);
+    EXPECT_EQ(pSimulation->SetTiming(1001, timing), ERR_VALUE_OUT_OF_RANGE);
+    EXPECT_EQ(pSimulation->SetTiming(5, SimulatedTiming()), ERR_CAMERA_NOT_FOUND);
 }
 
 TEST(SimulatedTiming, LatencyIsWaitedForOnTheRealClock) {
-    const auto pSimulation = MakeSimulation(R"({"cameras": [{}]})");
+    const auto pSimulation =
+        MakeSimulation(R"({"cameras": [{"faults": {"registers": {"writeLatencyUs": 3000}}}]})");
     const auto pCamera = OpenCamera(1001);
-    SimulatedTiming timing;
-    timing.writeLatencyUs = 3000;
-    ASSERT_TRUE(IsOk(pSimulation->SetTiming(1001, timing)));
     const unsigned int before = ReadBusTicks(*pCamera);
     WriteCommand(*pCamera, 0x600, 0);
     EXPECT_GE(ReadBusTicks(*pCamera) - before, 3 * 8 * kTicksPerCycle);
