@@ -74,20 +74,16 @@ class MeteredHardware : public RememberingHardware {
         return g_meter.TakeRegister(
             "w", low, [&] { return Base::WriteQuadlets(high, low, pValues, count, broadcast); });
     }
-    Error GetBusTime(TimeStamp* pTime) override {
-        return g_meter.Take("BusTime", [&] { return Base::GetBusTime(pTime); });
+#define METERED(name, operation, type)                                                    \
+    Error operation(type value) override {                                                \
+        return g_meter.Take(name, [&] { return RememberingHardware::operation(value); }); \
     }
-    Error GetPortErrors(unsigned int* pCount) override {
-        return g_meter.Take("PortErrors", [&] { return Base::GetPortErrors(pCount); });
-    }
-    Error GetStreamFormat(StreamFormat* pFormat) override {
-        return g_meter.Take("StreamFormat", [&] { return Base::GetStreamFormat(pFormat); });
-    }
+    METERED("BusTime", GetBusTime, TimeStamp*)
+    METERED("PortErrors", GetPortErrors, unsigned int*)
+    METERED("StreamFormat", GetStreamFormat, StreamFormat*)
+    METERED("EventNames", GetEventNames, std::vector<std::string>*)
     Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override {
         return g_meter.Take("StartStream", [&] { return Base::StartStream(config, pQueue); });
-    }
-    Error GetEventNames(std::vector<std::string>* pNames) override {
-        return g_meter.Take("EventNames", [&] { return Base::GetEventNames(pNames); });
     }
     Error SetEventSink(EventSink* pSink) override {
         const auto set = [&] { return Base::SetEventSink(pSink); };

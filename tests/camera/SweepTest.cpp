@@ -225,17 +225,6 @@ TEST_F(Sweep, WhatTheTransmittingCameraDoesNotTakeIsToldAndPutBack) {
     EXPECT_EQ(GetRegisters(), before);
 }
 
-TEST_F(Sweep, AnAbsoluteValueEndsTheAutomaticMode) {
-    Property gain = g_in.gain;
-    gain.autoManualMode = true;
-    Prepared(m_camera.SetProperty(&gain));
-    gain.autoManualMode = false;
-    gain.absValue = 12;
-    Prepared(m_camera.SetProperty(&gain));
-    Prepared(m_camera.GetProperty(&gain));
-    EXPECT_EQ(gain.absValue, 12);
-}
-
 TEST_F(Sweep, AnObjectIsConnectedOnceAndServesAgainWhenItHasBeenGivenUp) {
     CameraSystem system;
     std::vector<CameraListing> cameras;
@@ -280,44 +269,37 @@ TEST_F(Sweep, StreamsAreAsConfigured) {
     EXPECT_EQ(m_camera.SetConfiguration(&config), ERR_VALUE_OUT_OF_RANGE);
     EXPECT_EQ(m_camera.SetConfiguration(nullptr), ERR_INVALID_PARAMETER);
     EXPECT_EQ(m_camera.GetConfiguration(nullptr), ERR_INVALID_PARAMETER);
-    config.numBuffers = 2;
+    config.numBuffers = 1;
     config.grabTimeout = 0;
     EXPECT_EQ(m_camera.SetConfiguration(&config), ERR_OK);
     Start(m_camera);
     EXPECT_EQ(m_camera.StartCapture(nullptr, nullptr), ERR_ISOCH_ALREADY_STARTED);
-    EXPECT_EQ(m_camera.SetConfiguration(&config), ERR_OK) << "what the stream has already";
-    config.grabMode = GRAB_NEWEST;
-    EXPECT_EQ(m_camera.SetConfiguration(&config), ERR_ISOCH_ALREADY_STARTED);
     g_pSimulation->AdvanceClock(50000);
-    Image images[3];
+    Image images[2];
     EXPECT_EQ(m_camera.RetrieveBuffer(&images[0]), ERR_OK);
-    EXPECT_EQ(m_camera.RetrieveBuffer(&images[1]), ERR_OK);
-    EXPECT_EQ(m_camera.RetrieveBuffer(&images[2]), ERR_TIMEOUT);
+    EXPECT_EQ(m_camera.RetrieveBuffer(&images[1]), ERR_TIMEOUT);
 }
 
 TEST_F(Sweep, GivingUpWaitsForTheCallbackWhichMayStillUseTheObject) {
     auto pCamera = std::make_unique<IidcCamera>();
     struct Shared {
-        IidcCamera* pCamera;
-        std::atomic<bool> isInside{false};
-        std::atomic<bool> isDone{false};
-    } shared{pCamera.get(), {}, {}};
+        IidcCamera& camera;
+        std::atomic<int> steps{0};
+    } shared{*pCamera, {}};
     const auto callback = [](Image*, const void* pData) {
         auto& data = *static_cast<Shared*>(const_cast<void*>(pData));
-        data.isInside = true;
-        Error error = data.pCamera->StopCapture();
-        BayerTileFormat format = BAYER_NONE;
-        error = data.pCamera->GetBayerFormat(&format);
-        error = data.pCamera->StartCapture(nullptr, nullptr);
+        ++data.steps;
+        Error error = data.camera.StopCapture();
+        error = data.camera.StartCapture(nullptr, nullptr);
         static_cast<void>(error);  // whichever wins
-        data.isDone = true;
+        ++data.steps;
     };
     Prepared(pCamera->Connect(kSerialNumber));
     Prepared(pCamera->StartCapture(callback, &shared));
     g_pSimulation->AdvanceClock(20000);
-    ASSERT_TRUE(Await([&] { return shared.isInside.load(); }));
+    ASSERT_TRUE(Await([&] { return shared.steps > 0; }));
     pCamera.reset();
-    EXPECT_TRUE(shared.isDone);
+    EXPECT_EQ(shared.steps, 2);
     EXPECT_EQ(g_meter.opened, 1);
 }
 
