@@ -11,94 +11,87 @@ namespace {
 constexpr unsigned int kEmbedded = 0x12F8;
 constexpr unsigned int kDirection = 0x11F8;
 
-using RegisterFeaturesTest = CameraTest;
-
-TEST_F(RegisterFeaturesTest, EmbeddedInfoIsSetWithoutTouchingOtherBitsAndProbedAndRestored) {
-    struct {
-        unsigned int before;
-        unsigned char onOff[10];
-        unsigned int after;
-    } const cases[] = {
-        {0x80000403U, {}, 0x80000400U},
-        {0, {1}, 1},
-        {0xFFFFFFFFU, {0, 2, 0, 0, 0, 0, 0, 0, 0, 0x80}, 0xFFFFFE02U},  // any byte but 0 counts as on
-    };
-    EmbeddedImageInfo info;
-    auto* const bytes = reinterpret_cast<unsigned char*>(&info);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.before);
-        m_script.registers[kEmbedded] = c.before;
-        for (unsigned int item = 0; item < 10; ++item) {
-            bytes[2 * item + 1] = c.onOff[item];
-        }
-        EXPECT_EQ(m_camera.SetEmbeddedImageInfo(&info), ERR_OK);
-        EXPECT_EQ(m_script.registers[kEmbedded], c.after);
-        EXPECT_EQ(Calls().back(), Script::CallText("Iso::CacheEmbeddedImageInfo", c.after));
-
-        std::memset(static_cast<void*>(&info), 0x55, sizeof info);
-        EXPECT_EQ(m_camera.GetEmbeddedImageInfo(&info), ERR_OK);
-        EXPECT_EQ(m_script.registers[kEmbedded], c.after);
-        for (unsigned int item = 0; item < 10; ++item) {
-            EXPECT_EQ(bytes[2 * item], 1) << item;
-            EXPECT_EQ(bytes[2 * item + 1], c.after >> item & 1U) << item;
-        }
+class RegisterFeaturesTest : public CameraTest {
+  protected:
+    unsigned char& OnOff(unsigned int item) {
+        return reinterpret_cast<unsigned char*>(&m_embedded)[2 * item + 1];
     }
-    m_script.failures["Iso::CacheEmbeddedImageInfo"] = ComponentFailure();
-    m_script.registers[kEmbedded] = 0;
-    EXPECT_TRUE(Says(m_camera.SetEmbeddedImageInfo(&info), ERR_FAILED,
-                     "Failed to cache the embedded image info.", 1));
-    EXPECT_EQ(m_script.registers[kEmbedded], 0x202U) << "written, and not put back";
-}
+    /// Any byte but 0 counts as on.
+    Error SetEmbedded(unsigned int items, unsigned char on) {
+        for (unsigned int item = 0; item < 10; ++item) {
+            OnOff(item) = (items >> item & 1U) != 0 ? on : 0;
+        }
+        return m_camera.SetEmbeddedImageInfo(&m_embedded);
+    }
 
-TEST_F(RegisterFeaturesTest, GpioPinsCountFromTheMostSignificantBit) {
-    unsigned int direction = 7;
+    EmbeddedImageInfo m_embedded;
+};
+
+TEST_F(RegisterFeaturesTest, KeepTheBitsThatAreNotTheirs) {
+    const std::string write = "IOBase::WriteRegister";
+    const std::string cache = "Iso::CacheEmbeddedImageInfo";
+    const struct {
+        unsigned int address;
+        unsigned int before;
+        std::function<Error()> operation;
+        unsigned int after;
+        std::string lastCall;
+    } rows[] = {
+        {kDirection, 0, [&] { return m_camera.SetGPIOPinDirection(3, 1, true); }, 0x10000000U,
+         Script::CallText(write, kDirection, 0x10000000U, true)},
+        {kDirection, 0xFFFFFFFFU, [&] { return m_camera.SetGPIOPinDirection(31, 0, false); }, 0xFFFFFFFEU,
+         Script::CallText(write, kDirection, 0xFFFFFFFEU, false)},
+        {kDirection, 1, [&] { return m_camera.SetGPIOPinDirection(31, 1, false); }, 1,  // as it is already
+         Script::CallText(write, kDirection, 1, false)},
+        {kEmbedded, 0x80000403U, [&] { return SetEmbedded(0, 1); }, 0x80000400U,
+         Script::CallText(cache, 0x80000400U)},
+        {kEmbedded, 0, [&] { return SetEmbedded(1, 1); }, 1, Script::CallText(cache, 1)},
+        {kEmbedded, 0xFFFFFFFFU, [&] { return SetEmbedded(0x202, 0x80); }, 0xFFFFFE02U,
+         Script::CallText(cache, 0xFFFFFE02U)},
+        {kEmbedded, 0x80000403U, [&] { return m_camera.GetEmbeddedImageInfo(&m_embedded); }, 0x80000403U,
+         Script::CallText(write, kEmbedded, 0x80000403U, false)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.lastCall);
+        m_script.registers[row.address] = row.before;
+        Calls().clear();
+        EXPECT_EQ(row.operation(), ERR_OK);
+        EXPECT_EQ(m_script.registers[row.address], row.after);
+        EXPECT_EQ(Calls().back(), row.lastCall);
+    }
+    for (unsigned int item = 0; item < 10; ++item) {
+        EXPECT_EQ(*(&OnOff(item) - 1), 1) << "this camera has all items";
+        EXPECT_EQ(OnOff(item), item < 2 ? 1 : 0) << item;
+    }
+    m_script.failures[cache] = ComponentFailure();
+    EXPECT_TRUE(Says(SetEmbedded(4, 1), ERR_FAILED, "Failed to cache the embedded image info.", 1));
+    EXPECT_EQ(m_script.registers[kEmbedded], 0x80000404U) << "written, and not put back";
+
     m_script.registers[kDirection] = 0x80000001U;
     for (unsigned int pin = 0; pin < 32; ++pin) {
+        unsigned int direction = 7;
         EXPECT_EQ(m_camera.GetGPIOPinDirection(pin, &direction), ERR_OK);
         EXPECT_EQ(direction, pin == 0 || pin == 31 ? 1U : 0U) << pin;
     }
-    struct {
-        unsigned int before;
-        unsigned int pin;
-        unsigned int direction;
-        bool broadcast;
-        unsigned int written;
-    } const cases[] = {
-        {0, 3, 1, true, 0x10000000U},
-        {0xFFFFFFFFU, 31, 0, false, 0xFFFFFFFEU},
-        {0xFFFFFFFEU, 31, 0, false, 0xFFFFFFFEU},  // although it is so already
-    };
-    for (const auto& c : cases) {
-        m_script.registers[kDirection] = c.before;
-        Calls().clear();
-        EXPECT_EQ(m_camera.SetGPIOPinDirection(c.pin, c.direction, c.broadcast), ERR_OK);
-        EXPECT_EQ(Calls().back(),
-                  Script::CallText("IOBase::WriteRegister", kDirection, c.written, c.broadcast));
-    }
 }
 
-TEST_F(RegisterFeaturesTest, ReadsTablesOfNumbers) {
+TEST_F(RegisterFeaturesTest, ReadTablesOfNumbers) {
     m_script.registers = {
         {0x104, 0xC0001234U}, {0x48D0, 0x3F800000U}, {0x48D4, 0xC0000000U}, {0x48D8, 0x7F800000U}};
-    struct {
-        unsigned int info;
-        unsigned int count;
-        std::size_t reads;
-    } const cases[] = {{0x80FFF000U, 4095, 2 + 4095},  // no bound of its own
-                       {0x80003000U, 3, 2 + 3},
-                       {0x00003000U, 0, 1},
-                       {0x80000000U, 0, 1},
-                       {0x80000FFFU, 0, 1}};
     float values[4095] = {};
-    for (const auto& c : cases) {
+    const auto read = [&](unsigned int info) {
         unsigned int count = 9;
-        m_script.registers[0x100] = c.info;
+        m_script.registers[0x100] = info;
         Calls().clear();
         EXPECT_EQ(m_camera.ReadRegValues(0x100, 0x104, values, &count), ERR_OK);
-        EXPECT_EQ(count, c.count);
-        EXPECT_EQ(Calls().size(), c.reads);
+        return std::pair<unsigned int, std::size_t>(count, Calls().size());
+    };
+    EXPECT_EQ(read(0x80FFF000U), std::make_pair(4095U, 2UL + 4095)) << "no bound of its own";
+    EXPECT_EQ(read(0x80003000U), std::make_pair(3U, 2UL + 3));
+    EXPECT_EQ((std::vector<float>(values, values + 3)), (std::vector<float>{1, -2, 99999}));
+    for (const unsigned int nothing : {0x00003000U, 0x80000000U, 0x80000FFFU}) {
+        EXPECT_EQ(read(nothing), std::make_pair(0U, 1UL));
     }
-    EXPECT_EQ((std::vector<float>{values[0], values[1], values[2]}), (std::vector<float>{1, -2, 99999}));
 }
 
 TEST_F(RegisterFeaturesTest, ConvertsEveryKindOfNumber) {
