@@ -1,3 +1,5 @@
+#include <boost/preprocessor/cat.hpp>
+#include <boost/preprocessor/tuple/elem.hpp>
 #include <tuple>
 
 #include "Fixture.h"
@@ -90,47 +92,38 @@ class ForwardingTest : public CameraTest {
     int m_holdsInside = -1;
 };
 
-TEST_F(ForwardingTest, EachOperationCallsItsOwnOfAComponent) {
-#define FORWARDS(operation, component, componentOperation, shape)                                            \
-    {                                                                                                        \
-        SCOPED_TRACE(#operation);                                                                            \
-        Expect(#component "::" #componentOperation, &CameraInternal::operation, &TestCamera::m_p##component, \
-               shape);                                                                                       \
+#define FORWARDS_AS(operation, component, componentOperation, shape)                          \
+    {                                                                                         \
+        SCOPED_TRACE(BOOST_PP_STRINGIZE(operation));                                          \
+        Expect(BOOST_PP_STRINGIZE(component::componentOperation), &CameraInternal::operation, \
+                                  &TestCamera::BOOST_PP_CAT(m_p, component), shape);          \
     }
-    FORWARDS(GetBayerFormat, Iso, GetBayerFormat, kPassed)
-    FORWARDS(GetPropertyInfo, PropertyManager, GetPropertyInfo, kPassed)
-    FORWARDS(GetProperty, PropertyManager, GetProperty, kPassed)
-    FORWARDS(SetProperty, PropertyManager, SetProperty, kPassed)
-    FORWARDS(GetTriggerDelayInfo, PropertyManager, GetPropertyInfo, kWrapped)
-    FORWARDS(GetTriggerDelay, PropertyManager, GetProperty, kWrapped)
-    FORWARDS(GetTriggerModeInfo, Trigger, GetTriggerModeInfo, kWrapped)
-    FORWARDS(GetTriggerMode, Trigger, GetTriggerMode, kWrapped)
-    FORWARDS(SetTriggerMode, Trigger, SetTriggerMode, kWrapped)
-    FORWARDS(FireSoftwareTrigger, Trigger, FireSoftwareTrigger, kWrapped)
-    FORWARDS(GetStrobeInfo, Strobe, GetStrobeInfo, kWrapped)
-    FORWARDS(GetStrobe, Strobe, GetStrobe, kWrapped)
-    FORWARDS(SetStrobe, Strobe, SetStrobe, kWrapped)
-    FORWARDS(ReadRegister, IOBase, ReadRegister, kWrapped)
-    FORWARDS(WriteRegister, IOBase, WriteRegister, kWrapped)
-    FORWARDS(ReadRegisterBlock, IOBase, ReadRegisterBlock, kWrapped)
-    FORWARDS(WriteRegisterBlock, IOBase, WriteRegisterBlock, kWrapped)
-    FORWARDS(ReadBaseRegister, IOBase, ReadBaseRegister, kWrapped)
-    FORWARDS(WriteBaseRegister, IOBase, WriteBaseRegister, kWrapped)
-    FORWARDS(GetLUTInfo, Lut, QuerySupport, kWrapped)
-    FORWARDS(GetLUTBankInfo, Lut, QueryBankStatus, kWrapped)
-    FORWARDS(GetActiveLUTBank, Lut, GetActiveBank, kWrapped)
-    FORWARDS(SetActiveLUTBank, Lut, SetActiveBank, kWrapped)
-    FORWARDS(EnableLUT, Lut, Enable, kWrapped)
-    FORWARDS(GetLUTChannel, Lut, GetChannel, kWrapped)
-    FORWARDS(SetLUTChannel, Lut, SetChannel, kWrapped)
-    FORWARDS(GetMemoryChannel, MemoryChannel, GetMemoryChannel, kWrapped)
-    FORWARDS(SaveToMemoryChannel, MemoryChannel, SaveToMemoryChannel, kWrapped)
-    FORWARDS(RestoreFromMemoryChannel, MemoryChannel, RestoreFromMemoryChannel, kWrapped)
-    FORWARDS(GetMemoryChannelInfo, MemoryChannel, GetMemoryChannelInfo, kWrapped)
-    FORWARDS(RetrieveBuffer, Iso, RetrieveBuffer, kWrapped)
-    FORWARDS(WaitForBufferEvent, Iso, WaitForBufferEvent, kWrapped)
-    FORWARDS(SetCallback, Iso, SetCallback, kNoCallback)
-    FORWARDS(SetUserBuffers, Iso, SetUserBuffers, kNoBuffers)
+#define FORWARDS_EACH(unused, row, operation) \
+    FORWARDS_AS(operation, BOOST_PP_TUPLE_ELEM(0, row), operation, BOOST_PP_TUPLE_ELEM(1, row))
+#define FORWARDS(component, shape, operations) \
+    BOOST_PP_SEQ_FOR_EACH(FORWARDS_EACH, (component, shape), operations)
+
+TEST_F(ForwardingTest, EachOperationCallsItsOwnOfAComponent) {
+    FORWARDS(IOBase, kWrapped, (ReadRegister)(WriteRegister)(ReadRegisterBlock)(WriteRegisterBlock))
+    FORWARDS(IOBase, kWrapped, (ReadBaseRegister)(WriteBaseRegister))
+    FORWARDS(PropertyManager, kPassed, (GetPropertyInfo)(GetProperty)(SetProperty))
+    FORWARDS_AS(GetTriggerDelayInfo, PropertyManager, GetPropertyInfo, kWrapped)
+    FORWARDS_AS(GetTriggerDelay, PropertyManager, GetProperty, kWrapped)
+    FORWARDS(Trigger, kWrapped, (GetTriggerModeInfo)(GetTriggerMode)(SetTriggerMode)(FireSoftwareTrigger))
+    FORWARDS(Strobe, kWrapped, (GetStrobeInfo)(GetStrobe)(SetStrobe))
+    FORWARDS_AS(GetLUTInfo, Lut, QuerySupport, kWrapped)
+    FORWARDS_AS(GetLUTBankInfo, Lut, QueryBankStatus, kWrapped)
+    FORWARDS_AS(GetActiveLUTBank, Lut, GetActiveBank, kWrapped)
+    FORWARDS_AS(SetActiveLUTBank, Lut, SetActiveBank, kWrapped)
+    FORWARDS_AS(EnableLUT, Lut, Enable, kWrapped)
+    FORWARDS_AS(GetLUTChannel, Lut, GetChannel, kWrapped)
+    FORWARDS_AS(SetLUTChannel, Lut, SetChannel, kWrapped)
+    FORWARDS(MemoryChannel, kWrapped, (GetMemoryChannel)(GetMemoryChannelInfo))
+    FORWARDS(MemoryChannel, kWrapped, (SaveToMemoryChannel)(RestoreFromMemoryChannel))
+    FORWARDS(Iso, kPassed, (GetBayerFormat))
+    FORWARDS(Iso, kWrapped, (RetrieveBuffer)(WaitForBufferEvent))
+    FORWARDS(Iso, kNoCallback, (SetCallback))
+    FORWARDS(Iso, kNoBuffers, (SetUserBuffers))
 }
 
 using TriggerDelayTest = CameraTest;

@@ -177,11 +177,6 @@ class BusMaster {
     BusMaster() { Script::RecordConstruction("BusMaster"); }
     virtual ~BusMaster() { Script::Get().calls.push_back("-BusMaster"); }
 
-    static void* operator new(std::size_t size) noexcept {
-        return Script::Get().isBusMasterMissing ? nullptr : ::operator new(size);
-    }
-    static void operator delete(void* pMemory) { ::operator delete(pMemory); }
-
     /// The next of the scripted answers, of which the last one stays; 0 when there are none.
     unsigned int GetGeneration(unsigned int) {
         auto& generations = Script::Get().generations;

@@ -29,7 +29,6 @@ struct State {
     std::string throwingConstructor;                 ///< the class whose constructor throws
     std::vector<unsigned int> generations;           ///< the bus manager's next answers; the last one stays
     std::map<unsigned int, int> interfaceTypes;      ///< by serial number; 0 is that of all others
-    bool isBusMasterMissing = false;                 ///< there is no memory for a new one
     bool isGrabStarted = false;
     int eventStatus = 0;
     bool isPropertyPresent = true;
