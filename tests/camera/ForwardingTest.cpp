@@ -147,14 +147,13 @@ TEST_F(TriggerDelayTest, IsAPropertyWhoseTypeTheSetterDoesNotWriteIntoTheCallers
 TEST_F(TriggerDelayTest, WrapsABusResetBetweenItsTwoChecksTwice) {
     Property delay;
     PropertyInfo info;
-    const std::function<Error()> operations[] = {
-        [&] { return m_camera.GetTriggerDelayInfo(&info); },
-        [&] { return m_camera.GetTriggerDelay(&delay); },
-        [&] { return m_camera.SetTriggerDelay(&delay, false); },
-    };
-    for (const auto& operation : operations) {
+    const auto camera = [&]() -> TestCamera& {
         m_script.generations = {kGeneration, kGeneration + 1};
-        EXPECT_TRUE(Says(operation(), ERR_INVALID_GENERATION, "Generation count is incorrect.", 2));
+        return m_camera;
+    };
+    for (const Error& error : {camera().GetTriggerDelayInfo(&info), camera().GetTriggerDelay(&delay),
+                               camera().SetTriggerDelay(&delay, false)}) {
+        EXPECT_TRUE(Says(error, ERR_INVALID_GENERATION, "Generation count is incorrect.", 2));
     }
     EXPECT_TRUE(Calls().empty());
 }

@@ -267,29 +267,6 @@ TEST_F(Sweep, StreamsAreAsConfiguredAlsoWhenConnectedAgain) {
     EXPECT_EQ(config.numBuffers, 1U);
 }
 
-TEST_F(Sweep, GivingUpWaitsForTheCallbackWhichMayStillUseTheObject) {
-    auto pCamera = std::make_unique<IidcCamera>();
-    struct Shared {
-        IidcCamera& camera;
-        std::atomic<int> steps{0};
-    } shared{*pCamera, {}};
-    const auto callback = [](Image*, const void* pData) {
-        auto& data = *static_cast<Shared*>(const_cast<void*>(pData));
-        ++data.steps;
-        Error error = data.camera.StopCapture();
-        error = data.camera.StartCapture(nullptr, nullptr);
-        static_cast<void>(error);  // whichever wins
-        ++data.steps;
-    };
-    Prepared(pCamera->Connect(kSerialNumber));
-    Prepared(pCamera->StartCapture(callback, &shared));
-    g_pSimulation->AdvanceClock(20000);
-    ASSERT_TRUE(Await([&] { return shared.steps > 0; }));
-    pCamera.reset();
-    EXPECT_EQ(shared.steps, 2);
-    EXPECT_EQ(g_meter.opened, 1);
-}
-
 /// The synchronized start and the reconnection have tests of their own.
 TEST(SweepRows, HaveEveryOperationThatTheHeadersDeclare) {
     std::set<std::string> rows;
