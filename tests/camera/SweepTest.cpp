@@ -225,6 +225,18 @@ TEST_F(Sweep, WhatTheTransmittingCameraDoesNotTakeIsToldAndPutBack) {
     EXPECT_EQ(GetRegisters(), before);
 }
 
+/// Set while the camera adjusts it, which takes no value then.
+TEST_F(Sweep, AnAbsoluteValueEndsTheAutomaticMode) {
+    Property gain = g_in.gain;
+    gain.autoManualMode = true;
+    Prepared(m_camera.SetProperty(&gain));
+    gain = g_in.gain;
+    gain.absValue = 12;
+    Prepared(m_camera.SetProperty(&gain));
+    Prepared(m_camera.GetProperty(&gain));
+    EXPECT_EQ(gain.absValue, 12);
+}
+
 TEST_F(Sweep, AnObjectIsConnectedOnceAndServesAgainWhenItHasBeenGivenUp) {
     CameraSystem system;
     std::vector<CameraListing> cameras;
