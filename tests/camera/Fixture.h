@@ -12,7 +12,7 @@
 
 namespace Zevrin {
 
-constexpr unsigned int kSerialNumber = 4711;
+constexpr unsigned int kSerialNumber = 4710;
 constexpr unsigned int kGeneration = 5;
 
 /// A concrete camera with its inside open.

@@ -5,6 +5,8 @@
 
 #include "Failure.h"
 #include "Registers.h"
+#include "RememberingHardware.h"
+#include "SettingsMemory.h"
 #include "SimulatedTransport.h"
 #include "support/Checks.h"
 
@@ -23,99 +25,83 @@ struct Meter {
         accesses.clear();
         lost = lostAccess;
     }
-    Error Take(const std::string& access) {
+    /// Makes the access unless it is lost.
+    template <typename Operation>
+    Error Take(const std::string& access, const Operation& operation) {
         accesses.push_back(access);
-        if (accesses.size() != lost) {
-            return Error();
+        if (accesses.size() == lost && !meanwhile) {
+            return Failure(ERR_TIMEOUT, "Access %zu is lost.", lost);
         }
-        if (meanwhile) {
+        if (accesses.size() == lost) {
             meanwhile();
-            return Error();
         }
-        return Failure(ERR_TIMEOUT, "Access %zu is lost.", lost);
+        return operation();
     }
-    Error TakeRegister(const char* kind, unsigned int low) {
+    template <typename Operation>
+    Error TakeRegister(const char* kind, unsigned int low, const Operation& operation) {
         char text[16];
         std::snprintf(text, sizeof text, "%s%X", kind, low - kUsualCommandRegisters);
-        return Take(text);
+        return Take(text, operation);
     }
 };
 inline Meter g_meter;
 
-/// A simulated camera behind the meter.
-class MeteredHardware : public HardwareInterface {
+/// A simulated camera behind the meter. What is not metered goes the way of the library's own decorator.
+class MeteredHardware : public RememberingHardware {
+    using Base = RememberingHardware;
+
   public:
-    explicit MeteredHardware(boost::shared_ptr<HardwareInterface> pInner) : m_pInner(std::move(pInner)) {
-        g_meter.pDevice = boost::dynamic_pointer_cast<SimulatedCamera>(m_pInner)->GetDevice();
+    explicit MeteredHardware(const boost::shared_ptr<HardwareInterface>& pInner)
+        : RememberingHardware(pInner, boost::make_shared<SettingsMemory>()) {
+        g_meter.pDevice = boost::dynamic_pointer_cast<SimulatedCamera>(pInner)->GetDevice();
     }
-    int GetInterfaceType() const override { return m_pInner->GetInterfaceType(); }
-    CameraIdentity GetIdentity() const override { return m_pInner->GetIdentity(); }
     Error Open() override {
-        return Through(g_meter.Take("Open"), [&] {
+        return g_meter.Take("Open", [&] {
             ++g_meter.opened;
-            return m_pInner->Open();
+            return Base::Open();
         });
     }
     void Close() override {
         --g_meter.opened;
-        m_pInner->Close();
+        Base::Close();
     }
-    RegisterBases GetRegisterBases() const override { return m_pInner->GetRegisterBases(); }
     Error ReadQuadlets(unsigned short high, unsigned int low, unsigned int* pValues,
                        unsigned int count) override {
-        return Through(g_meter.TakeRegister("r", low),
-                       [&] { return m_pInner->ReadQuadlets(high, low, pValues, count); });
+        return g_meter.TakeRegister("r", low, [&] { return Base::ReadQuadlets(high, low, pValues, count); });
     }
     Error WriteQuadlets(unsigned short high, unsigned int low, const unsigned int* pValues,
                         unsigned int count, bool broadcast) override {
-        return Through(g_meter.TakeRegister("w", low),
-                       [&] { return m_pInner->WriteQuadlets(high, low, pValues, count, broadcast); });
+        return g_meter.TakeRegister(
+            "w", low, [&] { return Base::WriteQuadlets(high, low, pValues, count, broadcast); });
     }
-    Error GetBusTime(TimeStamp* pTime) override {
-        return Through(g_meter.Take("BusTime"), [&] { return m_pInner->GetBusTime(pTime); });
+#define METERED(name, operation, type)                                                    \
+    Error operation(type value) override {                                                \
+        return g_meter.Take(name, [&] { return RememberingHardware::operation(value); }); \
     }
-    Error GetPortErrors(unsigned int* pCount) override {
-        return Through(g_meter.Take("PortErrors"), [&] { return m_pInner->GetPortErrors(pCount); });
-    }
-    Error GetStreamFormat(StreamFormat* pFormat) override {
-        return Through(g_meter.Take("StreamFormat"), [&] { return m_pInner->GetStreamFormat(pFormat); });
-    }
+    METERED("BusTime", GetBusTime, TimeStamp*)
+    METERED("PortErrors", GetPortErrors, unsigned int*)
+    METERED("StreamFormat", GetStreamFormat, StreamFormat*)
+    METERED("EventNames", GetEventNames, std::vector<std::string>*)
     Error StartStream(const ZevrinConfig& config, const boost::shared_ptr<FrameQueue>& pQueue) override {
-        return Through(g_meter.Take("StartStream"), [&] { return m_pInner->StartStream(config, pQueue); });
-    }
-    bool IsStreaming(const boost::shared_ptr<FrameQueue>& pQueue) const override {
-        return m_pInner->IsStreaming(pQueue);
-    }
-    void StopStream(const boost::shared_ptr<FrameQueue>& pQueue) override { m_pInner->StopStream(pQueue); }
-    StreamCounters GetStreamCounters() const override { return m_pInner->GetStreamCounters(); }
-    Error GetEventNames(std::vector<std::string>* pNames) override {
-        return Through(g_meter.Take("EventNames"), [&] { return m_pInner->GetEventNames(pNames); });
+        return g_meter.Take("StartStream", [&] { return Base::StartStream(config, pQueue); });
     }
     Error SetEventSink(EventSink* pSink) override {
-        return Through(pSink != nullptr ? g_meter.Take("EventSink") : Error(),
-                       [&] { return m_pInner->SetEventSink(pSink); });
+        const auto set = [&] { return Base::SetEventSink(pSink); };
+        return pSink != nullptr ? g_meter.Take("EventSink", set) : set();
     }
-
-  private:
-    template <typename Operation>
-    static Error Through(const Error& error, const Operation& operation) {
-        return error != ERR_OK ? error : operation();
-    }
-    const boost::shared_ptr<HardwareInterface> m_pInner;
 };
 
 class MeteredTransport : public Transport {
   public:
     const char* GetName() const override { return "metered"; }
     Error Discover(std::vector<boost::shared_ptr<HardwareInterface>>* pCameras) override {
-        Error error = g_meter.Take("Discover");
-        if (error == ERR_OK && !m_pCamera) {
+        return g_meter.Take("Discover", [&] {
             std::vector<boost::shared_ptr<HardwareInterface>> cameras;
-            error = m_inner.Discover(&cameras);
-            m_pCamera = boost::make_shared<MeteredHardware>(cameras.at(0));
-        }
-        *pCameras = {m_pCamera};
-        return error;
+            const Error error = m_inner.Discover(&cameras);
+            m_pCamera = m_pCamera ? m_pCamera : boost::make_shared<MeteredHardware>(cameras.at(0));
+            *pCameras = {m_pCamera};
+            return error;
+        });
     }
     void SetTopologyListener(TopologyListener*) override {}
 

@@ -1,17 +1,110 @@
 #pragma once
 
 #include <cstring>
+#include <map>
 
 #include "CameraEvents.h"
 #include "Failure.h"
 #include "IidcCamera.h"
 #include "Image.h"
 #include "MeteredTransport.h"
-#include "SweepRow.h"
 #include "zevrin/CameraSystem.h"
 #include "zevrin/Simulation.h"
 
 namespace Zevrin {
+
+// How one operation is described for a sweep that loses each of its accesses in turn.
+
+class SweptCamera : public IidcCamera {
+  public:
+    using IidcCamera::m_bConnected;
+};
+
+constexpr unsigned int kEntries = 1024;  // of a channel of the look-up table
+constexpr int kScribble = 0xA5;
+
+/// Whatever a caller hands over to be filled in; full of nonsense before each operation.
+struct Records {
+    PropertyInfo propertyInfo;
+    Property property;
+    TriggerModeInfo triggerInfo;
+    TriggerMode trigger;
+    StrobeInfo strobeInfo;
+    StrobeControl strobe;
+    LUTData lut;
+    BayerTileFormat bayer;
+    ZevrinConfig config;
+    EmbeddedImageInfo embedded;
+    CameraStats stats;
+    TimeStamp time;
+    CameraInfo camera;
+    VideoModeInfo videoModeInfo;
+    VideoModeSetting videoMode;
+    Format7Info format7Info;
+    Format7Settings format7;
+    unsigned int value;
+    unsigned int values[kEntries];
+    float floats[16];
+    bool flags[2];
+
+    void Scribble() {
+        std::memset(static_cast<void*>(this), kScribble, sizeof *this);
+        propertyInfo.type = property.type = GAIN;
+        strobeInfo.source = strobe.source = 1;
+        videoModeInfo.format = 0;
+        videoModeInfo.mode = 5;
+        format7Info.mode = 0;
+    }
+    /// The host's clock is the one thing that no two runs share.
+    void ForgetHostTime() {
+        for (TimeStamp* pTime : {&time, &stats.timeStamp}) {
+            if (pTime->seconds > 1000000000 && pTime->seconds < 100000000000) {
+                pTime->seconds = 1000000000;
+                pTime->microSeconds = 0;
+            }
+        }
+    }
+};
+
+/// What the loss of one access comes to.
+struct Rule {
+    ErrorType type;    ///< ERR_OK: it is passed over
+    const char* text;  ///< its beginning; null: the failure's own
+    int causes;        ///< how many errors stand between the caller and nothing
+};
+constexpr Rule kAsItIs{ERR_TIMEOUT, nullptr, 0};
+constexpr Rule kWrapped{ERR_TIMEOUT, nullptr, 1};
+constexpr Rule kWrappedTwice{ERR_TIMEOUT, nullptr, 2};
+constexpr Rule kPassedOver{ERR_OK, "", 0};
+
+using Registers = std::map<unsigned int, unsigned int>;
+
+struct Loss {
+    std::size_t number;    ///< of the access, from 1
+    std::string access;    ///< that was lost
+    const Records& whole;  ///< the records as the operation fills them when nothing is lost
+    Records& record;       ///< what they are to hold now: what they held before, or, passed over, `whole`
+    Registers& left;       ///< registers that are to differ from before: none
+};
+
+struct Row {
+    Row(const char* name, std::function<Error(SweptCamera&, Records&)> call, const Rule& common,
+        const char* sequence = nullptr)
+        : operation(name), run(std::move(call)), rule(common), accesses(sequence) {}
+    Row& But(const char* access, const Rule& own) { return exceptions.emplace_back(access, own), *this; }
+    Row& Leaves(std::function<void(const Loss&)> what) { return outcome = std::move(what), *this; }
+    Row& After(std::function<void(SweptCamera&)> first) { return prepare = std::move(first), *this; }
+    Row& Unguarded() { return isGuarded = false, *this; }
+
+    const char* operation;  ///< as a header declares it
+    std::function<Error(SweptCamera&, Records&)> run;
+    Rule rule;
+    std::vector<std::pair<const char*, Rule>> exceptions;  ///< by the beginning of the access
+    std::function<void(const Loss&)> outcome;              ///< what is left, where it is not nothing
+    const char* accesses;                                  ///< exactly these, where they are laid down
+    std::function<void(SweptCamera&)> prepare;
+    bool isGuarded = true;
+};
 
 // The operations of the camera object and of the concrete camera, and what each comes to when one of its
 // accesses is lost.
@@ -72,7 +165,7 @@ struct Inputs {
         format7.pixelFormat = PIXEL_FORMAT_MONO16;
     }
 };
-inline Inputs g_inputs;
+inline Inputs g_in;
 
 /// The switches are told before the probe, which a failure to read back leaves in the register.
 inline void AfterTheProbe(const Loss& loss) {
@@ -92,7 +185,7 @@ inline void EntriesRead(const Loss& loss) {
 
 inline void EntriesWritten(const Loss& loss) {
     for (unsigned int index = 0; kFirstOfEntries + index / kEntriesPerAccess < loss.number; ++index) {
-        loss.left[0x11000 + 4 * index] = g_inputs.entries[index];
+        loss.left[0x11000 + 4 * index] = g_in.entries[index];
     }
 }
 
@@ -136,24 +229,6 @@ inline void StatsWithout(const Loss& loss) {
     }
 }
 
-inline void TypeIsWritten(const Loss& loss) {
-    loss.record.property.type = loss.number > 0 ? TRIGGER_DELAY : loss.record.property.type;
-}
-
-inline void InfoTypeIsWritten(const Loss& loss) {
-    loss.record.propertyInfo.type = loss.number > 0 ? TRIGGER_DELAY : loss.record.propertyInfo.type;
-}
-
-inline void InfoIsFilled(const Loss& loss) {
-    if (loss.number > 0) {
-        loss.record.camera = loss.whole.camera;
-    }
-}
-
-inline void NothingIsWritten(const Loss& loss) {
-    loss.left.clear();
-}
-
 inline void ChannelChosen(const Loss& loss) {
     if (loss.number > 2) {
         loss.left[0x620] = 0x20000000;
@@ -173,7 +248,15 @@ inline void ValuesRead(const Loss& loss) {
 
 #define CALL(expression) \
     [](SweptCamera& c, Records& r) -> Error { return static_cast<void>(c), static_cast<void>(r), expression; }
+#define ROW(operation, arguments, ...) Row(#operation, CALL(c.operation arguments), __VA_ARGS__)
+#define UNGUARDED(...) ROW(__VA_ARGS__).Unguarded()
 #define PREPARE(expression) [](SweptCamera& c) { Prepared(expression); }
+#define LEAVES(change)            \
+    Leaves([](const Loss& loss) { \
+        if (loss.number > 0) {    \
+            change;               \
+        }                         \
+    })
 
 inline Error ConnectAnother() {
     SweptCamera camera;
@@ -207,122 +290,93 @@ inline const Rule kNotWritten{ERR_TIMEOUT, "The look-up table could not be writt
 inline const Rule kNotRead{ERR_TIMEOUT, "The look-up table could not be read beyond ", 2};
 inline const Rule kNotStarted{ERR_ISOCH_START_FAILED, "The camera's transmission could not be switched on.",
                               2};
-inline const Rule kNoEvent{
-    ERR_FAILED,
-    "Could not register event, likely due to it already being registered. De-register it "
-    "first, and try again.",
-    0};
-inline const Rule kNoEvents{
-    ERR_FAILED,
-    "Could not register all events, likely due to at least one already being registered. "
-    "De-register all events and try again.",
-    0};
+inline const Rule kNoEvent{ERR_FAILED, "Could not register ", 0};
 
 inline const std::vector<Row> kRows = {
-    Row("ReadRegister", CALL(c.ReadRegister(0x11F8, &r.value)), kWrapped, "r11F8"),
-    Row("WriteRegister", CALL(c.WriteRegister(0x1F00, 5)), kWrapped, "w1F00"),
-    Row("ReadBaseRegister", CALL(c.ReadBaseRegister(0xF01F00, &r.value)), kWrapped, "r1F00"),
-    Row("WriteBaseRegister", CALL(c.WriteBaseRegister(0xF01F00, 6)), kWrapped, "w1F00"),
-    Row("ReadRegisterBlock", CALL(c.ReadRegisterBlock(0xFFFF, 0xF0F01F00, r.values, 9)), kWrapped, "r1F00"),
-    Row("WriteRegisterBlock", CALL(c.WriteRegisterBlock(0xFFFF, 0xF0F01F00, g_inputs.entries.data(), 9)),
-        kWrapped, "w1F00"),
-    Row("GetPropertyInfo", CALL(c.GetPropertyInfo(&r.propertyInfo)), kAsItIs),
-    Row("GetProperty", CALL(c.GetProperty(&r.property)), kAsItIs),
-    Row("SetProperty", CALL(c.SetProperty(&g_inputs.gain)), kAsItIs),
-    Row("GetTriggerDelayInfo", CALL(c.GetTriggerDelayInfo(&r.propertyInfo))).Leaves(InfoTypeIsWritten),
-    Row("GetTriggerDelay", CALL(c.GetTriggerDelay(&r.property))).Leaves(TypeIsWritten),
-    Row("SetTriggerDelay", CALL(c.SetTriggerDelay(&g_inputs.delay))),
-    Row("GetTriggerModeInfo", CALL(c.GetTriggerModeInfo(&r.triggerInfo))),
-    Row("GetTriggerMode", CALL(c.GetTriggerMode(&r.trigger))),
-    Row("SetTriggerMode", CALL(c.SetTriggerMode(&g_inputs.trigger))),
-    Row("FireSoftwareTrigger", CALL(c.FireSoftwareTrigger()))
-        .After(PREPARE(c.SetTriggerMode(&g_inputs.trigger))),
-    Row("GetStrobeInfo", CALL(c.GetStrobeInfo(&r.strobeInfo))),
-    Row("GetStrobe", CALL(c.GetStrobe(&r.strobe))),
-    Row("SetStrobe", CALL(c.SetStrobe(&g_inputs.strobe))),
-    Row("GetLUTInfo", CALL(c.GetLUTInfo(&r.lut))),
-    Row("GetLUTBankInfo", CALL(c.GetLUTBankInfo(1, &r.flags[0], &r.flags[1]))),
-    Row("GetActiveLUTBank", CALL(c.GetActiveLUTBank(&r.value))),
-    Row("SetActiveLUTBank", CALL(c.SetActiveLUTBank(1))),
-    Row("EnableLUT", CALL(c.EnableLUT(true))),
-    Row("GetLUTChannel", CALL(c.GetLUTChannel(0, 0, kEntries, r.values)))
-        .But("r11", kNotRead)
-        .Leaves(EntriesRead),
-    Row("SetLUTChannel", CALL(c.SetLUTChannel(0, 0, kEntries, g_inputs.entries.data())))
+    ROW(ReadRegister, (0x11F8, &r.value), kWrapped, "r11F8"),
+    ROW(WriteRegister, (0x1F00, 5), kWrapped, "w1F00"),
+    ROW(ReadBaseRegister, (0xF01F00, &r.value), kWrapped, "r1F00"),
+    ROW(WriteBaseRegister, (0xF01F00, 6), kWrapped, "w1F00"),
+    ROW(ReadRegisterBlock, (0xFFFF, 0xF0F01F00, r.values, 9), kWrapped, "r1F00"),
+    ROW(WriteRegisterBlock, (0xFFFF, 0xF0F01F00, g_in.entries.data(), 9), kWrapped, "w1F00"),
+    ROW(GetPropertyInfo, (&r.propertyInfo), kAsItIs),
+    ROW(GetProperty, (&r.property), kAsItIs),
+    ROW(SetProperty, (&g_in.gain), kAsItIs),
+    ROW(GetTriggerDelayInfo, (&r.propertyInfo), kWrapped)
+        .LEAVES(loss.record.propertyInfo.type = TRIGGER_DELAY),
+    ROW(GetTriggerDelay, (&r.property), kWrapped).LEAVES(loss.record.property.type = TRIGGER_DELAY),
+    ROW(SetTriggerDelay, (&g_in.delay), kWrapped),
+    ROW(GetTriggerModeInfo, (&r.triggerInfo), kWrapped),
+    ROW(GetTriggerMode, (&r.trigger), kWrapped),
+    ROW(SetTriggerMode, (&g_in.trigger), kWrapped),
+    ROW(FireSoftwareTrigger, (), kWrapped).After(PREPARE(c.SetTriggerMode(&g_in.trigger))),
+    ROW(GetStrobeInfo, (&r.strobeInfo), kWrapped),
+    ROW(GetStrobe, (&r.strobe), kWrapped),
+    ROW(SetStrobe, (&g_in.strobe), kWrapped),
+    ROW(GetLUTInfo, (&r.lut), kWrapped),
+    ROW(GetLUTBankInfo, (1, &r.flags[0], &r.flags[1]), kWrapped),
+    ROW(GetActiveLUTBank, (&r.value), kWrapped),
+    ROW(SetActiveLUTBank, (1), kWrapped),
+    ROW(EnableLUT, (true), kWrapped),
+    ROW(GetLUTChannel, (0, 0, kEntries, r.values), kWrapped).But("r11", kNotRead).Leaves(EntriesRead),
+    ROW(SetLUTChannel, (0, 0, kEntries, g_in.entries.data()), kWrapped)
         .But("w11", kNotWritten)
         .Leaves(EntriesWritten),
-    Row("GetMemoryChannel", CALL(c.GetMemoryChannel(&r.value))),
-    Row("GetMemoryChannelInfo", CALL(c.GetMemoryChannelInfo(&r.value))),
-    Row("RestoreFromMemoryChannel", CALL(c.RestoreFromMemoryChannel(0)))
-        .After(PREPARE(c.SetActiveLUTBank(1)))
-        .Leaves(ChannelLoaded),
-    Row("SaveToMemoryChannel", CALL(c.SaveToMemoryChannel(2)),
+    ROW(GetMemoryChannel, (&r.value), kWrapped),
+    ROW(GetMemoryChannelInfo, (&r.value), kWrapped),
+    ROW(RestoreFromMemoryChannel, (0), kWrapped).After(PREPARE(c.SetActiveLUTBank(1))).Leaves(ChannelLoaded),
+    ROW(SaveToMemoryChannel, (2),
         Rule{ERR_MEMORY_CHANNEL_FAILED, "The settings may not have been saved to memory channel 2: ", 2},
         "r400 w620 w618 r618")
         .But("r400", kWrapped)
         .Leaves(ChannelChosen),
-    Row("GetEmbeddedImageInfo", CALL(c.GetEmbeddedImageInfo(&r.embedded)), kWrappedTwice,
-        "r12F8 w12F8 r12F8 w12F8")
+    ROW(GetEmbeddedImageInfo, (&r.embedded), kWrappedTwice, "r12F8 w12F8 r12F8 w12F8")
         .After(PREPARE(c.WriteRegister(0x12F8, 0x205)))
         .Leaves(AfterTheProbe),
-    Row("SetEmbeddedImageInfo", CALL(c.SetEmbeddedImageInfo(&g_inputs.embedded)), kWrappedTwice,
-        "r12F8 w12F8"),
-    Row("GetStats", CALL(c.GetStats(&r.stats)), kPassedOver)
+    ROW(SetEmbeddedImageInfo, (&g_in.embedded), kWrappedTwice, "r12F8 w12F8"),
+    ROW(GetStats, (&r.stats), kPassedOver)
         .But("r12FC", {ERR_REGISTER_FAILED, "Error reading transmit failure register of the camera.", 2})
         .But("r610", {ERR_REGISTER_FAILED, "Error reading power register of the camera.", 2})
         .Leaves(StatsWithout),
-    Row("ResetStats", CALL(c.ResetStats()),
+    ROW(ResetStats, (),
         Rule{ERR_REGISTER_FAILED, "Error resetting transmit failure register of the camera.", 2}, "w12FC"),
-    Row("GetCycleTime", CALL(c.GetCycleTime(&r.time)), kWrapped, "BusTime").Unguarded(),
-    Row("ReadRegValues", CALL(c.ReadRegValues(0x1A50, 0x1A54, r.floats, &r.value)), kWrapped,
-        "r1A50 r1A54 r2100 r2104 r2108")
+    UNGUARDED(GetCycleTime, (&r.time), kWrapped, "BusTime"),
+    ROW(ReadRegValues, (0x1A50, 0x1A54, r.floats, &r.value), kWrapped, "r1A50 r1A54 r2100 r2104 r2108")
         .Leaves(ValuesRead),
-    Row("GetGPIOPinDirection", CALL(c.GetGPIOPinDirection(2, &r.value)), kNoPins, "r11F8"),
-    Row("SetGPIOPinDirection", CALL(c.SetGPIOPinDirection(2, 1)), kNoPins, "r11F8 w11F8")
+    ROW(GetGPIOPinDirection, (2, &r.value), kNoPins, "r11F8"),
+    ROW(SetGPIOPinDirection, (2, 1), kNoPins, "r11F8 w11F8")
         .But("w11F8", {ERR_WRITE_REGISTER_FAILED, "Failed to write PIO direction register.", 2}),
-    Row("GetCameraInfo", CALL(c.GetCameraInfo(&r.camera)), kPassedOver)
+    ROW(GetCameraInfo, (&r.camera), kPassedOver)
         .But("StreamFormat", kWrapped)
-        .Leaves(InfoIsFilled),
-    Row("GetBayerFormat", CALL(c.GetBayerFormat(&r.bayer)), kAsItIs, "StreamFormat").Unguarded(),
-    Row("StartCapture", CALL(c.StartCapture(nullptr, nullptr)), kWrapped,
-        "StreamFormat StartStream r12F8 w614")
+        .LEAVES(loss.record.camera = loss.whole.camera),
+    UNGUARDED(GetBayerFormat, (&r.bayer), kAsItIs, "StreamFormat"),
+    ROW(StartCapture, (nullptr, nullptr), kWrapped, "StreamFormat StartStream r12F8 w614")
         .But("r12F8", kPassedOver)
         .But("w614", kNotStarted),
-    Row("StopCapture", CALL(c.StopCapture()), Rule{ERR_ISOCH_STOP_FAILED, "Error stopping stream.", 2},
-        "w614")
-        .After(Start),
+    ROW(StopCapture, (), Rule{ERR_ISOCH_STOP_FAILED, "Error stopping stream.", 2}, "w614").After(Start),
     Row("RetrieveBuffer", CALL(Retrieve(c, false)), kWrapped, "").After(Start),
     Row("WaitForBufferEvent", CALL(Retrieve(c, true)), kWrapped, "").After(Start),
-    Row("SetCallback", CALL(c.SetCallback(nullptr, nullptr)), kWrapped, ""),
-    Row("SetUserBuffers", CALL(c.SetUserBuffers(nullptr, 0, 0)), kWrapped, ""),
+    ROW(SetCallback, (nullptr, nullptr), kWrapped, ""),
+    ROW(SetUserBuffers, (nullptr, 0, 0), kWrapped, ""),
     Row("InterfaceSupportsEvents", CALL(Ok(c.InterfaceSupportsEvents())), kWrapped, "").Unguarded(),
-    Row("RegisterEvent", CALL(c.RegisterEvent(&g_inputs.event)), kNoEvent, "EventNames EventSink")
-        .Unguarded(),
-    Row("RegisterAllEvents", CALL(c.RegisterAllEvents(&g_inputs.event)), kNoEvents, "EventNames EventSink")
-        .Unguarded(),
-    Row("DeregisterEvent", CALL(c.DeregisterEvent(&g_inputs.event)), kWrapped, "")
-        .After(PREPARE(c.RegisterEvent(&g_inputs.event)))
-        .Unguarded(),
-    Row("DeregisterAllEvents", CALL(c.DeregisterAllEvents()), kWrapped, "")
-        .After(PREPARE(c.RegisterAllEvents(&g_inputs.event)))
-        .Unguarded(),
-    Row("GetVideoModeInfo", CALL(c.GetVideoModeInfo(&r.videoModeInfo))),
-    Row("GetVideoMode", CALL(c.GetVideoMode(&r.videoMode))),
-    Row("SetVideoMode", CALL(c.SetVideoMode(&g_inputs.videoMode)), kWrapped,
+    UNGUARDED(RegisterEvent, (&g_in.event), kNoEvent, "EventNames EventSink"),
+    UNGUARDED(RegisterAllEvents, (&g_in.event), kNoEvent, "EventNames EventSink"),
+    UNGUARDED(DeregisterEvent, (&g_in.event), kWrapped, "").After(PREPARE(c.RegisterEvent(&g_in.event))),
+    UNGUARDED(DeregisterAllEvents, (), kWrapped, "").After(PREPARE(c.RegisterAllEvents(&g_in.event))),
+    ROW(GetVideoModeInfo, (&r.videoModeInfo), kWrapped),
+    ROW(GetVideoMode, (&r.videoMode), kWrapped),
+    ROW(SetVideoMode, (&g_in.videoMode), kWrapped,
         "r100 r180 r214 r608 r604 r600 w608 w604 w600 r608 r604 r600"),
-    Row("GetFormat7Info", CALL(c.GetFormat7Info(&r.format7Info))),
-    Row("GetFormat7", CALL(c.GetFormat7(&r.format7))),
-    Row("SetFormat7", CALL(c.SetFormat7(&g_inputs.format7))),
-    Row("GetConfiguration", CALL(c.GetConfiguration(&r.config)), kWrapped, "").Unguarded(),
-    Row("SetConfiguration", CALL(c.SetConfiguration(&g_inputs.config)), kWrapped, "").Unguarded(),
+    ROW(GetFormat7Info, (&r.format7Info), kWrapped),
+    ROW(GetFormat7, (&r.format7), kWrapped),
+    ROW(SetFormat7, (&g_in.format7), kWrapped),
+    UNGUARDED(GetConfiguration, (&r.config), kWrapped, ""),
+    UNGUARDED(SetConfiguration, (&g_in.config), kWrapped, ""),
     Row("Connect", CALL(ConnectAnother()), kPassedOver).But("Open", kWrapped).Unguarded(),
     Row("CameraSystem::Connect", CALL(ConnectThroughTheSystem()), kPassedOver)
         .But("Open", kWrapped)
         .Unguarded(),
-    Row("Disconnect", CALL(c.Disconnect()), kPassedOver, "w614")
-        .After(Start)
-        .Leaves(NothingIsWritten)
-        .Unguarded(),
+    UNGUARDED(Disconnect, (), kPassedOver, "w614").After(Start).LEAVES(loss.left.clear()),
     Row("List", CALL(List()), kWrapped, "").Unguarded(),
     Row("Rescan", CALL(CameraSystem().Rescan()), kAsItIs, "Discover").Unguarded(),
 };

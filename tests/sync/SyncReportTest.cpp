@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <tuple>
 
 #include "support/Checks.h"
 
@@ -189,6 +190,9 @@ TEST(SyncInput, IsNamedWhenItIsWrong) {
 TEST(SyncReportFiles, HoldALongRunAndEscapeTheTitle) {
     SyncReport report;
     ASSERT_TRUE(IsOk(AnalyzeSync({1, 2, 3}, Without(MakeRun(100000, 0, kCycle, 1), 3, 5000, 5000), &report)));
+    const SyncWorstPair& worst = report.worstPair;
+    EXPECT_EQ(std::make_tuple(99999U, 0U, 2U, 129022LL, 41LL),
+              std::tie(worst.set, worst.earlierCamera, worst.laterCamera, worst.ticks, worst.cycles));
     const auto document = nlohmann::json::parse(FormatSyncReportAsJson(report));
     EXPECT_EQ(report.isInStep, document.at("isInStep"));
     EXPECT_EQ(1, document.at("cameras").at(2).at("lost"));
@@ -201,6 +205,12 @@ TEST(SyncReportFiles, HoldALongRunAndEscapeTheTitle) {
     EXPECT_EQ(std::string::npos, page.find("<script"));
     EXPECT_EQ(std::string::npos, page.find("nan"));
     EXPECT_GT(200000U, page.size()) << "a page of a long run is to be shown, too";
+
+    ASSERT_TRUE(IsOk(AnalyzeSync({1, 2, 3, 4, 5, 6, 7, 8, 9}, MakeRun(1, 0, 0), &report)));
+    const std::string many = FormatSyncReportAsHtml(report, "");
+    for (const char* color : {"#4878d0", "#5f9ea8", "hsl(16,55%,50%)"}) {  // the last is computed
+        EXPECT_NE(std::string::npos, many.find(std::string("background:") + color));
+    }
 }
 
 }  // namespace
