@@ -8,50 +8,24 @@
 namespace Zevrin {
 namespace {
 
+using Lock = boost::lock_guard<boost::recursive_mutex>;
+
 unsigned long long Key(unsigned short high, unsigned int low) {
     return (0ULL + high) << 32 | low;
 }
 
 }  // namespace
 
-void FakeHardware::FailNext(const std::string& operation, const Error& error) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_failures[operation] = error;
-}
-
-Error FakeHardware::Take(const std::string& operation) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    const auto found = m_failures.find(operation);
-    if (found == m_failures.end()) {
-        return Error();
-    }
-    const Error error = found->second;
-    m_failures.erase(found);
-    return error;
-}
-
-Error FakeHardware::TakeAccess(const std::string& operation) {
-    const Error error = Take(operation);
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    ++m_accesses;
-    if (error == ERR_OK && m_accesses == m_failingAccess) {
-        return Failure(ERR_TIMEOUT, "Access %u does not come back.", m_accesses.load());
-    }
-    return error;
-}
-
 Error FakeHardware::ReadQuadlets(unsigned short high, unsigned int low, unsigned int* pValues,
                                  unsigned int count) {
-    Error error = TakeAccess("Read");
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    Error error = Before("Read");
+    const Lock lock(m_mutex);
     for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
         const auto found = m_memory.find(Key(high, low + 4 * index));
-        if (found != m_memory.end()) {
-            pValues[index] = found->second;
-        } else if (m_hasOnlyWhatWasSet) {
+        if (found == m_memory.end() && m_hasOnlyWhatWasSet) {
             error = Failure(ERR_READ_REGISTER_FAILED, "There is no register 0x%08X.", low + 4 * index);
         } else {
-            pValues[index] = 0;
+            pValues[index] = found != m_memory.end() ? found->second : 0;
         }
     }
     return error;
@@ -59,11 +33,8 @@ Error FakeHardware::ReadQuadlets(unsigned short high, unsigned int low, unsigned
 
 Error FakeHardware::WriteQuadlets(unsigned short high, unsigned int low, const unsigned int* pValues,
                                   unsigned int count, bool broadcast) {
-    if (m_beforeWrite) {
-        m_beforeWrite();
-    }
-    Error error = TakeAccess("Write");
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    Error error = Before("Write");
+    const Lock lock(m_mutex);
     for (unsigned int index = 0; error == ERR_OK && index < count; ++index) {
         const unsigned int address = low + 4 * index;
         m_memory[Key(high, address)] = m_onWrite ? m_onWrite(address, pValues[index]) : pValues[index];
@@ -72,71 +43,60 @@ Error FakeHardware::WriteQuadlets(unsigned short high, unsigned int low, const u
     return error;
 }
 
+unsigned int FakeHardware::Register(unsigned int offset) const {
+    const Lock lock(m_mutex);
+    const auto found = m_memory.find(KeyOf(offset));
+    return found != m_memory.end() ? found->second : 0;
+}
+
 Error FakeHardware::StartStream(const ZevrinConfig&, const boost::shared_ptr<FrameQueue>& pQueue) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    const Lock lock(m_mutex);
     m_pQueue = pQueue;
     return Error();
 }
 
 void FakeHardware::StopStream(const boost::shared_ptr<FrameQueue>& pQueue) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    const Lock lock(m_mutex);
     m_pQueue = m_pQueue == pQueue ? nullptr : m_pQueue;
 }
 
 boost::shared_ptr<FrameQueue> FakeHardware::GetQueue() const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
+    const Lock lock(m_mutex);
     return m_pQueue;
-}
-
-unsigned int FakeHardware::Base(unsigned int offset) const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    const auto found = m_memory.find(Key(kRegisterSpace, 0xF0000000U + offset));
-    return found != m_memory.end() ? found->second : 0;
-}
-
-void FakeHardware::SetBlock(unsigned int block, std::initializer_list<Cell> cells) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    for (const Cell& cell : cells) {
-        m_memory[Key(kRegisterSpace, 0xF0000000U + block + cell.offset)] = cell.value;
-    }
-}
-
-void FakeHardware::FailAccess(unsigned int n) {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_accesses = 0;
-    m_failingAccess = n;
 }
 
 Error FakeHardware::GetEventNames(std::vector<std::string>* pNames) {
     *pNames = m_eventNames;
-    return Take("GetEventNames");
+    return Before("GetEventNames");
 }
 
 Error FakeHardware::SetEventSink(EventSink* pSink) {
-    Error error = Take("SetEventSink");
-    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
+    Error error = Before("SetEventSink");
+    const Lock lock(m_mutex);
     if (error == ERR_OK && pSink != nullptr && m_pSink != nullptr) {
         error = Failure(ERR_EVENT_FAILED, "Another sink is there.");
     }
-    if (error == ERR_OK) {
-        m_pSink = pSink;
-    }
+    m_pSink = error == ERR_OK ? pSink : m_pSink;
     return error;
 }
 
 void FakeHardware::SendEvent(const RawDeviceEvent& event) {
-    boost::lock_guard<boost::mutex> lock(m_sinkMutex);
-    if (EventSink* const pSink = m_pSink) {
-        pSink->OnDeviceEvent(event);
+    const Lock lock(m_mutex);
+    if (m_pSink != nullptr) {
+        m_pSink->OnDeviceEvent(event);
     }
 }
 
-void FakeHardware::SendFrame(unsigned int firstQuadlet, bool isComplete) {
+bool FakeHardware::HasSink() const {
+    const Lock lock(m_mutex);
+    return m_pSink != nullptr;
+}
+
+void FakeHardware::SendFrame(unsigned int firstQuadlet) {
     FrameInfo info;
     info.width = info.stride = m_format.width;
     info.height = m_format.height;
     info.pixelFormat = m_format.pixelFormat;
-    info.isComplete = isComplete;
     std::vector<unsigned char> bytes(m_format.payloadSize);
     for (unsigned int byte = 0; byte < 4; ++byte) {
         bytes[byte] = static_cast<unsigned char>(firstQuadlet >> (24 - 8 * byte));

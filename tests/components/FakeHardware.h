@@ -2,9 +2,8 @@
 
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
-#include <boost/thread/mutex.hpp>
+#include <boost/thread/recursive_mutex.hpp>
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,7 +14,7 @@
 
 namespace Zevrin {
 
-/// A camera that is just a memory, and whose frames the test sends by hand.
+/// A camera that is just a memory, and whose frames and events the test sends by hand.
 class FakeHardware : public HardwareInterface {
   public:
     explicit FakeHardware(unsigned int serialNumber = 1) { m_identity.serialNumber = serialNumber; }
@@ -41,72 +40,52 @@ class FakeHardware : public HardwareInterface {
     Error GetEventNames(std::vector<std::string>* pNames) override;
     Error SetEventSink(EventSink* pSink) override;
 
-    /// The next call of the operation of this name fails with this error.
-    void FailNext(const std::string& operation, const Error& error);
-
+    /// The queue that the stream fills; null when none runs.
+    boost::shared_ptr<FrameQueue> GetQueue() const;
+    bool IsStreaming() const { return GetQueue() != nullptr; }
     /// One frame of the stream that runs, whose first bytes are `firstQuadlet`, big-endian.
-    void SendFrame(unsigned int firstQuadlet = 0, bool isComplete = true);
+    void SendFrame(unsigned int firstQuadlet = 0);
     /// One of any kind; its number and size are filled in.
     void SendFrame(FrameInfo info, const std::vector<unsigned char>& bytes);
-    void BreakStream(const Error& reason) { GetQueue()->Fail(reason); }
-    bool IsStreaming() const { return GetQueue() != nullptr; }
-
-    unsigned int Register(unsigned int offset) const { return Base(0xF00000U + offset); }
-
-    /// Registers that count from the command registers and from the initial register space, without an
-    /// access by the library.
-    struct Cell {
-        unsigned int offset;
-        unsigned int value;
-    };
-    void SetRegisters(std::initializer_list<Cell> cells) { SetBlock(0xF00000U, cells); }
-    void SetBlock(unsigned int block, std::initializer_list<Cell> cells);
-    unsigned int Base(unsigned int offset) const;
-
-    /// The n-th access from now on fails with ERR_TIMEOUT, counted from 1; 0: none does.
-    void FailAccess(unsigned int n);
-    /// Reads and writes since `FailAccess` was called.
-    unsigned int GetAccesses() const { return m_accesses; }
-
-    using Memory = std::map<unsigned long long, unsigned int>;
-    /// While nobody else uses the camera.
-    const Memory& GetMemory() const { return m_memory; }
-    void SetMemory(const Memory& memory) { m_memory = memory; }
-
-    /// What a register holds after `value` was written to this low address, for registers with a will of
-    /// their own.
-    std::function<unsigned int(unsigned int low, unsigned int value)> m_onWrite;
-
-    /// Reading a register that was never set fails, as it may on a camera that lacks a feature.
-    bool m_hasOnlyWhatWasSet = false;
 
     /// Tells the sink, on the calling thread.
     void SendEvent(const RawDeviceEvent& event);
-    bool HasSink() const { return m_pSink != nullptr; }
-    std::vector<std::string> m_eventNames;
+    bool HasSink() const;
 
+    /// Registers without an access by the library; offsets count from the command registers.
+    unsigned int Register(unsigned int offset) const;
+    void SetRegister(unsigned int offset, unsigned int value) { m_memory[KeyOf(offset)] = value; }
+
+    using Memory = std::map<unsigned long long, unsigned int>;
+    static unsigned long long KeyOf(unsigned int offset) { return 0xFFFFF0F00000ULL + offset; }
+
+    // To be set while nobody else uses the camera.
+
+    Memory m_memory;
+    /// Reading a register that was never set fails, as it may on a camera that lacks a feature.
+    bool m_hasOnlyWhatWasSet = false;
+    /// What a register holds after `value` was written to this low address, for registers with a will of
+    /// their own.
+    std::function<unsigned int(unsigned int low, unsigned int value)> m_onWrite;
+    /// Called with the name of each access ("Read", "Write") and each operation of events; what it returns is
+    /// that operation's failure.
+    std::function<Error(const std::string& operation)> m_before;
+
+    std::vector<std::string> m_eventNames;
     CameraIdentity m_identity;
     StreamFormat m_format = {4, 2, PIXEL_FORMAT_MONO8, BAYER_NONE, 8};
     StreamCounters m_counters;
     std::atomic<int> m_openCount{0};
     std::atomic<unsigned int> m_sent{0};
     unsigned int m_broadcasts = 0;
-    std::function<void()> m_beforeWrite;
 
   private:
-    Error Take(const std::string& operation);
-    Error TakeAccess(const std::string& operation);
-    boost::shared_ptr<FrameQueue> GetQueue() const;
+    Error Before(const char* operation) { return m_before ? m_before(operation) : Error(); }
 
-    mutable boost::mutex m_mutex;  // guards what follows
-    Memory m_memory;
-    std::atomic<unsigned int> m_accesses{0};
-    unsigned int m_failingAccess = 0;
-    std::map<std::string, Error> m_failures;
+    mutable boost::recursive_mutex
+        m_mutex;  // guards the memory and what follows; held while the sink is told
     boost::shared_ptr<FrameQueue> m_pQueue;
-
-    mutable boost::mutex m_sinkMutex;  // held while the sink is told; guards it
-    std::atomic<EventSink*> m_pSink{nullptr};
+    EventSink* m_pSink = nullptr;
 };
 
 /// A transport with the cameras that the test gives it.

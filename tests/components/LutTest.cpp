@@ -5,15 +5,15 @@
 namespace Zevrin {
 namespace {
 
-constexpr unsigned int kBlock = 0xF80000U;
 constexpr unsigned int kEntries = 512;
+
+constexpr char kRegisters[] = R"(40C=8000000 490=3E0000
+80000=84090832 # switchable, 9 bits to 8 bits, 3 banks of 2 channels
+80004=1 80008=B0000000 # bank 1 is active; bank 0 can be read only, bank 1 both, bank 2 neither)";
 
 class LutTest : public RegisterCamera<Lut> {
   protected:
-    LutTest() : m_ramp(kEntries) {
-        SetRegisters({{0x40C, 0x08000000}, {0x490, kBlock / 4}});
-        // Switchable, 9 bits to 8 bits, 3 banks of 2 channels; bank 0 read only, bank 1 both, bank 2 neither.
-        SetBlock(kBlock, {{0, 0x84090832U}, {4, 0x00000001}, {8, 0xB0000000U}});
+    LutTest() : RegisterCamera(kRegisters), m_ramp(kEntries) {
         std::generate(m_ramp.begin(), m_ramp.end(), [next = 0U]() mutable { return next++ / 2; });
     }
 
@@ -34,79 +34,64 @@ TEST_F(LutTest, TellsWhatIsThere) {
         ASSERT_EQ(m_component.QueryBankStatus(bank, &status[0], &status[1]), ERR_OK);
         EXPECT_TRUE(status[0] == expected[bank][0] && status[1] == expected[bank][1]) << bank;
     }
-    SetRegisters({{0x40C, 0}});
+    for (const char* inquiry : {"84FF0832", "84000832", "84092132", "84090032", "84090802", "84090830"}) {
+        Have(std::string("80000=") + inquiry);
+        EXPECT_EQ(m_component.QuerySupport(&data), ERR_LUT_FAILED) << "not believed: " << inquiry;
+    }
+    Have("40C=0");
     ASSERT_EQ(m_component.QuerySupport(&data), ERR_OK);
     EXPECT_FALSE(data.supported);
     unsigned int bank = 0;
     EXPECT_TRUE(SaysPart(m_component.GetActiveBank(&bank), ERR_FEATURE_ABSENT, "look-up table"));
-    EXPECT_EQ(m_component.Enable(true), ERR_FEATURE_ABSENT);
-    EXPECT_EQ(m_component.SetChannel(0, 0, kEntries, m_ramp.data()), ERR_FEATURE_ABSENT);
 }
 
 TEST_F(LutTest, SwitchAndActiveBankShareARegisterAndKeepEachOther) {
-    EXPECT_EQ(m_component.Enable(true), ERR_OK);
-    EXPECT_EQ(m_pHardware->Base(kBlock + 4), 0x80000001U);
-    EXPECT_EQ(m_component.SetActiveBank(2), ERR_OK);
-    EXPECT_EQ(m_pHardware->Base(kBlock + 4), 0x80000002U);
-    EXPECT_EQ(m_component.Enable(false), ERR_OK);
+    ExpectOutcomes<bool>({{"", true, ERR_OK, "80004=80000001"},
+                          {"80004=80000002", false, ERR_OK, "80004=2"},
+                          {"80000=80090832", true, ERR_NOT_SUPPORTED, "switched on"},
+                          {"40C=0", true, ERR_FEATURE_ABSENT, "look-up table"}},
+                         [&](bool on) { return m_component.Enable(on); });
+    ExpectOutcomes<unsigned int>({{"80004=80000001", 2, ERR_OK, "80004=80000002"},
+                                  {"", 3, ERR_VALUE_OUT_OF_RANGE, "banks are 0 to 2"}},
+                                 [&](unsigned int bank) { return m_component.SetActiveBank(bank); });
     unsigned int bank = 0;
     EXPECT_EQ(m_component.GetActiveBank(&bank), ERR_OK);
-    EXPECT_EQ(bank, 2U);
+    EXPECT_EQ(bank, 1U);
 }
 
-TEST_F(LutTest, TransfersAChannelInFewAccessesToItsOwnPlace) {
-    m_pHardware->FailAccess(0);
+TEST_F(LutTest, AChannelHasItsOwnPlace) {
+    FakeHardware::Memory expected = m_pHardware->m_memory;
+    for (unsigned int entry = 0; entry < kEntries; ++entry) {
+        expected[FakeHardware::KeyOf(0x81000 + 4 * (3 * kEntries + entry))] = m_ramp[entry];
+    }
     ASSERT_EQ(m_component.SetChannel(1, 1, kEntries, m_ramp.data()), ERR_OK);
-    EXPECT_LE(m_pHardware->GetAccesses(), 4U + kEntries / 128);
-    const unsigned int place = kBlock + 0x1000 + 4 * kEntries * 3;
-    EXPECT_EQ(m_pHardware->Base(place - 4), 0U);
-    EXPECT_EQ(m_pHardware->Base(place + 4 * 2), 1U);
-    EXPECT_EQ(m_pHardware->Base(place + 4 * (kEntries - 1)), 255U);
-    EXPECT_EQ(m_pHardware->Base(place + 4 * kEntries), 0U);
+    EXPECT_EQ(m_pHardware->m_memory, expected);
     std::vector<unsigned int> back(kEntries);
     ASSERT_EQ(m_component.GetChannel(1, 1, kEntries, back.data()), ERR_OK);
     EXPECT_EQ(back, m_ramp);
-    ASSERT_EQ(m_component.GetChannel(1, 0, kEntries, back.data()), ERR_OK);
-    EXPECT_NE(back, m_ramp);
+    Have("80000=84092032");
+    m_ramp[0] = 0xFFFFFFFFU;
+    EXPECT_EQ(m_component.SetChannel(1, 0, kEntries, m_ramp.data()), ERR_OK) << "32 bits take everything";
 }
 
 TEST_F(LutTest, RefusesWithTheRange) {
-    const FakeHardware::Memory before = m_pHardware->GetMemory();
-    m_ramp[300] = 256;
-    const struct {
+    struct Place {
         unsigned int bank, channel, numEntries;
-        ErrorType error;
-        const char* text;
-    } rows[] = {{3, 0, kEntries, ERR_VALUE_OUT_OF_RANGE, "banks are 0 to 2"},
-                {1, 2, kEntries, ERR_VALUE_OUT_OF_RANGE, "channels are 0 to 1"},
-                {1, 0, kEntries - 1, ERR_VALUE_OUT_OF_RANGE, "exactly 512"},
-                {1, 0, 0, ERR_VALUE_OUT_OF_RANGE, "exactly 512"},
-                {0, 0, kEntries, ERR_ACCESS_DENIED, "Bank 0"},
-                {1, 0, kEntries, ERR_VALUE_OUT_OF_RANGE, "Entry 300 of the look-up table is to be 256"}};
-    ExpectRefusals(rows, [&](const auto& row) {
-        return m_component.SetChannel(row.bank, row.channel, row.numEntries, m_ramp.data());
-    });
+    };
+    m_ramp[300] = 256;
+    ExpectOutcomes<Place>(
+        {{"", {3, 0, kEntries}, ERR_VALUE_OUT_OF_RANGE, "banks are 0 to 2"},
+         {"", {1, 2, kEntries}, ERR_VALUE_OUT_OF_RANGE, "channels are 0 to 1"},
+         {"", {1, 0, kEntries - 1}, ERR_VALUE_OUT_OF_RANGE, "exactly 512"},
+         {"", {0, 0, kEntries}, ERR_ACCESS_DENIED, "Bank 0"},
+         {"", {1, 0, kEntries}, ERR_VALUE_OUT_OF_RANGE, "Entry 300 of the look-up table is to be 256"}},
+        [&](const Place& place) {
+            return m_component.SetChannel(place.bank, place.channel, place.numEntries, m_ramp.data());
+        });
     EXPECT_TRUE(SaysPart(m_component.GetChannel(2, 0, kEntries, m_ramp.data()), ERR_ACCESS_DENIED, "Bank 2"));
-    EXPECT_EQ(m_component.SetActiveBank(3), ERR_VALUE_OUT_OF_RANGE);
     ExpectRefused({m_component.SetChannel(1, 0, kEntries, nullptr),
                    m_component.GetChannel(1, 0, kEntries, nullptr), m_component.QuerySupport(nullptr),
                    m_component.QueryBankStatus(0, nullptr, nullptr), m_component.GetActiveBank(nullptr)});
-    EXPECT_EQ(m_pHardware->GetMemory(), before);
-    SetBlock(kBlock, {{0, 0x80090832U}});
-    EXPECT_TRUE(SaysPart(m_component.Enable(true), ERR_NOT_SUPPORTED, "switched on"));
-}
-
-TEST_F(LutTest, ATableThatCannotBeIsNotBelieved) {
-    LUTData data;
-    for (const unsigned int inquiry :
-         {0x84FF0832U, 0x84000832U, 0x84092132U, 0x84090032U, 0x84090802U, 0x84090830U}) {
-        SetBlock(kBlock, {{0, inquiry}});
-        EXPECT_EQ(m_component.QuerySupport(&data), ERR_LUT_FAILED) << std::hex << inquiry;
-        EXPECT_EQ(m_component.SetChannel(0, 0, kEntries, m_ramp.data()), ERR_LUT_FAILED);
-    }
-    SetBlock(kBlock, {{0, 0x84092032U}});
-    m_ramp[0] = 0xFFFFFFFFU;
-    EXPECT_EQ(m_component.SetChannel(1, 0, kEntries, m_ramp.data()), ERR_OK) << "32 bits take everything";
 }
 
 }  // namespace

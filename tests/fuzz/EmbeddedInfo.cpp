@@ -28,7 +28,7 @@ void Run(const std::uint8_t* bytes, std::size_t size) {
     InputReader input(bytes, size);
     const auto pHardware = boost::make_shared<TappedHardware>();
     const unsigned int items = input.TakeWord();
-    pHardware->SetRegisters({{Register::kEmbeddedInfo, items}});
+    pHardware->SetRegister(Register::kEmbeddedInfo, items);
     pHardware->m_format.payloadSize = 1 + input.TakeByte() % 16;
     const std::size_t received = input.TakeByte();
     const bool hasStamp = input.TakeByte() % 2 != 0;
