@@ -84,17 +84,21 @@ TEST_F(BusMasterTest, GenerationsRiseByOneForEachResetLossAndReturn) {
 }
 
 TEST_F(BusMasterTest, ACameraThatIsNotListedAnyMoreOrGoesMeanwhileHasGone) {
-    EXPECT_EQ(List(), 3U);
-    m_pNear->m_cameras = {m_pTwo};
     m_pNear->m_failure = Failure(ERR_TRANSPORT_FAILED, "half a list");
+    EXPECT_EQ(List(), 3U) << "the others are not hidden";
+    EXPECT_EQ(Acquire(9), ERR_TRANSPORT_FAILED) << "it could be there";
+    m_pNear->m_cameras = {m_pTwo};
     EXPECT_EQ(m_pMaster->Rescan(), ERR_TRANSPORT_FAILED);
     EXPECT_EQ(Get(), (Generations{1, 1, 1})) << "a failed look proves nothing";
     m_pNear->m_failure = Error();
     EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
     EXPECT_EQ(Get(), (Generations{2, 1, 1})) << "the third is another transport's";
-    m_pNear->m_onDiscover = [this] { m_pNear->m_pListener->OnCameraLost(m_pTwo); };
+    m_pNear->m_onDiscover = [this] {
+        m_pNear->m_pListener->OnCameraLost(m_pTwo);
+        m_pNear->m_pListener->OnCameraArrived(m_pOne);
+    };
     EXPECT_EQ(m_pMaster->Rescan(), ERR_OK);
-    EXPECT_EQ(Get(), (Generations{2, 2, 1}));
+    EXPECT_EQ(Get(), (Generations{3, 2, 1})) << "what was listed is older than what was told";
     EXPECT_EQ(Find(2), ERR_CAMERA_LOST);
 }
 
@@ -115,13 +119,6 @@ TEST_F(BusMasterTest, TheSecondCameraOfOneSerialNumberIsLeftOutUntilTheFirstHasG
     EXPECT_EQ(m_pHandle, pDouble.get());
     EXPECT_TRUE(m_pMaster->GetDuplicates().empty());
     EXPECT_EQ(Get(), (Generations{3, 1, 1}));
-}
-
-TEST_F(BusMasterTest, AFailingTransportDoesNotHideTheOthers) {
-    m_pNear->m_failure = Failure(ERR_TRANSPORT_FAILED, "no network");
-    m_pNear->m_cameras.clear();
-    EXPECT_EQ(List(), 1U);
-    EXPECT_EQ(Acquire(1), ERR_TRANSPORT_FAILED) << "it could be there";
 }
 
 TEST_F(BusMasterTest, TellsOfEveryChangeAndMayBeAskedMeanwhile) {
@@ -156,7 +153,7 @@ TEST_F(BusMasterTest, OneLookAnswersAllWhoWaitForIt) {
     };
     // How many are quick enough to wait is for the machine to say: one round may prove nothing.
     int looks = kThreads;
-    for (int round = 0; round < 1000 && looks == kThreads; ++round) {
+    for (int round = 0; round < 100 && looks == kThreads; ++round) {
         looks = -m_pFar->m_discoveries;
         asking = 0;
         boost::thread_group threads;

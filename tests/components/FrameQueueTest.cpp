@@ -97,7 +97,7 @@ TEST_F(FrameQueueTest, GivesAndDropsAsItsModeSays) {
     EXPECT_NE(m_pQueue->BeginFill(), nullptr);
 }
 
-TEST_F(FrameQueueTest, WaitsEndForAReasonButNotByAnInterruption) {
+TEST_F(FrameQueueTest, WaitsEndForAReason) {
     Make(2, GRAB_IN_ORDER);
     Frame* pFrame = nullptr;
     const std::atomic<bool> cancelled{true};
@@ -111,17 +111,29 @@ TEST_F(FrameQueueTest, WaitsEndForAReasonButNotByAnInterruption) {
         {[&] { m_pQueue->Close(); }, ERR_ISOCH_NOT_STARTED},
     };
     for (const auto& row : rows) {
-        Error error = Failure(ERR_FAILED, "interrupted");
-        boost::thread waiter([&] { error = m_pQueue->Retrieve(&pFrame, kTimeoutInfinite); });
-        waiter.interrupt();
-        row.reason();
-        waiter.join();
-        EXPECT_EQ(error, row.result);
+        Make(2, GRAB_IN_ORDER);
+        boost::thread reason(row.reason);
+        EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), row.result);
+        reason.join();
         if (row.result == ERR_CAMERA_LOST) {
             Follow("+2 -2");  // what waits is still given
             EXPECT_EQ(Take(), ERR_CAMERA_LOST) << "and the reason stays";
         }
     }
+}
+
+TEST_F(FrameQueueTest, IsNotEndedByTheInterruptionOfAThread) {
+    Make(1, GRAB_IN_ORDER);
+    std::atomic<bool> isInterrupted{false};
+    Error error;
+    boost::thread waiter([&] {
+        EXPECT_TRUE(Await([&] { return isInterrupted.load(); }));
+        error = m_pQueue->Retrieve(&m_held.emplace_back(), 1);
+    });
+    waiter.interrupt();
+    isInterrupted = true;
+    waiter.join();
+    EXPECT_EQ(error, ERR_TIMEOUT);
 }
 
 TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {

@@ -59,18 +59,6 @@ TEST_F(IsoTest, GivesTheBufferItselfAndTakesItBackThreeWays) {
     EXPECT_EQ(reused.GetData()[0], 5);
 }
 
-TEST_F(IsoTest, ImagesOutliveStreamAndComponent) {
-    ASSERT_EQ(Start(), ERR_OK);
-    Send(42, 42);
-    Image image;
-    ASSERT_EQ(m_pIso->RetrieveBuffer(&image), ERR_OK);
-    m_pIso.reset();
-    m_pHardware.reset();
-    const Image moved = std::move(image);
-    EXPECT_EQ(moved.GetData()[0], 42);
-    EXPECT_EQ(moved.GetDataSize(), 8U);
-}
-
 TEST_F(IsoTest, RefusesSettingsAndBuffersThatCannotBe) {
     ZevrinConfig mistakes[3];
     mistakes[0].numBuffers = 4097;
