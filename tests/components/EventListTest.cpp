@@ -211,6 +211,7 @@ TEST_F(EventListTest, FollowsTheConnection) {
     Send("LinkDown", 7);
     ASSERT_TRUE(AwaitTold(2));
     static_cast<IOBase&>(*m_pEvents).ReleaseIO();
+    EXPECT_EQ(m_pHardware.use_count(), 1) << "a released camera is not held";
     Send("LinkDown", 8);
     m_pEvents->SetIO(m_pHardware, 0, 0);
     Send("LinkDown", 9);

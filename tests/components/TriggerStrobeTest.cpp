@@ -39,6 +39,8 @@ TEST_F(TriggerTest, SetsWhatIsThereAndKeepsTheRest) {
     ExpectOutcomes<TriggerMode>(
         {{"", {false, 0, 2, 15, 0xFFF, {}}, ERR_OK, "830=805F0FFF"},
          {"", {true, 1, 2, 15, 0xFFF, {}}, ERR_OK, "830=835F0FFF"},
+         // What is set already may stay, also source 6 and mode 5, which it does not offer.
+         {"830=82C50000", {false, 0, 6, 5, 0, {}}, ERR_OK, "830=80C50000"},
          {"", {true, 2, 0, 0, 0, {}}, ERR_VALUE_OUT_OF_RANGE, "active high"},
          {"", {true, 0, 1, 0, 0, {}}, ERR_INVALID_MODE, "no trigger source 1; it has 0, 2, 7"},
          {"", {true, 0, 39, 0, 0, {}}, ERR_INVALID_MODE, "source 39"},
