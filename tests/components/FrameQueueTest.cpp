@@ -1,13 +1,12 @@
 #include "FrameQueue.h"
 
-#include <gtest/gtest.h>
-
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/thread/thread.hpp>
-#include <random>
-#include <vector>
+#include <deque>
+#include <sstream>
 
 #include "Failure.h"
+#include "support/Checks.h"
 
 namespace Zevrin {
 namespace {
@@ -17,8 +16,10 @@ constexpr std::size_t kBufferSize = 16;
 class FrameQueueTest : public testing::Test {
   protected:
     void Make(unsigned int count, GrabMode mode, bool deliverIncomplete = false) {
+        m_pCounters = boost::make_shared<FrameCounters>();
         m_pQueue =
             boost::make_shared<FrameQueue>(count, kBufferSize, mode, deliverIncomplete, nullptr, m_pCounters);
+        m_held.clear();
     }
     /// A frame with this number arrives; whether it found a buffer.
     bool Send(unsigned int id, bool isComplete = true) {
@@ -27,168 +28,130 @@ class FrameQueueTest : public testing::Test {
             m_pQueue->CountDriverDropped(1);
             return false;
         }
-        pFrame->info = FrameInfo();
+        EXPECT_EQ(pFrame->info.frameId, 0U) << "nothing of the frame before";
         pFrame->info.frameId = id;
         pFrame->info.isComplete = isComplete;
         m_pQueue->EndFill(pFrame);
         return true;
     }
-    Frame* Take() {
+    Error Take() {
         Frame* pFrame = nullptr;
-        EXPECT_EQ(m_pQueue->Retrieve(&pFrame, 0), ERR_OK);
-        return pFrame;
+        const Error error = m_pQueue->Retrieve(&pFrame, 0);
+        if (error == ERR_OK) {
+            m_held.push_back(pFrame);
+        }
+        return error;
     }
-    unsigned int Sum() const {
-        return m_pCounters->delivered + m_pCounters->corrupt + m_pCounters->dropped +
-               m_pCounters->driverDropped;
-    }
-
-    boost::shared_ptr<FrameCounters> m_pCounters = boost::make_shared<FrameCounters>();
-    boost::shared_ptr<FrameQueue> m_pQueue;
-};
-
-TEST_F(FrameQueueTest, InOrderGivesTheOldestAndDropsTheNewest) {
-    Make(3, GRAB_IN_ORDER);
-    for (unsigned int id = 0; id < 5; ++id) {
-        EXPECT_EQ(Send(id), id < 3);
-    }
-    for (unsigned int id = 0; id < 3; ++id) {
-        EXPECT_EQ(Take()->info.frameId, id);
-    }
-    EXPECT_FALSE(Send(5)) << "all buffers are held: nothing stale can wait";
-    Frame* pFrame = nullptr;
-    EXPECT_EQ(m_pQueue->Retrieve(&pFrame, 0), ERR_TIMEOUT);
-    m_pQueue->Release(m_pQueue->GetBuffer(1));
-    EXPECT_TRUE(Send(6));
-    EXPECT_EQ(Take()->info.frameId, 6U);
-    EXPECT_EQ(m_pCounters->driverDropped, 3U);
-    EXPECT_EQ(m_pCounters->delivered, 4U);
-}
-
-TEST_F(FrameQueueTest, NewestMakesRoomByTheOldestWaiting) {
-    Make(2, GRAB_NEWEST);
-    for (unsigned int id = 0; id < 5; ++id) {
-        EXPECT_TRUE(Send(id));
-    }
-    EXPECT_EQ(Take()->info.frameId, 3U);
-    EXPECT_EQ(Take()->info.frameId, 4U);
-    EXPECT_EQ(m_pCounters->driverDropped, 3U);
-    EXPECT_FALSE(Send(5)) << "both are held";
-    m_pQueue->Release(m_pQueue->GetBuffer(0));
-    EXPECT_TRUE(Send(6));
-    EXPECT_EQ(m_pQueue->BeginFill(1), nullptr) << "the last one waiting was to be kept";
-    EXPECT_NE(m_pQueue->BeginFill(), nullptr);
-    EXPECT_EQ(Sum(), 7U);
-}
-
-TEST_F(FrameQueueTest, IncompleteFramesAreCorruptWhetherDeliveredOrNot) {
-    for (const bool deliver : {false, true}) {
-        SCOPED_TRACE(deliver);
-        m_pCounters = boost::make_shared<FrameCounters>();
-        Make(2, GRAB_NEWEST, deliver);
-        Send(0, false);
-        Send(1);
-        EXPECT_EQ(Take()->info.isComplete, !deliver);
-        Send(2, false);
-        Send(3, false);  // makes room by 1 or 2
-        m_pQueue->Close();
-        EXPECT_EQ(m_pCounters->corrupt, 3U);
-        EXPECT_EQ(Sum(), 4U);
-    }
-}
-
-TEST_F(FrameQueueTest, EveryFrameIsAccountedForWhateverHappens) {
-    for (const GrabMode mode : {GRAB_IN_ORDER, GRAB_NEWEST}) {
-        m_pCounters = boost::make_shared<FrameCounters>();
-        Make(4, mode);
-        std::mt19937 random(17);
-        std::vector<Frame*> held;
-        unsigned int sent = 0;
-        for (int step = 0; step < 10000; ++step) {
-            const unsigned int what = random() % 4;
-            Frame* pFrame = nullptr;
-            if (what < 2) {
-                Send(sent++, random() % 8 != 0);
-            } else if (what == 2 && m_pQueue->Retrieve(&pFrame, 0) == ERR_OK) {
-                held.push_back(pFrame);
-            } else if (what == 3 && !held.empty()) {
-                m_pQueue->Release(held.back());
-                held.pop_back();
+    /// A frame arrives that is complete (+1) or not (~1), or that finds no buffer (!1); the frame of that
+    /// number is taken (-1), or nothing waits to be taken (0); what was taken first is released (r).
+    void Follow(const std::string& text) {
+        std::istringstream steps(text);
+        for (std::string step; steps >> step;) {
+            SCOPED_TRACE(step);
+            const auto id = static_cast<unsigned int>(std::atoi(step.c_str() + 1));
+            if (step == "0") {
+                EXPECT_EQ(Take(), ERR_TIMEOUT);
+            } else if (step == "r") {
+                m_pQueue->Release(m_held.front());
+                m_held.pop_front();
+            } else if (step[0] == '-') {
+                ASSERT_EQ(Take(), ERR_OK);
+                EXPECT_EQ(m_held.back()->info.frameId, id);
+            } else {
+                EXPECT_EQ(Send(id, step[0] != '~'), step[0] != '!');
             }
         }
-        m_pQueue->Close();
-        EXPECT_EQ(Sum(), sent);
-        EXPECT_GT(m_pCounters->driverDropped, 0U);
-        EXPECT_EQ(m_pQueue->BeginFill(), nullptr) << "closed";
     }
+
+    boost::shared_ptr<FrameCounters> m_pCounters;
+    boost::shared_ptr<FrameQueue> m_pQueue;
+    std::deque<Frame*> m_held;
+};
+
+TEST_F(FrameQueueTest, GivesAndDropsAsItsModeSays) {
+    const struct {
+        unsigned int buffers;
+        GrabMode mode;
+        bool deliverIncomplete;
+        const char* steps;
+        unsigned int delivered, corrupt, driverDropped;
+    } rows[] = {
+        {3, GRAB_IN_ORDER, false, "+0 +1 +2 !3 !4 -0 -1 -2 !5 0 r +6 -6", 4, 0, 3},
+        {2, GRAB_NEWEST, false, "+0 +1 +2 +3 +4 -3 -4 !5 0 r +6", 2, 0, 5},
+        {2, GRAB_NEWEST, false, "~0 +1 -1 ~2 ~3", 1, 3, 0},
+        {2, GRAB_NEWEST, true, "~0 +1 -0 ~2 ~3", 0, 3, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.steps);
+        Make(row.buffers, row.mode, row.deliverIncomplete);
+        Follow(row.steps);
+        m_pQueue->Close();
+        EXPECT_EQ(m_pQueue->BeginFill(), nullptr) << "closed";
+        EXPECT_EQ(m_pCounters->delivered, row.delivered);
+        EXPECT_EQ(m_pCounters->corrupt, row.corrupt);
+        EXPECT_EQ(m_pCounters->driverDropped, row.driverDropped);
+    }
+    Make(1, GRAB_NEWEST);
+    Follow("+0");
+    EXPECT_EQ(m_pQueue->BeginFill(1), nullptr) << "the last one waiting was to be kept";
+    EXPECT_NE(m_pQueue->BeginFill(), nullptr);
 }
 
 TEST_F(FrameQueueTest, WaitsEndForAReason) {
     Make(2, GRAB_IN_ORDER);
     Frame* pFrame = nullptr;
-    std::atomic<bool> cancelled{true};
+    const std::atomic<bool> cancelled{true};
     EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite, &cancelled), ERR_ISOCH_NOT_STARTED);
-
-    boost::thread sender([this] { Send(1); });
-    EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_OK);
-    sender.join();
-
-    boost::thread breaker([this] { m_pQueue->Fail(Failure(ERR_CAMERA_LOST, "gone")); });
-    EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_CAMERA_LOST);
-    breaker.join();
-    Send(2);
-    EXPECT_EQ(Take()->info.frameId, 2U) << "what waits is still given";
-    EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_CAMERA_LOST) << "and the reason stays";
-
-    Make(2, GRAB_IN_ORDER);
-    boost::thread closer([this] { m_pQueue->Close(); });
-    EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), ERR_ISOCH_NOT_STARTED);
-    closer.join();
+    const struct {
+        std::function<void()> reason;
+        ErrorType result;
+    } rows[] = {
+        {[&] { Send(1); }, ERR_OK},
+        {[&] { m_pQueue->Fail(Failure(ERR_CAMERA_LOST, "gone")); }, ERR_CAMERA_LOST},
+        {[&] { m_pQueue->Close(); }, ERR_ISOCH_NOT_STARTED},
+    };
+    for (const auto& row : rows) {
+        Make(2, GRAB_IN_ORDER);
+        boost::thread reason(row.reason);
+        EXPECT_EQ(m_pQueue->Retrieve(&pFrame, kTimeoutInfinite), row.result);
+        reason.join();
+        if (row.result == ERR_CAMERA_LOST) {
+            Follow("+2 -2");  // what waits is still given
+            EXPECT_EQ(Take(), ERR_CAMERA_LOST) << "and the reason stays";
+        }
+    }
 }
 
 TEST_F(FrameQueueTest, IsNotEndedByTheInterruptionOfAThread) {
     Make(1, GRAB_IN_ORDER);
+    std::atomic<bool> isInterrupted{false};
     Error error;
     boost::thread waiter([&] {
-        Frame* pFrame = nullptr;
-        error = m_pQueue->Retrieve(&pFrame, kTimeoutInfinite);
+        EXPECT_TRUE(Await([&] { return isInterrupted.load(); }));
+        error = m_pQueue->Retrieve(&m_held.emplace_back(), 1);
     });
     waiter.interrupt();
-    Send(1);
+    isInterrupted = true;
     waiter.join();
-    EXPECT_EQ(error, ERR_OK);
-}
-
-TEST_F(FrameQueueTest, BelievesNoSizeBeyondTheBufferAndRemembersNothingOfTheFrameBefore) {
-    Make(1, GRAB_IN_ORDER);
-    Frame* pFrame = m_pQueue->BeginFill();
-    pFrame->info.receivedSize = kBufferSize + 1;
-    pFrame->info.hasTimeStamp = true;
-    m_pQueue->EndFill(pFrame);
-    EXPECT_EQ(Take()->info.receivedSize, kBufferSize);
-    m_pQueue->Release(pFrame);
-    EXPECT_FALSE(m_pQueue->BeginFill()->info.hasTimeStamp);
+    EXPECT_EQ(error, ERR_TIMEOUT);
 }
 
 TEST_F(FrameQueueTest, TellsTheTransportOfEveryFreeBuffer) {
     Make(2, GRAB_IN_ORDER);
     int freed = 0;
     m_pQueue->SetFreeListener([&] { ++freed; });
-    Send(0, false);
-    Send(1);
+    Follow("~0 +1");
     EXPECT_EQ(freed, 1);
-    m_pQueue->Release(Take());
+    Follow("-1 r");
     EXPECT_EQ(freed, 2);
-    m_pQueue->AbandonFill(m_pQueue->BeginFill());
-    EXPECT_EQ(freed, 3);
-    EXPECT_EQ(Sum(), 2U);
     m_pQueue->SetFreeListener([&] {
         m_pQueue->SetFreeListener(nullptr);
         ++freed;
     });
     m_pQueue->AbandonFill(m_pQueue->BeginFill());
     m_pQueue->AbandonFill(m_pQueue->BeginFill());
-    EXPECT_EQ(freed, 4) << "it took itself away";
+    EXPECT_EQ(freed, 3) << "it took itself away";
+    EXPECT_EQ(m_pCounters->dropped + m_pCounters->driverDropped, 0U);
 }
 
 }  // namespace

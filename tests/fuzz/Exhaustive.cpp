@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -14,11 +15,8 @@ namespace {
 double Expect(std::uint32_t raw) {
     float value = 0;
     std::memcpy(&value, &raw, sizeof value);
-    if (std::isnan(value)) {
-        return 99999.0;
-    }
-    if (std::isinf(value)) {
-        return value > 0 ? 99999.0 : -99999.0;
+    if (!std::isfinite(value)) {
+        return value < 0 ? -99999.0 : 99999.0;
     }
     return value == 0 ? 0.0 : static_cast<double>(value);
 }
@@ -42,18 +40,14 @@ std::uint64_t CountWrong(std::uint64_t begin, std::uint64_t end) {
 int main() {
     constexpr std::uint64_t kPatterns = std::uint64_t{1} << 32;
     const std::uint64_t count = std::max(1U, std::thread::hardware_concurrency());
-    std::vector<std::uint64_t> wrong(count);
-    std::vector<std::thread> threads;
+    std::vector<std::future<std::uint64_t>> parts;
     for (std::uint64_t index = 0; index < count; ++index) {
-        threads.emplace_back([&wrong, index, count] {
-            wrong[index] = CountWrong(kPatterns / count * index,
-                                      index + 1 == count ? kPatterns : kPatterns / count * (index + 1));
-        });
+        parts.push_back(std::async(std::launch::async, CountWrong, kPatterns * index / count,
+                                   kPatterns * (index + 1) / count));
     }
     std::uint64_t total = 0;
-    for (std::uint64_t index = 0; index < count; ++index) {
-        threads[index].join();
-        total += wrong[index];
+    for (auto& part : parts) {
+        total += part.get();
     }
     std::printf("%llu patterns compared, %llu differ\n", static_cast<unsigned long long>(kPatterns),
                 static_cast<unsigned long long>(total));

@@ -1,28 +1,30 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <string>
+#include <string_view>
 
 namespace Zevrin {
 
-/// One thing that parses outside data; its file defines one of these, and it is then known by its name.
+/// What parses outside data, by its name.
+using Harnesses = std::map<std::string, void (*)(const std::string& input)>;
+inline Harnesses& GetHarnesses() {
+    static Harnesses harnesses;
+    return harnesses;
+}
+
+/// One more, from where it is defined.
 struct FuzzHarness {
-    using Function = void (*)(const std::uint8_t* bytes, std::size_t size);
-
-    FuzzHarness(const char* harnessName, Function harnessFunction);
-
-    const char* const name;
-    const Function function;
-    const FuzzHarness* const pNext;
+    FuzzHarness(const char* name, Harnesses::mapped_type run) { GetHarnesses()[name] = run; }
 };
 
 /// What must hold of every input. Ends the process otherwise, which is what fuzzers look for.
-inline void Require(bool isTrue, const char* what) {
+inline void Require(bool isTrue, const std::string& what) {
     if (!isTrue) {
-        std::fprintf(stderr, "It does not hold that %s.\n", what);
+        std::fprintf(stderr, "It does not hold that %s.\n", what.c_str());
         std::abort();
     }
 }
@@ -30,23 +32,20 @@ inline void Require(bool isTrue, const char* what) {
 /// No byte that a terminal would act upon.
 inline void RequirePrintable(const std::string& text) {
     Require(!text.empty(), "a message says something");
-    for (const char character : text) {
-        Require(static_cast<unsigned char>(character) >= ' ' && character != '\x7F',
-                "a message has printable characters only");
-    }
+    const auto isPrintable = [](unsigned char byte) { return byte >= ' ' && byte != 0x7F; };
+    Require(std::all_of(text.begin(), text.end(), isPrintable), "a message has printable characters only");
 }
 
 /// Takes numbers from the beginning of an input; zeros when it has ended.
 class InputReader {
   public:
-    InputReader(const std::uint8_t* bytes, std::size_t size) : m_bytes(bytes), m_size(size) {}
+    /// @param input  outlives this
+    explicit InputReader(std::string_view input) : m_rest(input) {}
 
     unsigned int TakeByte() {
-        if (m_size == 0) {
-            return 0;
-        }
-        --m_size;
-        return *m_bytes++;
+        const unsigned int byte = m_rest.empty() ? 0 : static_cast<unsigned char>(m_rest.front());
+        m_rest.remove_prefix(m_rest.empty() ? 0 : 1);
+        return byte;
     }
     unsigned int TakeWord() {
         unsigned int word = 0;
@@ -57,8 +56,7 @@ class InputReader {
     }
 
   private:
-    const std::uint8_t* m_bytes;
-    std::size_t m_size;
+    std::string_view m_rest;
 };
 
 }  // namespace Zevrin

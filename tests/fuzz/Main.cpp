@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,40 +12,28 @@
 
 #include "Fuzz.h"
 
-namespace Zevrin {
+using Zevrin::Harnesses;
 
 namespace {
 
-const FuzzHarness* g_pHarnesses = nullptr;
-
-const FuzzHarness& FindHarness(const char* name) {
-    for (const FuzzHarness* pHarness = g_pHarnesses; pHarness != nullptr; pHarness = pHarness->pNext) {
-        if (name != nullptr && std::strcmp(pHarness->name, name) == 0) {
-            return *pHarness;
-        }
+Harnesses::mapped_type FindHarness(const char* name) {
+    const Harnesses& harnesses = Zevrin::GetHarnesses();
+    const auto found = harnesses.find(name != nullptr ? name : "");
+    if (found == harnesses.end()) {
+        std::fprintf(stderr, "There is no harness \"%s\".\n", name != nullptr ? name : "");
+        std::exit(2);
     }
-    std::fprintf(stderr, "There is no harness \"%s\".\n", name != nullptr ? name : "");
-    std::exit(2);
+    return found->second;
 }
 
 }  // namespace
 
-FuzzHarness::FuzzHarness(const char* harnessName, Function harnessFunction)
-    : name(harnessName), function(harnessFunction), pNext(g_pHarnesses) {
-    g_pHarnesses = this;
-}
-
-}  // namespace Zevrin
-
-using Zevrin::FindHarness;
-using Zevrin::FuzzHarness;
-
 #ifdef ZEVRIN_FUZZER
 
 /// The harness is chosen by the environment, since libFuzzer takes the command line.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    static const FuzzHarness& harness = FindHarness(std::getenv("ZEVRIN_FUZZ_HARNESS"));
-    harness.function(bytes, size);
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* bytes, std::size_t size) {
+    static const auto run = FindHarness(std::getenv("ZEVRIN_FUZZ_HARNESS"));
+    run(std::string(bytes, bytes + size));
     return 0;
 }
 
@@ -54,10 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t kMaxSize = 1U << 16;
 
-Bytes g_input;
+std::string g_input;
 
 /// Keeps the input that has ended the process.
 extern "C" void KeepInput(int signalNumber) {
@@ -68,10 +54,10 @@ extern "C" void KeepInput(int signalNumber) {
     std::raise(signalNumber);
 }
 
-std::vector<Bytes> ReadCorpus(const char* folder) {
+std::vector<std::string> ReadCorpus(const char* folder) {
     std::vector<std::filesystem::path> paths{std::filesystem::directory_iterator(folder), {}};
     std::sort(paths.begin(), paths.end());
-    std::vector<Bytes> corpus;
+    std::vector<std::string> corpus;
     for (const auto& path : paths) {
         std::ifstream stream(path, std::ios::binary);
         corpus.emplace_back(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
@@ -80,37 +66,28 @@ std::vector<Bytes> ReadCorpus(const char* folder) {
 }
 
 /// Changes bytes, cuts, repeats and splices a piece of another seed, a few times over.
-Bytes Mutate(const std::vector<Bytes>& corpus, std::minstd_rand& random) {
+std::string Mutate(const std::vector<std::string>& corpus, std::minstd_rand& random) {
     const auto below = [&](std::size_t limit) { return limit == 0 ? 0 : random() % limit; };
     static const char* const kPieces[] = {"-1", "4294967296", "1e308", "\"", "{", "]", "%n", "\xFF\xFF", ""};
-    Bytes input = corpus[below(corpus.size())];
+    std::string input = corpus[below(corpus.size())];
     for (std::size_t changes = 1 + below(6); changes > 0; --changes) {
-        const auto at = static_cast<std::ptrdiff_t>(below(input.size() + 1));
-        const auto length =
-            static_cast<std::ptrdiff_t>(below(input.size() - static_cast<std::size_t>(at) + 1));
-        const Bytes& other = corpus[below(corpus.size())];
-        const std::size_t otherAt = below(other.size());
-        const char* const piece = kPieces[below(std::size(kPieces))];
+        const std::size_t at = below(input.size() + 1);
+        const std::string& other = corpus[below(corpus.size())];
         switch (below(5)) {
             case 0:
-                input.erase(input.begin() + at, input.begin() + at + length);
+                input.erase(at, below(input.size() - at + 1));
                 break;
             case 1:
-                input.insert(
-                    input.begin() + at, other.begin() + static_cast<std::ptrdiff_t>(otherAt),
-                    other.begin() + static_cast<std::ptrdiff_t>(otherAt + below(other.size() - otherAt)));
+                input.insert(at, other, below(other.size()), below(other.size()));
                 break;
             case 2:
-                input.insert(input.begin() + at, piece, piece + std::strlen(piece));
+                input.insert(at, kPieces[below(std::size(kPieces))]);
                 break;
             default:
-                if (!input.empty()) {
-                    input[below(input.size())] = static_cast<std::uint8_t>(random());
-                }
+                input.replace(at, 1, 1, static_cast<char>(random()));
         }
     }
-    input.resize(std::min(input.size(), kMaxSize));
-    return input;
+    return input.substr(0, kMaxSize);
 }
 
 }  // namespace
@@ -121,23 +98,23 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "Usage: fuzz_test <harness> <folder of seeds> <seconds> [<seed>]\n");
         return 2;
     }
-    const FuzzHarness& harness = FindHarness(argv[1]);
-    const std::vector<Bytes> corpus = ReadCorpus(argv[2]);
+    const auto run = FindHarness(argv[1]);
+    const std::vector<std::string> corpus = ReadCorpus(argv[2]);
     Zevrin::Require(!corpus.empty(), "there are seeds");
     std::signal(SIGABRT, KeepInput);
     std::signal(SIGSEGV, KeepInput);
-    for (const Bytes& seed : corpus) {
+    for (const std::string& seed : corpus) {
         g_input = seed;
-        harness.function(g_input.data(), g_input.size());
+        run(g_input);
     }
     std::minstd_rand random(argc > 4 ? static_cast<unsigned int>(std::atoi(argv[4])) : 1);
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(argv[3]));
     unsigned int count = 0;
     for (; count < 100 || std::chrono::steady_clock::now() < end; ++count) {
         g_input = Mutate(corpus, random);
-        harness.function(g_input.data(), g_input.size());
+        run(g_input);
     }
-    std::printf("%s: %zu seeds and %u changed ones\n", harness.name, corpus.size(), count);
+    std::printf("%s: %zu seeds and %u changed ones\n", argv[1], corpus.size(), count);
     return 0;
 }
 
