@@ -144,7 +144,11 @@ Error FrameQueue::Retrieve(Frame** ppFrame, int timeoutMs, const std::atomic<boo
     const auto deadline = boost::chrono::steady_clock::now() + boost::chrono::milliseconds(timeoutMs);
     boost::unique_lock<boost::mutex> lock(m_mutex);
     for (bool timedOut = timeoutMs == 0;;) {  // who only looks is not put to sleep
-        if (m_closed || (pCancelled != nullptr && *pCancelled)) {
+        const bool isCancelled = pCancelled != nullptr && *pCancelled;
+        if (m_closed && !isCancelled && m_failure != ERR_OK) {
+            return m_failure;
+        }
+        if (m_closed || isCancelled) {
             return Failure(ERR_ISOCH_NOT_STARTED, "The stream was stopped while an image was awaited.");
         }
         if (!m_waiting.empty()) {

@@ -97,7 +97,8 @@ class FrameQueue {
     /// holds no lock that the listener takes while it calls the queue.
     void SetFreeListener(std::function<void()> listener);
 
-    /// The stream is broken: whoever waits gets `reason`, now and from now on, once what waits is gone.
+    /// The stream is broken: whoever waits gets `reason`, now and from now on, once what waits is gone, also
+    /// when the stream is ended because of that.
     void Fail(const Error& reason);
 
     std::size_t GetBufferCount() const { return m_frames.size(); }

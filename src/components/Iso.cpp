@@ -202,6 +202,7 @@ Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<Hardw
     }
     boost::lock_guard<boost::mutex> lock(m_mutex);
     m_pQueue = pQueue;
+    m_interruption = Error();
     m_pStreamHardware = pHardware;
     m_defaultTimeoutMs = config.grabTimeout == kTimeoutDefault ? kDefaultTimeoutMs : config.grabTimeout;
     m_state = State::kStarted;  // before the first callback can ask
@@ -266,10 +267,16 @@ Error Iso::StopCapture() {
     return Error();
 }
 
-void Iso::StopForGood() {
+void Iso::StopForGood(const Error& reason) {
     const boost::this_thread::disable_interruption notInterrupted;
     boost::unique_lock<boost::mutex> lock(m_mutex);
     ++m_closing;
+    m_interruption = reason;
+    if (const boost::shared_ptr<FrameQueue> pQueue = reason != ERR_OK ? m_pQueue : nullptr) {
+        lock.unlock();
+        pQueue->Fail(reason);
+        lock.lock();
+    }
     // Whoever is starting or stopping ends that first; within a callback it may be waiting for this thread.
     const bool canWait = !CallbackThread::IsWithinCallbackOf(*this);
     do {

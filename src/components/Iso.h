@@ -65,7 +65,9 @@ class Iso : public IOBase {
 
     /// Stops whatever runs and waits until no callback does, refusing new starts meanwhile: the camera is
     /// being given up. From within a callback, that one is not waited for.
-    void StopForGood();
+    /// @param reason  told to who waits for an image and, until the next start, to who asks for one; success:
+    ///                that there is no stream
+    void StopForGood(const Error& reason = Error());
 
     bool IsGrabStarted() const { return m_state == State::kStarted; }
 
@@ -153,7 +155,7 @@ class Iso : public IOBase {
     Error StartCallbackThread(const Receiver& receiver);
     void StopCallbackThread();
     void ReapCallbackThreads();
-    boost::shared_ptr<FrameQueue> GetQueue() const;
+    Error GetQueue(boost::shared_ptr<FrameQueue>* ppQueue) const;
     Error Retrieve(Image* pImage, int timeoutMs);
     Error RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,
                        const std::atomic<bool>* pCancelled);
@@ -172,6 +174,7 @@ class Iso : public IOBase {
     std::atomic<State> m_state{State::kStopped};
     int m_closing = 0;  // calls of StopForGood under way
     boost::shared_ptr<FrameQueue> m_pQueue;
+    Error m_interruption;                                  // why there is none, unless it was stopped
     boost::weak_ptr<HardwareInterface> m_pStreamHardware;  // not to hold a camera that was released
     StreamCounters m_resends;      // of streams that have ended, less what was reset (modulo 2 to the 32)
     StreamCounters m_resendsBase;  // of that hardware, when the stream began

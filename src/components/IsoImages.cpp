@@ -28,9 +28,13 @@ unsigned int ReadQuadlet(const unsigned char* bytes) {
 
 }  // namespace
 
-boost::shared_ptr<FrameQueue> Iso::GetQueue() const {
+Error Iso::GetQueue(boost::shared_ptr<FrameQueue>* ppQueue) const {
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_pQueue;
+    *ppQueue = m_pQueue;
+    if (m_pQueue != nullptr || m_interruption != ERR_OK) {
+        return m_pQueue != nullptr ? Error() : m_interruption;
+    }
+    return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
 }
 
 Error Iso::RetrieveBuffer(Image* pImage) {
@@ -49,11 +53,9 @@ Error Iso::Retrieve(Image* pImage, int timeoutMs) {
     }
     const Error released = pImage->ReleaseBuffer();
     static_cast<void>(released);
-    const boost::shared_ptr<FrameQueue> pQueue = GetQueue();
-    if (!pQueue) {
-        return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
-    }
-    return RetrieveFrom(pQueue, pImage, timeoutMs, nullptr);
+    boost::shared_ptr<FrameQueue> pQueue;
+    const Error error = GetQueue(&pQueue);
+    return error == ERR_OK ? RetrieveFrom(pQueue, pImage, timeoutMs, nullptr) : error;
 }
 
 Error Iso::RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,

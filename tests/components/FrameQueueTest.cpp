@@ -118,6 +118,8 @@ TEST_F(FrameQueueTest, WaitsEndForAReason) {
         if (row.result == ERR_CAMERA_LOST) {
             Follow("+2 -2");  // what waits is still given
             EXPECT_EQ(Take(), ERR_CAMERA_LOST) << "and the reason stays";
+            m_pQueue->Close();
+            EXPECT_EQ(Take(), ERR_CAMERA_LOST) << "also when that ends the stream";
         }
     }
 }

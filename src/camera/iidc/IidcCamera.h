@@ -125,6 +125,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     bool IsWithinCallback() const;
     Error RequireOutsideOfReports() const;
     void Suspend();
+    void Interrupt();
     Error TryAgain(ReconnectSettings settings,
                    const std::function<void(ReconnectStep, unsigned int, const Error&)>& tell);
     Error Restore(unsigned int* pCount, Error* pRefusal);

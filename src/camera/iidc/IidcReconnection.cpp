@@ -75,7 +75,13 @@ void IidcCamera::Suspend() {
         stream.isTransmissionWanted = m_pSettings->IsTransmissionOn();
         m_pInterruptedStream = boost::make_shared<InterruptedStream>(stream);
     }
-    m_pIso->StopForGood();
+    Interrupt();
+}
+
+/// Not stopped: whoever waits for an image is to wait for the reconnection then.
+void IidcCamera::Interrupt() {
+    m_pIso->StopForGood(
+        m_pInterruptedStream ? Failure(ERR_CAMERA_LOST, "The connection to the camera was lost.") : Error());
     CloseHardware();
 }
 
@@ -107,8 +113,7 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
         m_pInterruptedStream.reset();
         SetGeneration(generation);
     } else {
-        m_pIso->StopForGood();
-        CloseHardware();
+        Interrupt();
     }
     return error;
 }
