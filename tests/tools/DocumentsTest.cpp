@@ -13,17 +13,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> FindAll(const std::string& text, const char* expression) {
+const std::string kPath = std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH");
+
+Parts FindAll(const std::string& text, const char* expression) {
     const std::regex pattern(expression);
-    std::vector<std::string> found;
+    Parts found;
     for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
         found.push_back((*match)[1]);
     }
     return found;
 }
 
-std::vector<std::string> Documents() {
-    std::vector<std::string> documents = {"README.md", "CONTRIBUTING.md"};
+Parts Documents() {
+    Parts documents = {"README.md", "CONTRIBUTING.md"};
     for (const auto& entry : fs::directory_iterator(fs::path(SOURCE_FOLDER) / "docs")) {
         if (entry.path().extension() == ".md") {
             documents.push_back("docs/" + entry.path().filename().string());
@@ -46,9 +48,7 @@ class Document : public ToolFolder, public testing::WithParamInterface<std::stri
         fs::create_directories(m_folder.Path("build"));
         fs::create_directory_symlink(BUILD_FOLDER, m_folder.Path("build/release"));
         m_options.limit = std::chrono::seconds(400);
-        m_options.environment = {{"PATH", std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH")},
-                                 {"CMAKE_GENERATOR", "Ninja"},
-                                 {"CXX", CXX_PROGRAM}};
+        m_options.environment = {{"PATH", kPath}, {"CMAKE_GENERATOR", "Ninja"}, {"CXX", CXX_PROGRAM}};
         if (!std::string(SANITIZE).empty()) {
             m_options.environment["CXXFLAGS"] = "-fsanitize=" SANITIZE;
         }
@@ -137,26 +137,51 @@ INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(Documents()), [](const
     return std::regex_replace(fs::path(document.param).stem().string(), std::regex("\\W"), "_");
 });
 
-TEST(Documents, KnowEveryFolderAndEveryErrorAndVerb) {
+TEST(Documents, KnowEveryFolderAndEveryError) {
     const std::string readme = ReadFile(kSource + "/README.md");
-    const std::vector<std::string> folders = FindAll(readme, R"(\n\| `([a-z/]+)/` \|)");
+    const Parts folders = FindAll(readme, R"(\n\| `([a-z/]+)/` \|)");
     EXPECT_LE(8U, folders.size());
     for (const std::string& folder : folders) {
         EXPECT_TRUE(fs::is_directory(kSource + "/" + folder)) << folder;
     }
 
     const std::string errors = ReadFile(kSource + "/docs/errors.md");
-    const std::vector<std::string> types =
-        FindAll(ReadFile(kSource + "/include/zevrin/ErrorType.h"), R"((ERR_\w+) = \d+)");
+    const Parts types = FindAll(ReadFile(kSource + "/include/zevrin/ErrorType.h"), R"((ERR_\w+) = \d+)");
     EXPECT_LE(40U, types.size());
     for (const std::string& type : types) {
         EXPECT_NE(std::string::npos, errors.find("\n| `" + type + "` | ")) << type;
     }
+}
 
-    const std::string help = Spawn({kZevrin, "--help"}).output;
-    for (const std::string& verb : FindAll(help.substr(help.find("\nVerbs:")), "\n  ([a-z]+)  +\\S")) {
-        EXPECT_NE(std::string::npos, readme.find("`" + verb)) << verb;
+using HelpTexts = ToolFolder;
+
+TEST_F(HelpTexts, EndWithExamplesThatWork) {
+    m_options.environment["PATH"] = kPath;
+    m_options.environment["ZEVRIN_SIMULATE"] = "2";
+    const std::string readme = ReadFile(kSource + "/README.md");
+    Parts verbs = {""};
+    for (std::size_t index = 0; index < verbs.size(); ++index) {
+        const std::string verb = verbs[index];
+        SCOPED_TRACE("zevrin" + verb);
+        const std::string help = SpawnShell("zevrin help" + verb, m_options).output;
+        EXPECT_EQ(help, SpawnShell("zevrin" + verb + " --help", m_options).output);
+        const std::size_t examples = help.find("Examples:\n");
+        ASSERT_NE(std::string::npos, examples);
+        const std::size_t list = help.find("\nVerbs:");
+        if (list != std::string::npos) {
+            for (const std::string& name : FindAll(help.substr(list, examples - list), "\n  ([a-z]+)  +\\S")) {
+                verbs.push_back(verb + " " + name);
+                EXPECT_TRUE(!verb.empty() || readme.find("`" + name) != std::string::npos) << name;
+            }
+        }
+        const Parts commands = FindAll(help.substr(examples), "\n  (.+)");
+        EXPECT_LE(2U, commands.size()) << help;
+        for (const std::string& command : commands) {
+            const SpawnResult result = SpawnShell(command, m_options);
+            EXPECT_EQ(0, result.exitCode) << command << ":\n" << result.messages;
+        }
     }
+    EXPECT_LE(30U, verbs.size());
 }
 
 using Reference = ToolFolder;
