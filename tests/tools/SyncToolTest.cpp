@@ -1,5 +1,3 @@
-#include <signal.h>
-
 #include <regex>
 
 #include "ToolFolder.h"
@@ -50,19 +48,6 @@ TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
     fs::resize_file(images[0], 100);
     EXPECT_EQ(1, Verify().exitCode);
     ExpectParts(Verify().messages, {images[0].filename().string() + " has 100 bytes"});
-}
-
-TEST_F(SyncTool, LeavesAWholeRecordWhenInterrupted) {
-    Process run({kZevrin, "--simulate", "2", "sync", "-n", "100000", "-o", "run", "--format", "raw",
-                 "--retries", "50"},
-                m_options);
-    ASSERT_NO_FATAL_FAILURE(AwaitFileIn("run"));
-    run.Signal(SIGINT);
-    const SpawnResult result = run.Finish();
-    EXPECT_EQ(1, result.exitCode);
-    ExpectParts(result.messages, {"camera 1002: stopped"});
-    const SpawnResult verified = Verify();
-    EXPECT_EQ(0, verified.exitCode) << verified.messages;
 }
 
 std::string Line(unsigned int serial, unsigned int frame, unsigned int seconds, unsigned int cycle) {
