@@ -3,7 +3,6 @@
 #include <signal.h>
 
 #include <map>
-#include <ostream>
 
 #include "ToolFolder.h"
 

@@ -242,8 +242,6 @@ TEST_F(ConfigTool, CheckFindsWhatIsWrong) {
         }
         EXPECT_EQ(row.failed, failed) << report.dump(1);
         EXPECT_EQ(row.absent, report.at("absent")) << report.dump(1);
-        EXPECT_EQ(report.at("checks").size(),
-                  report.at("passed").get<std::size_t>() + failed.size() + row.absent);
     }
 }
 

@@ -30,7 +30,6 @@ Parts Documents() {
             documents.push_back("docs/" + entry.path().filename().string());
         }
     }
-    std::sort(documents.begin(), documents.end());
     return documents;
 }
 

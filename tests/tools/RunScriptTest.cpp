@@ -45,7 +45,6 @@ TEST_F(RunScript, DoesWhatIsLeftToDo) {
          {"build"},
          0,
          {kInstall + "g++ libpng-dev", "cmake --fresh --preset release", kBuild}},
-        {"", {"build"}, 0, {kBuild}},
         {"echo libnew-dev >>packaging/packages.txt", {"build"}, 0, {"cmake --preset release", kBuild}},
         {"", {"build"}, 0, {kBuild}, "1000"},
         {"echo g++ >missing", {"build"}, 1, {}, "1000", {"    apt-get install --no-install-recommends g++"}},
