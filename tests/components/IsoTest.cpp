@@ -1,6 +1,7 @@
 #include "Iso.h"
 
 #include <boost/smart_ptr/make_shared.hpp>
+#include <boost/thread/thread.hpp>
 
 #include "Failure.h"
 #include "FakeHardware.h"
@@ -96,6 +97,19 @@ TEST_F(IsoTest, StreamMayBeginWithoutTransmissionAndLeavesTheOneThatReplacesItAl
     EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
     EXPECT_TRUE(m_pHardware->IsStreaming());
     EXPECT_EQ(m_pHardware->Register(Register::kTransmission), kTransmissionOn);
+}
+
+TEST_F(IsoTest, InterruptedStreamTellsWhyUntilTheNextStart) {
+    Image image;
+    for (const bool isLost : {true, false}) {
+        ASSERT_EQ(Start(), ERR_OK);
+        boost::thread waiting([&] {
+            EXPECT_EQ(m_pIso->WaitForBufferEvent(&image, 60000),
+                      isLost ? ERR_CAMERA_LOST : ERR_ISOCH_NOT_STARTED);
+        });
+        m_pIso->StopForGood(isLost ? Failure(ERR_CAMERA_LOST, "gone") : Error());
+        waiting.join();  // whether it was waiting already or came later
+    }
 }
 
 TEST_F(IsoTest, AccountsForFramesOfAStartThatFails) {
