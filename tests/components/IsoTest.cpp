@@ -103,10 +103,15 @@ TEST_F(IsoTest, InterruptedStreamTellsWhyUntilTheNextStart) {
     Image image;
     for (const bool isLost : {true, false}) {
         ASSERT_EQ(Start(), ERR_OK);
+        const unsigned int delivered = m_pIso->GetNumOfImageDelivered();
         boost::thread waiting([&] {
-            EXPECT_EQ(m_pIso->WaitForBufferEvent(&image, 60000),
-                      isLost ? ERR_CAMERA_LOST : ERR_ISOCH_NOT_STARTED);
+            Error error;
+            while ((error = m_pIso->WaitForBufferEvent(&image, 60000)) == ERR_OK) {
+            }
+            EXPECT_EQ(error, isLost ? ERR_CAMERA_LOST : ERR_ISOCH_NOT_STARTED);
         });
+        Send(1, 1);
+        EXPECT_TRUE(Await([&] { return m_pIso->GetNumOfImageDelivered() > delivered; }));
         m_pIso->StopForGood(isLost ? Failure(ERR_CAMERA_LOST, "gone") : Error());
         waiting.join();  // whether it was waiting already or came later
     }
