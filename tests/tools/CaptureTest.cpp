@@ -49,6 +49,7 @@ class Capture : public ToolFolder {
             EXPECT_EQ(fs::path(path).extension() == ".ppm" ? "RGB8" : "Mono8", line.at("pixelFormat"))
                 << path;
             EXPECT_EQ("Mono8", line.at("sourcePixelFormat")) << path;
+            EXPECT_FALSE(line.contains("cycleCount")) << "nobody has stamped it: " << path;
             EXPECT_TRUE(fs::exists(path)) << path;
             if (isRaw) {
                 EXPECT_EQ(line.at("width").get<unsigned int>() * line.at("height").get<unsigned int>(),

@@ -63,6 +63,12 @@ TEST_F(SyncTool, LeavesAWholeRecordWhenInterrupted) {
     ExpectParts(result.messages, {"camera 1002: stopped"});
     const SpawnResult verified = Verify();
     EXPECT_EQ(0, verified.exitCode) << verified.messages;
+    for (const auto& entry : fs::directory_iterator(m_folder.Path("run"))) {
+        if (entry.path().extension() == ".raw") {
+            ExpectParts(ReadFile(entry.path().string() + ".json"),
+                        {"serialNumber", "frameId", "cycleOffset", "exposureSeconds", "gainDb", "stride"});
+        }
+    }
 }
 
 std::string Line(unsigned int serial, unsigned int frame, unsigned int seconds, unsigned int cycle) {

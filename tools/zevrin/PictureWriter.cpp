@@ -24,13 +24,15 @@ Json DescribeShot(const Shot& shot, unsigned int serialNumber, const RecordPlan&
                   {"frameId", shot.image.GetFrameId()},
                   {"seconds", stamp.seconds},
                   {"microSeconds", stamp.microSeconds},
-                  {"cycleSeconds", stamp.cycleSeconds},
-                  {"cycleCount", stamp.cycleCount},
-                  {"cycleOffset", stamp.cycleOffset},
                   {"width", shot.image.GetWidth()},
                   {"height", shot.image.GetHeight()},
                   {"pixelFormat", Zevrin::GetPixelFormatName(plan.pixelFormat.value_or(source))},
                   {"sourcePixelFormat", Zevrin::GetPixelFormatName(source)}};
+    if (Zevrin::HasBusTime(stamp)) {
+        entry.update({{"cycleSeconds", stamp.cycleSeconds},
+                      {"cycleCount", stamp.cycleCount},
+                      {"cycleOffset", stamp.cycleOffset}});
+    }
     if (shot.burst != 0) {
         entry["burst"] = shot.burst;
     }

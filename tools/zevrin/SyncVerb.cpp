@@ -13,6 +13,7 @@
 #include "Interruption.h"
 #include "Numbers.h"
 #include "Output.h"
+#include "PictureMetadata.h"
 #include "Progress.h"
 #include "Session.h"
 #include "SyncGrabber.h"
@@ -110,9 +111,13 @@ unsigned int StartInStep(const Cameras& cameras, unsigned int retries) {
 /// The cameras of a run, and all that came of it.
 class SyncRun {
   public:
-    SyncRun(const SyncOptions& options, const std::vector<unsigned int>& serialNumbers)
+    SyncRun(const SyncOptions& options, const std::vector<unsigned int>& serialNumbers,
+            const Cameras& cameras)
         : m_options(options), m_sheet(serialNumbers.size()), m_pool(options.queueMiB * kMiB) {
         m_index.cameras = serialNumbers;
+        for (std::size_t i = 0; i < cameras.size(); ++i) {
+            m_metadata.push_back(ReadMetadata(*cameras[i], serialNumbers[i]));
+        }
     }
     /// Nothing is handed over any more when the pool ends.
     ~SyncRun() { EndGrabbing(); }
@@ -122,7 +127,7 @@ class SyncRun {
     void Grab(const Cameras& cameras) {
         for (std::size_t i = 0; i < cameras.size(); ++i) {
             m_grabbers.push_back(
-                std::make_unique<SyncGrabber>(m_index.cameras[i], cameras[i], m_options.plan, &m_pool,
+                std::make_unique<SyncGrabber>(m_metadata[i], cameras[i], m_options.plan, &m_pool,
                                               m_options.contactSheet.empty() ? nullptr : &m_sheet));
         }
         for (const auto& pGrabber : m_grabbers) {
@@ -193,6 +198,7 @@ class SyncRun {
 
     const SyncOptions& m_options;
     SyncIndex m_index;
+    std::vector<Zevrin::ImageMetadata> m_metadata;
     std::vector<std::unique_ptr<SyncGrabber>> m_grabbers;
     ContactSheet m_sheet;
     WriterPool m_pool;  // ends before what its work is for
@@ -256,7 +262,8 @@ void Sync(const Tool& tool, SyncOptions options) {
     }
     CatchInterruptions();
     PrepareOutput(options);
-    SyncRun run(options, serialNumbers);  // before cameras stream: it makes threads
+    SyncRun run(options, serialNumbers,
+                cameras);  // before they stream: it makes threads, and reads registers
     const unsigned int attempts = StartInStep(cameras, options.retries);
     run.Grab(cameras);
     if (!options.folder.empty()) {
