@@ -22,6 +22,7 @@ void PrintTo(const Case& row, std::ostream* pStream) {
 class ToolAnswers : public ToolFolder, public testing::WithParamInterface<Case> {
   protected:
     void SetUp() override {
+        std::filesystem::create_directory(m_folder.Path("recording"));
         for (const auto& [name, text] : {
                  std::pair("broken.json", R"({"cameras": [{"serial": 1001,]})"),
                  std::pair("wrong.json", R"({"cameras": [{"serial": "many"}]})"),
@@ -38,6 +39,7 @@ class ToolAnswers : public ToolFolder, public testing::WithParamInterface<Case> 
                  std::pair("apart.json", R"({"cameras": [{},
                      {"faults": {"registers": {"writeLatencyUs": 2000}}}, {"interface": "u3v"}]})"),
                  std::pair("file", "not a folder"),
+                 std::pair("recording/index.jsonl", ""),
              }) {
             Write(name, text);
         }
@@ -139,6 +141,8 @@ const Case kCases[] = {
       "start 1 of at most 2 failed: Failed to synchronize cameras. Starting again.", "start 2 of at most 2"}},
     {"sync verify none", 1, {"no file \"none/index.jsonl\""}},
     {"sync verify", 2, {"DIR", "`zevrin sync verify --help`"}},
+    {"--simulate 1 sync -o recording", 1, {"\"recording\" holds a recording already (index.jsonl)"}},
+    {"--simulate 1 grab -o recording", 1, {"\"recording\" holds a recording already (index.jsonl)"}},
     // Settings: what works, what cannot be, and what this camera lacks.
     {"--simulate 1 property list", 0, {"shutter", "0.005 s", "2e-05 to 0.0819 s", "read only"}},
     {"--simulate 1 property set gain 5.5", 0, {"5.5 dB", "Raw                 55\n"}},

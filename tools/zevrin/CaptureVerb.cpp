@@ -237,6 +237,7 @@ void Capture(const Tool& tool, const CaptureOptions& options) {
     }
     RequireSavable(options.plan);
     PrepareFolder(options.plan.folder);
+    RequireNoRecording(options.plan.folder);
     signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like a full disk
     Session session(tool);
     const std::vector<unsigned int> chosen =

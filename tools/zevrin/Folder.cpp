@@ -32,6 +32,15 @@ void PrepareFolder(const std::string& folder) {
     }
 }
 
+void RequireNoRecording(const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::error_code unseen;
+    if (fs::exists(fs::symlink_status(fs::path(folder) / kIndexName, unseen))) {
+        throw ToolFailure(kExitFailed, "the folder \"" + Printable(folder) +
+                                           "\" holds a recording already (index.jsonl); choose another one");
+    }
+}
+
 unsigned long long GetFreeSpace(const std::string& folder) {
     struct statvfs state = {};
     if (statvfs(folder.c_str(), &state) != 0) {

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "Folder.h"
 #include "Output.h"
 #include "Tool.h"
 
@@ -169,7 +170,7 @@ class Lines {
     }
 
     std::string Describe(const std::exception& problem) const {
-        return std::string(kSyncIndexName) + ", line " + std::to_string(m_number) + ": " + problem.what();
+        return std::string(kIndexName) + ", line " + std::to_string(m_number) + ": " + problem.what();
     }
 
   private:
@@ -227,9 +228,8 @@ SyncIndexReading ReadSyncIndex(const std::string& path) {
         ReadEntry(lines, &reading);
     }
     if (count != head.images) {
-        reading.problems.Add(std::string(kSyncIndexName) + " says that it has " +
-                             std::to_string(head.images) + " images and has " +
-                             (count > max ? "more than it may" : std::to_string(count)));
+        reading.problems.Add(std::string(kIndexName) + " says that it has " + std::to_string(head.images) +
+                             " images and has " + (count > max ? "more than it may" : std::to_string(count)));
     }
     return reading;
 }

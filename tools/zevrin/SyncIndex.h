@@ -40,8 +40,6 @@ class SyncProblems {
     std::size_t m_count = 0;
 };
 
-constexpr char kSyncIndexName[] = "index.jsonl";
-
 std::string FormatSyncIndex(const SyncIndex& index);
 
 /// What is good of an index that may come from anywhere, and a sentence for every line that is not.

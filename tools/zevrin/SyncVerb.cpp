@@ -211,21 +211,12 @@ void Save(const std::string& text, const std::string& path) {
     Check(Zevrin::SaveBytes(text.data(), text.size(), path));
 }
 
-/// What is written at the end must not fail there, nor be that of an earlier run when this one fails.
+/// What is written at the end must not fail there.
 void PrepareOutput(const SyncOptions& options) {
     namespace fs = std::filesystem;
     if (!options.folder.empty()) {
         PrepareFolder(options.folder);
-        for (const std::string& name :
-             {std::string("/") + kSyncIndexName, std::string(kReportJson), std::string(kReportPage)}) {
-            std::error_code problem;
-            fs::remove(options.folder + name, problem);
-            if (problem) {
-                throw ToolFailure(kExitFailed,
-                                  "\"" + Printable(options.folder + name) +
-                                      "\" of an earlier run cannot be removed: " + problem.message());
-            }
-        }
+        RequireNoRecording(options.folder);
     }
     if (!options.contactSheet.empty()) {
         const fs::path folder = fs::path(options.contactSheet).parent_path();
@@ -266,11 +257,11 @@ void Sync(const Tool& tool, SyncOptions options) {
                 cameras);  // before they stream: it makes threads, and reads registers
     const unsigned int attempts = StartInStep(cameras, options.retries);
     run.Grab(cameras);
-    if (!options.folder.empty()) {
-        Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kSyncIndexName);
-    }
     if (run.GetIndex().entries.empty()) {
-        run.ReportFailures();
+        run.ReportFailures();  // and there is no recording
+    }
+    if (!options.folder.empty()) {
+        Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kIndexName);
     }
     SyncProblems problems;
     SetBadStampsAside(&run.GetIndex(), &problems);
@@ -291,7 +282,8 @@ void Sync(const Tool& tool, SyncOptions options) {
 constexpr char kFooter[] =
     R"(Without serial numbers it takes all cameras of the first interface that has a bus clock, and says which it leaves
 out; GigE Vision and USB3 Vision cameras have none. They must be on one bus. The first one is what the others are compared with. LATE are images that came after one that was taken later, TWICE those that
-came again. The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html.
+came again. The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html. A folder
+that holds a recording is not written to again.
 
 Examples:
   zevrin sync -n 5
