@@ -71,6 +71,13 @@ TEST_F(SyncTool, LeavesAWholeRecordWhenInterrupted) {
     }
 }
 
+TEST_F(SyncTool, TellsWhatADiskHadNoRoomFor) {
+    ExpectParts(Run("--simulate 1 sync -n 3 --format raw -o run", "ulimit -f 100; ").messages,
+                {".raw\" cannot be written: File too large"});
+    EXPECT_EQ(1, Verify().exitCode);
+    ExpectParts(Verify().messages, {"3 of 3 images were never written"});
+}
+
 std::string Line(unsigned int serial, unsigned int frame, unsigned int seconds, unsigned int cycle) {
     return R"({"serial": )" + std::to_string(serial) + R"(, "frame": )" + std::to_string(frame) +
            R"(, "stamp": [)" + std::to_string(seconds) + ", " + std::to_string(cycle) + ", 0]}\n";

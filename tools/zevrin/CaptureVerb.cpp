@@ -1,4 +1,3 @@
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -238,7 +237,6 @@ void Capture(const Tool& tool, const CaptureOptions& options) {
     RequireSavable(options.plan);
     PrepareFolder(options.plan.folder);
     RequireNoRecording(options.plan.folder);
-    signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like a full disk
     Session session(tool);
     const std::vector<unsigned int> chosen =
         options.all ? session.ChooseAll() : session.ChooseSeveral(options.named);

@@ -1,5 +1,6 @@
 #include "Folder.h"
 
+#include <signal.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -21,6 +22,7 @@ namespace {
 }  // namespace
 
 void PrepareFolder(const std::string& folder) {
+    signal(SIGXFSZ, SIG_IGN);
     std::error_code problem;
     std::filesystem::create_directories(folder, problem);
     std::error_code unseen;  // what cannot be looked at is none

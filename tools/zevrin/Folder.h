@@ -4,7 +4,8 @@
 
 namespace ZevrinTool {
 
-/// Makes the folder when it is missing. Before a camera is touched: a folder that cannot be written to is no
+/// Makes the folder when it is missing; a file in it that may not grow is an error like a full disk from here
+/// on, and no signal. Before a camera is touched: a folder that cannot be written to is no
 /// reason to start a stream. Throws `ToolFailure`.
 void PrepareFolder(const std::string& folder);
 

@@ -70,6 +70,7 @@ unsigned long long SyncGrabber::Take(const Zevrin::Image& image) {
     SyncEntry entry;
     entry.record = {m_serialNumber, image.GetFrameId(), stamp.cycleSeconds, stamp.cycleCount,
                     stamp.cycleOffset};
+    entry.isWanted = !m_plan.folder.empty();
     entry.width = view.width;
     entry.height = view.height;
     entry.stride = view.stride;

@@ -271,9 +271,10 @@ void Sync(const Tool& tool, SyncOptions options) {
         Save(Zevrin::FormatSyncReportAsJson(report), options.folder + kReportJson);
         Save(Zevrin::FormatSyncReportAsHtml(report, MakeTitle(serialNumbers)), options.folder + kReportPage);
     }
-    ShowSyncReport(
-        tool, report,
-        {{"attempts", attempts}, {"notWritten", run.CountRefused()}, {"problems", problems.GetLines()}});
+    ShowSyncReport(tool, report,
+                   {{"attempts", attempts},
+                    {"notWritten", CountUnwritten(run.GetIndex())},
+                    {"problems", problems.GetLines()}});
     run.SaveContactSheet(report);
     run.ReportFailures();
     Conclude(run.GetIndex(), report, problems);
