@@ -132,7 +132,7 @@ const Case kCases[] = {
      "File too large; nothing was written",
      "ulimit -f 1; "},
     {"FullIndex", "two.json --all --format raw", 1, "failure", {}, kNoIndex, "ulimit -f 20; "},
-    {"NoSpace", "two.json --all --keep-free 1073741824", 1, nullptr, {}, "MiB free"},
+    {"NoSpace", "two.json --all --keep-free 1073741824", 1, nullptr, {}, "MiB: nothing can be written"},
     {"OldRecording", "1 -n 1", 1, nullptr, {}, "holds a recording", "mkdir r; touch r/index.jsonl; "},
     {"IntervalOfNothing", "1 --interval 1", 2, nullptr, {}, "needs --burst"},
     {"NoTime", "1 --duration 0", 2, nullptr, {}, "more than 0"},

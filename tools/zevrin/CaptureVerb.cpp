@@ -152,7 +152,7 @@ Facts Describe(Recorder& recorder) {
         {"Written", "written", counts.written.load(), ""},
         {"Skipped", "skipped", counts.skipped.load(), ""},
         {"Queue full", "droppedByQueue", counts.queueDropped.load(), ""},
-        {"", "unwritten", counts.unwritten.load(), ""},
+        {"Unwritten", "unwritten", counts.unwritten.load(), ""},
         {"Corrupt", "corrupt", lost(&Zevrin::CameraStats::numImagesCorrupt), ""},
         {"Lost", "lost", lost(&Zevrin::CameraStats::numImagesDropped), ""},
         {"Driver", "driverDropped", lost(&Zevrin::CameraStats::numImagesDriverDropped), ""},
@@ -285,8 +285,9 @@ process gets SIGUSR1. A burst that is still under way is cut short by the next.
 It ends with --count, --duration, or SIGINT or SIGTERM (Ctrl-C), after which what waits is still written; and when the
 disk is full or a file cannot be written, with exit code 1.
 
-In the table, "queue full" are frames that were dropped before the queue, "driver" those that found no buffer of the stream
-or waited in it at the end, "lost" those that never arrived.
+In the table, "skipped" are frames that were not asked for, "queue full" those that were dropped before the queue,
+"unwritten" those given up since the disk was full or a file could not be written, "driver" those that found no buffer
+of the stream or waited in it at the end, "lost" those that never arrived.
 
 Examples:
   zevrin --simulate 1 capture -n 20 -o recording
