@@ -53,6 +53,9 @@ class EventList : public IOBase {
     int RegisterAllEvents(EventOptions* pOptions);
     int DeregisterAllEvents();
 
+    /// The events that the camera can send.
+    int GetEventNames(std::vector<std::string>* pNames);
+
     /// Whether the caller runs within a callback of this object.
     bool IsWithinCallback() const;
 
@@ -72,7 +75,6 @@ class EventList : public IOBase {
 
     int Register(const std::vector<std::string>& names, const EventOptions& options,
                  boost::unique_lock<boost::mutex>* pLock);
-    int GetEventNames(std::vector<std::string>* pNames);
     bool Subscribe();
     bool Notify(const std::vector<std::string>& names, bool on);
     void Unsubscribe();

@@ -12,6 +12,15 @@ namespace {
 
 constexpr float kFrameRate = 30;
 constexpr unsigned int kQuietMs = 150;
+constexpr unsigned int kMostIncomplete = 10;
+
+/// The frames that came and that this computer was too slow to take.
+unsigned int CountMissed(Zevrin::IidcCamera& camera) {
+    Zevrin::CameraStats stats;
+    const Zevrin::Error ignored = camera.GetStats(&stats);  // the counts of frames come first
+    static_cast<void>(ignored);
+    return stats.numImagesDriverDropped;
+}
 
 }  // namespace
 
@@ -51,6 +60,7 @@ CheckStream::CheckStream(const CheckRun& run) : m_camera(run.GetCamera()), m_tim
     Zevrin::ZevrinConfig config;
     config.deliverIncomplete = true;
     Check(m_camera.SetConfiguration(&config));
+    m_missed = CountMissed(m_camera);
     Check(m_camera.StartCapture(nullptr, nullptr), "starting a stream");
 }
 
@@ -60,16 +70,33 @@ CheckStream::~CheckStream() {
 }
 
 void CheckStream::TakeNext(Zevrin::Image* pImage) {
+    for (unsigned int tries = 1; !TakeAny(pImage); ++tries) {
+        Require(tries < kMostIncomplete,
+                std::to_string(tries) +
+                    " frames in a row arrived incomplete: packets are lost on the way, as on a busy link or "
+                    "with a small socket buffer; what the camera does cannot be judged");
+    }
+}
+
+bool CheckStream::TakeAny(Zevrin::Image* pImage) {
     const Zevrin::Error error = m_camera.WaitForBufferEvent(pImage, m_timeoutMs);
     const std::string name = "frame " + std::to_string(++m_count);
     Require(error != Zevrin::ERR_TIMEOUT,
             name + " did not come within " + std::to_string(m_timeoutMs) + " ms");
     Check(error, name);
-    Require(pImage->IsComplete(), name + " is not complete");
+    const bool isWhole = pImage->IsComplete();
     const unsigned long long id = pImage->GetFrameId();
-    Require(m_count == 1 || id == m_lastId + 1,
-            name + " has number " + std::to_string(id) + " after number " + std::to_string(m_lastId));
+    // An incomplete frame may have lost the packet with its number.
+    if (isWhole && m_isLastWhole && id != m_lastId + 1) {
+        const unsigned int missed = CountMissed(m_camera);
+        Require(missed != m_missed,
+                name + " has number " + std::to_string(id) + " after number " + std::to_string(m_lastId));
+        m_missed = missed;
+    }
+    m_isLastWhole = isWhole;
     m_lastId = id;
+    m_incomplete += isWhole ? 0 : 1;
+    return isWhole;
 }
 
 bool CheckStream::IsQuiet() {

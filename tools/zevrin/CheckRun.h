@@ -65,8 +65,15 @@ class CheckStream {
     CheckStream(const CheckStream&) = delete;
     CheckStream& operator=(const CheckStream&) = delete;
 
-    /// The next frame, whole and the next by its number. Throws `ToolFailure`.
+    /// The next whole frame, by its number the one after the last unless this computer missed some. Frames
+    /// that arrive incomplete are the link's fault: some are passed over. Throws `ToolFailure`, also when too
+    /// many are.
     void TakeNext(Zevrin::Image* pImage);
+
+    /// The next frame; whether it is whole. Throws `ToolFailure`.
+    bool TakeAny(Zevrin::Image* pImage);
+
+    unsigned int CountIncomplete() const { return m_incomplete; }
 
     /// Whether no frame comes for a while in which none should.
     bool IsQuiet();
@@ -75,6 +82,9 @@ class CheckStream {
     Zevrin::IidcCamera& m_camera;
     const unsigned int m_timeoutMs;
     unsigned int m_count = 0;
+    unsigned int m_incomplete = 0;
+    unsigned int m_missed = 0;  // of all streams until now
+    bool m_isLastWhole = false;
     unsigned long long m_lastId = 0;
 };
 

@@ -66,6 +66,16 @@ class EventQueue {
     std::deque<Event> m_events;
 };
 
+std::string ListEvents(Zevrin::IidcCamera& camera) {
+    std::vector<std::string> names;
+    const Zevrin::Error error = camera.GetEventNames(&names);
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "" : ", ") + Printable(name);
+    }
+    return error == Zevrin::ERR_OK ? list : error.GetDescription();
+}
+
 /// No event comes any more when it is gone.
 class Registration {
   public:
@@ -89,8 +99,7 @@ class Registration {
                 Withdraw();
                 // The camera object gives no reason; that it is registered already cannot be one here.
                 throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " does not report an event \"" +
-                                                   name +
-                                                   "\"; `zevrin events` shows by name which ones come");
+                                                   name + "\"; there are: " + ListEvents(m_camera));
             }
         }
     }

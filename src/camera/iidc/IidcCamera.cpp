@@ -197,4 +197,13 @@ Error IidcCamera::SetFormat7(const Format7Settings* pSettings) {
     return SettingFormat([&] { return m_pFormat7->SetFormat7(pSettings); });
 }
 
+Error IidcCamera::GetEventNames(std::vector<std::string>* pNames) {
+    if (pNames == nullptr) {
+        return Failure(ERR_INVALID_PARAMETER, "There is no room for the names of the events.");
+    }
+    return m_pEventList->GetEventNames(pNames) == EventList::kSuccess
+               ? Success()
+               : Failure(ERR_NOT_SUPPORTED, "The events of camera %u cannot be had.", m_serialNumber);
+}
+
 }  // namespace Zevrin

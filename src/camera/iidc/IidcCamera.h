@@ -5,6 +5,8 @@
 #include <boost/thread/mutex.hpp>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "CameraInternal.h"
 #include "zevrin/ImageFormat.h"
@@ -116,6 +118,11 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// ERR_INVALID_MODE (the camera refuses the combination), ERR_TIMEOUT; what was changed until then is put
     /// back.
     Error SetFormat7(const Format7Settings* pSettings);
+
+    /// The names that `RegisterEvent` takes; as the device tells them, not necessarily printable. Not
+    /// guarded. Errors: ERR_INVALID_PARAMETER, ERR_NOT_SUPPORTED (not connected, no events on this interface,
+    /// or the device fails to tell; the log has the reason). Threads: any.
+    Error GetEventNames(std::vector<std::string>* pNames);
 
   private:
     struct InterruptedStream;
