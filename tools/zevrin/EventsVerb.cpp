@@ -66,14 +66,23 @@ class EventQueue {
     std::deque<Event> m_events;
 };
 
-std::string ListEvents(Zevrin::IidcCamera& camera) {
+/// The names of the camera's events, in one text. Throws `ToolFailure` when it has none, with the reason.
+std::string ListEvents(const Target& target) {
+    if (!target.camera.InterfaceSupportsEvents()) {
+        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) +
+                                           " has no device events: its interface must be GigE Vision or "
+                                           "USB3 Vision; `zevrin list` shows it");
+    }
     std::vector<std::string> names;
-    const Zevrin::Error error = camera.GetEventNames(&names);
+    target.Check(target.camera.GetEventNames(&names));
+    if (names.empty()) {
+        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no device events");
+    }
     std::string list;
     for (const std::string& name : names) {
         list += (list.empty() ? "" : ", ") + Printable(name);
     }
-    return error == Zevrin::ERR_OK ? list : error.GetDescription();
+    return list;
 }
 
 /// No event comes any more when it is gone.
@@ -81,11 +90,8 @@ class Registration {
   public:
     Registration(const Target& target, EventQueue* pQueue, const std::vector<std::string>& names)
         : m_camera(target.camera) {
-        if (!m_camera.InterfaceSupportsEvents()) {
-            throw ToolFailure(kExitFailed, NameOf(target.serialNumber) +
-                                               " has no device events: its interface must be GigE Vision or "
-                                               "USB3 Vision; `zevrin list` shows it");
-        }
+        // The camera object gives no reason why a registration fails.
+        const std::string known = ListEvents(target);
         Zevrin::EventOptions options;
         options.callback = EventQueue::OnEvent;
         options.userData = pQueue;
@@ -97,9 +103,9 @@ class Registration {
             const Zevrin::Error error = m_camera.RegisterEvent(&options);
             if (error != Zevrin::ERR_OK) {
                 Withdraw();
-                // The camera object gives no reason; that it is registered already cannot be one here.
+                // That it is registered already cannot be the reason here.
                 throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " does not report an event \"" +
-                                                   name + "\"; there are: " + ListEvents(m_camera));
+                                                   name + "\"; there are: " + known);
             }
         }
     }
@@ -195,8 +201,10 @@ void Run(const Target& target, const EventsOptions& options) {
 
 constexpr char kFooter[] =
     R"(A line tells the time by the camera's own clock, the number of the event, its name, and its data. With --json,
-each line is a document. Cameras with GigE Vision and USB3 Vision have events. Without limits it ends when it is
-interrupted.
+each line is a document. Without limits it ends when it is interrupted.
+
+GigE Vision cameras have events when their description does (EventSelector). Those of USB3 Vision cameras can be had from
+simulated ones only, and cameras of other interfaces have none.
 
 Examples:
   echo '{"cameras": [{"interface": "gige"}]}' > gige.json; zevrin --simulate gige.json events -n 10
