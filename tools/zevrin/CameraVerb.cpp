@@ -29,6 +29,19 @@ void Target::Show(const Facts& facts, const std::string& key, const std::vector<
     Print(document);
 }
 
+IdleStream::IdleStream(const Target& target) : m_camera(target.camera) {
+    const auto count = [](Zevrin::Image*, const void* pImages) {
+        ++*const_cast<std::atomic<unsigned long long>*>(
+            static_cast<const std::atomic<unsigned long long>*>(pImages));
+    };
+    target.Check(m_camera.StartCapture(count, &m_images));
+}
+
+IdleStream::~IdleStream() {
+    const Zevrin::Error ignored = m_camera.StopCapture();
+    static_cast<void>(ignored);  // the camera may have gone
+}
+
 void WorkOnCamera(CLI::App& verb, Tool& tool, const CameraWork& work) {
     auto pNamed = std::make_shared<std::vector<unsigned int>>();
     AddNumbers(verb, "SERIAL", pNamed.get(), NumberRule(), "Serial number of the camera")->expected(0, 1);

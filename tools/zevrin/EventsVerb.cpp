@@ -122,23 +122,6 @@ class Registration {
     Zevrin::IidcCamera& m_camera;
 };
 
-/// Lets the camera expose: without a stream there is little to tell.
-class Exposing {
-  public:
-    explicit Exposing(const Target& target) : m_camera(target.camera) {
-        target.Check(m_camera.StartCapture([](Zevrin::Image*, const void*) {}, nullptr));
-    }
-    ~Exposing() {
-        const Zevrin::Error ignored = m_camera.StopCapture();
-        static_cast<void>(ignored);  // the camera may have gone
-    }
-    Exposing(const Exposing&) = delete;
-    Exposing& operator=(const Exposing&) = delete;
-
-  private:
-    Zevrin::IidcCamera& m_camera;
-};
-
 std::string HexText(const std::vector<unsigned char>& data) {
     std::string text;
     for (const unsigned char byte : data) {
@@ -192,9 +175,9 @@ void Run(const Target& target, const EventsOptions& options) {
     CatchInterruptions();
     EventQueue queue;
     const Registration registration(target, &queue, options.names);
-    std::unique_ptr<Exposing> pExposing;
+    std::unique_ptr<IdleStream> pStream;
     if (!options.idle) {
-        pExposing = std::make_unique<Exposing>(target);
+        pStream = std::make_unique<IdleStream>(target);  // without one there is little to tell
     }
     ShowAll(target, options, &queue);
 }
