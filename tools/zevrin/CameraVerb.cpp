@@ -12,6 +12,10 @@ void Target::Check(const Zevrin::Error& error) const {
     ZevrinTool::Check(error, NameOf(serialNumber));
 }
 
+void Target::Lack(const std::string& feature) const {
+    throw ToolFailure(kExitFailed, NameOf(serialNumber) + " has no " + feature);
+}
+
 void Target::Show(const Facts& facts, const std::string& key, const std::vector<Facts>& rows) const {
     if (!tool.json) {
         PrintLines(facts);

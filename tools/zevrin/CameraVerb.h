@@ -21,6 +21,9 @@ struct Target {
     /// Throws `ToolFailure` when `error` is one, with the camera's name.
     void Check(const Zevrin::Error& error) const;
 
+    /// Throws the `ToolFailure` of a camera that lacks what a verb is about, such as "strobe outputs".
+    [[noreturn]] void Lack(const std::string& feature) const;
+
     /// The verb's answer, in the form that the command line asks for.
     void Show(const Facts& facts) const { Show(facts, "", {}); }
     /// With a table below it, or alone, which `key` names for programs.

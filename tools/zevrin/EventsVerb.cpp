@@ -69,14 +69,13 @@ class EventQueue {
 /// The names of the camera's events, in one text. Throws `ToolFailure` when it has none, with the reason.
 std::string ListEvents(const Target& target) {
     if (!target.camera.InterfaceSupportsEvents()) {
-        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) +
-                                           " has no device events: its interface must be GigE Vision or "
-                                           "USB3 Vision; `zevrin list` shows it");
+        target.Lack(
+            "device events: its interface must be GigE Vision or USB3 Vision; `zevrin list` shows it");
     }
     std::vector<std::string> names;
     target.Check(target.camera.GetEventNames(&names));
     if (names.empty()) {
-        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no device events");
+        target.Lack("device events");
     }
     std::string list;
     for (const std::string& name : names) {

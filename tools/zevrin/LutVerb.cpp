@@ -35,7 +35,7 @@ LUTData RequireTable(const Target& target) {
     LUTData data;
     target.Check(target.camera.GetLUTInfo(&data));
     if (!data.supported) {
-        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no look-up table");
+        target.Lack("look-up table");
     }
     return data;
 }

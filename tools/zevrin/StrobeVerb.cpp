@@ -61,8 +61,8 @@ void Show(const Target& target) {
             rows.push_back(Describe(info, ReadControl(target, output)));
         }
     }
-    if (rows.empty() && !target.tool.json) {
-        Complain(NameOf(target.serialNumber) + " has no strobe outputs");
+    if (rows.empty()) {
+        target.Lack("strobe outputs");
     }
     target.Show({}, "outputs", rows);
 }
