@@ -125,7 +125,7 @@ TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
         {Head(0), 1, {"no image to be judged"}},
         {Head(2) + Line(1, 1, 0, 0) + Line(2, 1, 0, 0), 1, {"all time stamps are 0"}},
         {Head(154) + good + bad, 1, {"line 105: \"serial\" is missing", "and 50 more", "150 problems"}},
-        {"", 1, {"the file is empty"}},
+        {"", 1, {"index.jsonl: the file is empty"}},
         {"{\"format\": \"other\", \"version\": 1}\n", 1, {"line 1: it is no index"}},
         {R"({"format": "zevrin-sync-index", "version": 1, "cameras": [1, 1], "images": 0})",
          1,

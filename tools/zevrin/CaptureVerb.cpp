@@ -31,7 +31,6 @@ constexpr unsigned int kMaxTimeoutMs = 3600000;
 constexpr unsigned int kMaxQueue = 4000;
 constexpr unsigned int kMaxWriters = 64;
 constexpr unsigned int kMaxMebibytes = 1U << 30;
-constexpr double kMaxSeconds = 1e7;  // a season
 constexpr std::chrono::milliseconds kLookInterval(50);
 constexpr std::chrono::milliseconds kShowInterval(250);
 constexpr double kMebibyte = 1 << 20;
@@ -298,27 +297,16 @@ Examples:
 void AddLimits(CLI::App& verb, CaptureOptions* pOptions) {
     RecordPlan& plan = pOptions->plan;
     AddNumber(verb, "-n,--count", "<frames>", &plan.count, {1, kMaxCount, 1},
-              "Frames to keep of each camera (default: no limit)");
-    const auto addSeconds = [&verb](const char* name, double* pValue, const char* help) {
-        AddText(
-            verb, name, "<seconds>",
-            [=](const std::string& argument, const std::string& text) {
-                *pValue = ParseReal(argument, text);
-                if (!(*pValue > 0 && *pValue <= kMaxSeconds)) {
-                    throw CLI::ValidationError(
-                        argument,
-                        "\"" + text + "\" is out of range; it must be more than 0, and at most 10000000");
-                }
-            },
-            help);
-    };
-    addSeconds("--duration", &pOptions->durationSeconds, "Ends after this time (default: no limit)");
+              "Frames to keep of each camera, 1 to 1000000000 (default: no limit)");
+    AddSeconds(verb, "--duration", &pOptions->durationSeconds,
+               "Ends after this time in seconds, at most 10000000 (default: no limit)");
     AddNumber(verb, "--every", "<n>", &plan.every, {1, kMaxCount, 1},
-              "Keeps one frame of so many (default: 1)");
+              "Keeps one frame of so many, 1 to 1000000000 (default: 1)");
     AddNumber(verb, "--burst", "<frames>", &plan.burst, {1, kMaxCount, 1},
-              "Keeps so many frames, then none until the next burst (default: no bursts)");
-    addSeconds("--interval", &plan.intervalSeconds,
-               "From the beginning of a burst to the next (default: bursts begin with SIGUSR1)");
+              "Keeps so many frames, 1 to 1000000000, then none until the next burst (default: no bursts)");
+    AddSeconds(verb, "--interval", &plan.intervalSeconds,
+               "From the beginning of a burst to the next in seconds, at most 10000000 (default: bursts "
+               "begin with SIGUSR1)");
     AddNumber(
         verb, "--timeout", "<ms>", &plan.timeoutMs, {0, kMaxTimeoutMs, 1},
         "Longest wait for one frame in milliseconds, 1 to 3600000; 0: no limit, as for a camera that waits "
@@ -347,11 +335,11 @@ void AddFiles(CLI::App& verb, CaptureOptions* pOptions) {
     AddNumber(verb, "--queue", "<frames>", &plan.queue.framesPerCamera, {1, kMaxQueue, 1},
               "Frames of each camera that may wait to be written, 1 to 4000 (default: 32)");
     addMebibytes("--queue-size", &plan.queue.bytes, {1, kMaxMebibytes, 1},
-                 "Memory of the frames of all cameras that may wait (default: 512)");
+                 "Memory of the frames of all cameras that may wait in MiB, 1 to 1073741824 (default: 512)");
     AddNumber(verb, "--writers", "<threads>", &plan.writers, {1, kMaxWriters, 1},
               "Threads that write, 1 to 64 (default: 2)");
     addMebibytes("--keep-free", &plan.keepFree, {0, kMaxMebibytes, 1},
-                 "Ends when the disk would have less than this free (default: 100)");
+                 "Ends when the disk would have less than this free in MiB, 0 to 1073741824 (default: 100)");
 }
 
 }  // namespace

@@ -20,13 +20,12 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned int kMaxCount = 1000000;
-constexpr unsigned int kMaxDurationMs = 86400000;
 constexpr std::chrono::milliseconds kLookInterval(50);
 
 struct EventsOptions {
     std::vector<std::string> names;  ///< empty: all
     unsigned int count = 0;          ///< 0: no limit
-    unsigned int durationMs = 0;     ///< 0: no limit
+    double durationSeconds = 0;      ///< 0: no limit
     bool idle = false;
 };
 
@@ -147,16 +146,16 @@ void ShowEvent(const Target& target, const Event& event) {
 }
 
 void ShowAll(const Target& target, const EventsOptions& options, EventQueue* pQueue) {
-    const auto end = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    const auto end = TimeAfter(options.durationSeconds);
     unsigned int count = 0;
     while (!IsInterrupted() && (options.count == 0 || count < options.count)) {
         const auto now = Clock::now();
-        if (options.durationMs != 0 && now >= end) {
+        if (options.durationSeconds > 0 && now >= end) {
             break;
         }
         const auto slice = now + kLookInterval;
         Event event;
-        if (pQueue->Take(options.durationMs != 0 ? std::min(end, slice) : slice, &event)) {
+        if (pQueue->Take(options.durationSeconds > 0 ? std::min(end, slice) : slice, &event)) {
             ShowEvent(target, event);
             ++count;
         }
@@ -166,7 +165,7 @@ void ShowAll(const Target& target, const EventsOptions& options, EventQueue* pQu
             std::to_string(count) + " of " + std::to_string(options.count) + " events came";
         throw IsInterrupted()
             ? ToolFailure(kExitFailed, "stopped: " + tally)
-            : ToolFailure(kExitTimeout, tally + " within " + std::to_string(options.durationMs) + " ms");
+            : ToolFailure(kExitTimeout, tally + " within " + RealText(options.durationSeconds) + " s");
     }
 }
 
@@ -185,12 +184,12 @@ constexpr char kFooter[] =
     R"(A line tells the time by the camera's own clock, the number of the event, its name, and its data. With --json,
 each line is a document. Without limits it ends when it is interrupted.
 
-GigE Vision cameras have events when their description does (EventSelector). Those of USB3 Vision cameras can be had from
-simulated ones only, and cameras of other interfaces have none.
+GigE Vision cameras have events when their description does (EventSelector). Those of USB3 Vision cameras can be had
+from simulated ones only, and cameras of other interfaces have none.
 
 Examples:
   echo '{"cameras": [{"interface": "gige"}]}' > gige.json; zevrin --simulate gige.json events -n 10
-  echo '{"cameras": [{"interface": "u3v"}]}' > u3v.json; zevrin --simulate u3v.json --json events --duration 500
+  echo '{"cameras": [{"interface": "u3v"}]}' > u3v.json; zevrin --simulate u3v.json --json events --duration 0.5
   zevrin --simulate gige.json events --event ExposureEnd -n 3
 )";
 
@@ -201,8 +200,8 @@ void AddEventsVerb(CLI::App& app, Tool& tool) {
     auto pOptions = std::make_shared<EventsOptions>();
     AddNumber(*pVerb, "-n,--count", "<events>", &pOptions->count, {1, kMaxCount, 1},
               "Ends after so many events, 1 to 1000000 (default: no limit)");
-    AddNumber(*pVerb, "--duration", "<ms>", &pOptions->durationMs, {1, kMaxDurationMs, 1},
-              "Ends after this time in milliseconds, 1 to 86400000 (default: no limit)");
+    AddSeconds(*pVerb, "--duration", &pOptions->durationSeconds,
+               "Ends after this time in seconds, at most 10000000 (default: no limit)");
     AddText(
         *pVerb, "--event", "<name>",
         [pOptions](const std::string&, const std::string& text) { pOptions->names.push_back(text); },

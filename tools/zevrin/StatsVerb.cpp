@@ -47,7 +47,7 @@ Facts Describe(const CameraStats& stats) {
         {"Port errors", "portErrors", stats.portErrors, ""},
         {"Resends asked for", "resendPacketsRequested", stats.numResendPacketsRequested, ""},
         {"Resends received", "resendPacketsReceived", stats.numResendPacketsReceived, ""},
-        {"Power", "power", OnOff(stats.cameraPowerUp), ""},
+        {"Power", "power", stats.cameraPowerUp, OnOff(stats.cameraPowerUp)},
         {"Temperature (raw)", "temperatureRaw", stats.property17Value, ""},
         {"Measurements A", "measurementsA", Measurements(stats.measurementsA, stats.numMeasurementsA), ""},
         {"Measurements B", "measurementsB", Measurements(stats.measurementsB, stats.numMeasurementsB), ""},
@@ -127,9 +127,9 @@ void Show(const Target& target, const StatsOptions& options) {
 
 constexpr char kFooter[] =
     R"(The counters of images, resends, registers and ports begin at 0 with each program that uses the camera: they tell
-nothing of another one, such as a `zevrin capture` that runs, which counts its own. With --stream this one lets the camera
-send images, and counts them. Transmit failures are the camera's own count. With --json, --watch writes one document on
-each line.
+nothing of another one, such as a `zevrin capture` that runs, which counts its own. With --stream this one lets the
+camera send images, and counts them. Transmit failures are the camera's own count. With --json, --watch writes one
+document on each line.
 
 Examples:
   zevrin stats 1001

@@ -41,7 +41,7 @@ Fact DescribeTime(const char* label, const char* key, float ms, const char* zero
 Facts Describe(const StrobeInfo& info, const StrobeControl& control) {
     return {
         {"Output", "output", control.source, ""},
-        {"State", "state", OnOff(control.onOff), ""},
+        {"State", "on", control.onOff, OnOff(control.onOff)},
         {"Polarity", "polarity", WordFor(control.polarity, kPolarities), ""},
         DescribeTime("Delay", "delayMs", control.delay),
         DescribeTime("Duration", "durationMs", control.duration, "exposure"),

@@ -216,10 +216,10 @@ SyncIndexReading ReadSyncIndex(const std::string& path) {
     Lines lines(path);
     SyncIndexReading reading;
     Head head;
+    if (!lines.Next()) {
+        throw ToolFailure(kExitFailed, std::string(kIndexName) + ": the file is empty");
+    }
     try {
-        if (!lines.Next()) {
-            throw BadLine("the file is empty");
-        }
         head = ToHead(lines.Parse());
     } catch (const BadLine& problem) {
         throw ToolFailure(kExitFailed, lines.Describe(problem));

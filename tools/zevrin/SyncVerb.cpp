@@ -282,9 +282,11 @@ void Sync(const Tool& tool, SyncOptions options) {
 
 constexpr char kFooter[] =
     R"(Without serial numbers it takes all cameras of the first interface that has a bus clock, and says which it leaves
-out; GigE Vision and USB3 Vision cameras have none. They must be on one bus. The first one is what the others are compared with. LATE are images that came after one that was taken later, TWICE those that
-came again. The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html. A folder
-that holds a recording is not written to again.
+out; GigE Vision and USB3 Vision cameras have none. They must be on one bus. The first one is what the others are
+compared with. LATE are images that came after one that was taken later, TWICE those that came again.
+
+The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html. A folder that holds
+a recording is not written to again.
 
 Examples:
   zevrin sync -n 5
