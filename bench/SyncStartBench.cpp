@@ -10,6 +10,8 @@
 #include <zevrin/Image.h>
 #include <zevrin/Simulation.h>
 
+#include "Measure.h"
+
 namespace {
 
 using namespace Zevrin;
@@ -20,6 +22,7 @@ constexpr double kMicrosecondsPerTick = 1e6 / 24576000.0;
 
 /// What no start can be faster than: ten frames to drain, the pause, and the frame that is compared.
 constexpr double kFloorMs = 10 * kPeriodMs + kPauseMs + kPeriodMs;
+constexpr double kMostOfFloor = 1.05;
 
 /// Cameras on one simulated bus, all connected, whose register writes take `writeLatencyUs`.
 class Bus {
@@ -103,7 +106,7 @@ void SyncStart(benchmark::State& state) {
         bus.Stop();
     }
     const double rounds = static_cast<double>(state.iterations());
-    state.counters["floor_ratio"] = wholeMs / rounds / kFloorMs;
+    ZevrinBench::ShowRatio(state, wholeMs / rounds / kFloorMs, kMostOfFloor);
     state.counters["in_step"] = inStep / rounds;
     if (!spreads.empty()) {
         std::sort(spreads.begin(), spreads.end());

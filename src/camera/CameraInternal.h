@@ -369,9 +369,6 @@ class ZEVRIN_API CameraInternal {
     // What follows is for concrete cameras.
     /// @cond
   protected:
-    /// The application wants no stream any more, whether or not the guard then lets it stop one.
-    virtual void OnStopWanted() noexcept {}
-
     bool m_bConnected = false;
     unsigned int m_serialNumber = 0;
     mutable boost::mutex m_generationMutex;  // guards m_generation

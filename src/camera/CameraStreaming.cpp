@@ -30,7 +30,6 @@ Error CameraInternal::SetCallback(ImageCallback callback, const void* pCallbackD
 }
 
 Error CameraInternal::StopCapture() {
-    OnStopWanted();
     const Error error = Guard(*this);
     if (error != ERR_OK) {
         return error;

@@ -102,7 +102,7 @@ class CameraInternal::SyncStart {
 };
 
 Error CameraInternal::SyncStart::Run(ImageCallback const* callbacks, const void** callbackData) {
-    Error refusal;
+    Error refusal = Success();
     for (unsigned int i = 0; i < m_count && refusal == ERR_OK; ++i) {
         refusal = Prepare(*m_cameras[i]);
     }
@@ -150,7 +150,7 @@ Error CameraInternal::SyncStart::Prepare(CameraInternal& camera) {
         return MakeError(ERR_ISOCH_FAILED, m_error,
                          "Could not set the configuration to begin syncing cameras.");
     }
-    return Error();
+    return Success();
 }
 
 Error CameraInternal::SyncStart::CheckInterface(const CameraInternal& camera) {
@@ -165,7 +165,7 @@ Error CameraInternal::SyncStart::CheckInterface(const CameraInternal& camera) {
     if (m_pHardware->GetInterfaceType() == INTERFACE_GIGE) {
         return MakeError(ERR_NOT_SUPPORTED, "StartSyncCapture() with GigE Cameras is not supported.");
     }
-    return Error();
+    return Success();
 }
 
 Error CameraInternal::SyncStart::StartAll() {
@@ -181,7 +181,7 @@ Error CameraInternal::SyncStart::StartAll() {
         }
         return MakeError(ERR_ISOCH_START_FAILED, m_error, "Could not start one of the cameras.");
     }
-    return Error();
+    return Success();
 }
 
 /// Takes every buffer of a camera out of circulation, then switches its transmission off: what arrives in
@@ -241,7 +241,7 @@ Error CameraInternal::SyncStart::Compare(const boost::shared_array<Image>& image
         StopFirst(m_count);
         return MakeError(ERR_ISOCH_SYNC_FAILED, "Failed to synchronize cameras.");
     }
-    return Error();
+    return Success();
 }
 
 void CameraInternal::SyncStart::StopFirst(unsigned int count) {

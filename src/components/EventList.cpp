@@ -46,7 +46,7 @@ void EventList::SetIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned i
                       unsigned int commandRegisters) {
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
-        const bool isSame = pHardware == m_pSource;
+        const bool isSame = pHardware == m_pSource.lock();
         IOBase::SetIO(std::move(pHardware), initialRegisterSpace, commandRegisters);
         if (isSame) {
             return;
@@ -64,7 +64,7 @@ void EventList::SetIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned i
 /// The caller holds m_mutex, as with the three that follow.
 bool EventList::Subscribe() {
     const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
-    if (m_pSource == pHardware) {
+    if (m_pSource.lock() == pHardware) {
         return pHardware != nullptr;
     }
     Unsubscribe();
@@ -81,20 +81,21 @@ bool EventList::Subscribe() {
 }
 
 void EventList::Unsubscribe() {
-    if (m_pSource) {
-        const Error error = m_pSource->SetEventSink(nullptr);
+    if (const boost::shared_ptr<HardwareInterface> pSource = m_pSource.lock()) {
+        const Error error = pSource->SetEventSink(nullptr);
         if (error != ERR_OK) {
             Log().warn("Device events did not end in order: {}", error.GetDescription());
         }
-        m_pSource.reset();
     }
+    m_pSource.reset();
 }
 
 /// Lets the camera send these events, or not. False when it refuses one.
 bool EventList::Notify(const std::vector<std::string>& names, bool on) {
     bool isDone = true;
+    const boost::shared_ptr<HardwareInterface> pSource = m_pSource.lock();
     for (const std::string& name : names) {
-        const Error error = m_pSource ? m_pSource->SetEventNotification(name, on) : Error();
+        const Error error = pSource ? pSource->SetEventNotification(name, on) : Error();
         if (error != ERR_OK) {
             Log().info("Device event {}: {}", Printable(name), error.GetDescription());
             isDone = false;

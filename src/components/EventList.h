@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/smart_ptr/weak_ptr.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 #include <string>
@@ -85,7 +86,7 @@ class EventList : public IOBase {
     // Held during every change of what is registered and of where events come from; guards the latter. Never
     // held while a callback is waited for.
     boost::mutex m_mutex;
-    boost::shared_ptr<HardwareInterface> m_pSource;
+    boost::weak_ptr<HardwareInterface> m_pSource;  // not to hold a camera that was released
 };
 
 }  // namespace Zevrin

@@ -5,16 +5,11 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/thread.hpp>
-#include <iterator>
-#include <limits>
 #include <new>
-#include <utility>
 
 #include "CallbackThread.h"
-#include "CycleTime.h"
 #include "Failure.h"
 #include "FrameQueue.h"
-#include "Image.h"
 #include "Registers.h"
 
 namespace Zevrin {
@@ -24,18 +19,6 @@ namespace {
 constexpr int kDefaultTimeoutMs = 2000;
 constexpr unsigned int kMaxBuffers = 4096;
 constexpr std::size_t kMaxPayloadSize = std::size_t{1} << 30;  // a camera that asks for more is not believed
-constexpr unsigned int kEmbeddedTimeStampBit = 1;
-
-unsigned int ReadQuadlet(const unsigned char* bytes) {
-    return static_cast<unsigned int>(bytes[0]) << 24 | static_cast<unsigned int>(bytes[1]) << 16 |
-           static_cast<unsigned int>(bytes[2]) << 8 | static_cast<unsigned int>(bytes[3]);
-}
-
-/// The transport counts for all that use the camera, this component for itself.
-StreamCounters Add(const StreamCounters& total, const StreamCounters& from, const StreamCounters& to) {
-    return {total.resendPacketsRequested + to.resendPacketsRequested - from.resendPacketsRequested,
-            total.resendPacketsReceived + to.resendPacketsReceived - from.resendPacketsReceived};
-}
 
 }  // namespace
 
@@ -201,7 +184,7 @@ Error Iso::StartStream(const ZevrinConfig& config, ImageCallback callback, const
                         pTransition);
     if (error != ERR_OK) {
         // Also when switching on has failed: a write that went unanswered may have taken effect.
-        const Error ignored = EndStream(*pHardware, pQueue);
+        const Error ignored = EndStream(pHardware.get(), pQueue);
         static_cast<void>(ignored);
     }
     return error;
@@ -240,12 +223,14 @@ Error Iso::BeginStream(const ZevrinConfig& config, const boost::shared_ptr<Hardw
 
 /// After a loss, the camera may have come back and be streaming for another camera object, which is not to be
 /// stopped.
-Error Iso::EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue) {
+Error Iso::EndStream(HardwareInterface* pHardware, const boost::shared_ptr<FrameQueue>& pQueue) {
     Error error;
-    if (hardware.IsStreaming(pQueue)) {
-        error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+    if (pHardware != nullptr) {
+        if (pHardware->IsStreaming(pQueue)) {
+            error = WriteRegister(Register::kTransmission, kTransmissionOff, false);
+        }
+        pHardware->StopStream(pQueue);
     }
-    hardware.StopStream(pQueue);
     pQueue->Close();
     return error;
 }
@@ -260,14 +245,14 @@ Error Iso::StopCapture() {
             return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
         }
         pQueue = m_pQueue;
-        pHardware = m_pStreamHardware;
+        pHardware = m_pStreamHardware.lock();
     }
-    const Error error = EndStream(*pHardware, pQueue);
+    const Error error = EndStream(pHardware.get(), pQueue);
     StopCallbackThread();
-    const StreamCounters counters = pHardware->GetStreamCounters();
+    const StreamCounters counters = pHardware ? pHardware->GetStreamCounters() : m_resendsBase;
 
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_resends = Add(m_resends, m_resendsBase, counters);
+    m_resends = AddResends(m_resends, m_resendsBase, counters);
     m_pQueue.reset();
     m_pStreamHardware.reset();
     m_streamReceiver = Receiver();
@@ -301,60 +286,6 @@ void Iso::StopForGood() {
     --m_closing;
 }
 
-boost::shared_ptr<FrameQueue> Iso::GetQueue() const {
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    return m_pQueue;
-}
-
-Error Iso::RetrieveBuffer(Image* pImage) {
-    return Retrieve(pImage, m_defaultTimeoutMs);
-}
-
-Error Iso::WaitForBufferEvent(Image* pImage, unsigned int timeoutMs) {
-    return Retrieve(pImage, static_cast<int>(std::min(
-                                timeoutMs, static_cast<unsigned int>(std::numeric_limits<int>::max()))));
-}
-
-Error Iso::Retrieve(Image* pImage, int timeoutMs) {
-    if (pImage == nullptr) {
-        return Failure(ERR_INVALID_PARAMETER,
-                       "An image can only be retrieved into an image: the pointer is null.");
-    }
-    const Error released = pImage->ReleaseBuffer();
-    static_cast<void>(released);
-    const boost::shared_ptr<FrameQueue> pQueue = GetQueue();
-    if (!pQueue) {
-        return Failure(ERR_ISOCH_NOT_STARTED, "No stream of this camera has been started.");
-    }
-    return RetrieveFrom(pQueue, pImage, timeoutMs, nullptr);
-}
-
-Error Iso::RetrieveFrom(const boost::shared_ptr<FrameQueue>& pQueue, Image* pImage, int timeoutMs,
-                        const std::atomic<bool>* pCancelled) {
-    // First, so that waiting for an image while this one holds the last buffer can end.
-    Error error = pImage->ReleaseBuffer();
-    Frame* pFrame = nullptr;
-    error = pQueue->Retrieve(&pFrame, timeoutMs, pCancelled);
-    if (error == ERR_OK) {
-        ReadEmbeddedInfo(pFrame);
-        pImage->Hold(pQueue, pFrame);
-    }
-    return error;
-}
-
-/// A camera without that register stamps nothing into its pixels.
-void Iso::LearnEmbeddedInfo() {
-    unsigned int items = 0;
-    m_embeddedInfo = ReadRegister(Register::kEmbeddedInfo, &items) == ERR_OK ? items : 0;
-}
-
-void Iso::ReadEmbeddedInfo(Frame* pFrame) const {
-    if (!pFrame->info.hasTimeStamp && (m_embeddedInfo & kEmbeddedTimeStampBit) != 0 &&
-        pFrame->info.receivedSize >= sizeof(unsigned int)) {
-        SetCycleTime(ReadQuadlet(pFrame->data), &pFrame->info.timeStamp);
-    }
-}
-
 Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {
     boost::unique_lock<boost::mutex> lock(m_mutex);
     const Receiver receiver = {callback, pCallbackData};
@@ -381,51 +312,6 @@ bool Iso::GetStreamStart(StreamStart* pStart) const {
     }
     *pStart = {m_streamConfig, m_streamReceiver, m_pQueue->GetGaps()};
     return true;
-}
-
-Error Iso::StartCallbackThread(const Receiver& receiver) {
-    try {
-        // Room now for a thread that will stop itself, and for one that has ended by itself.
-        m_endedCallbackThreads.reserve(m_endedCallbackThreads.size() + 2);
-        if (m_pCallbackThread != nullptr) {
-            m_endedCallbackThreads.push_back(std::move(m_pCallbackThread));
-        }
-        m_pCallbackThread =
-            std::make_unique<CallbackThread>(*this, m_pQueue, receiver.callback, receiver.pData);
-    } catch (const boost::thread_resource_error&) {
-        return Failure(ERR_ISOCH_START_FAILED, "The system refuses a thread for the image callback.");
-    } catch (const std::bad_alloc&) {
-        return Failure(ERR_OUT_OF_MEMORY, "There is no memory for the image callback's thread.");
-    }
-    return Error();
-}
-
-/// Joins outside the lock, since the callback that is waited for may be calling this component. A thread
-/// that stops itself is kept and joined later.
-void Iso::StopCallbackThread() {
-    std::unique_ptr<CallbackThread> pThread;
-    {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        pThread = std::move(m_pCallbackThread);
-    }
-    if (pThread != nullptr) {
-        pThread->Stop();
-        if (pThread->IsCurrent()) {
-            boost::lock_guard<boost::mutex> lock(m_mutex);
-            m_endedCallbackThreads.push_back(std::move(pThread));
-        }
-    }
-}
-
-void Iso::ReapCallbackThreads() {
-    std::vector<std::unique_ptr<CallbackThread>> ended;
-    {
-        boost::lock_guard<boost::mutex> lock(m_mutex);
-        const auto others = std::partition(m_endedCallbackThreads.begin(), m_endedCallbackThreads.end(),
-                                           [](const auto& pThread) { return pThread->IsCurrent(); });
-        std::move(others, m_endedCallbackThreads.end(), std::back_inserter(ended));
-        m_endedCallbackThreads.erase(others, m_endedCallbackThreads.end());
-    }
 }
 
 Error Iso::SetUserBuffers(unsigned char* pMemory, int bufferSize, int bufferCount) {
@@ -462,70 +348,6 @@ Error Iso::GetBayerFormat(BayerTileFormat* pFormat) {
         *pFormat = format.bayerFormat;
     }
     return error;
-}
-
-Error Iso::CacheEmbeddedImageInfo(unsigned int registerValue) {
-    m_embeddedInfo = registerValue;
-    return Error();
-}
-
-unsigned int Iso::GetNumOfImageCorrupt() const {
-    return m_pCounters->corrupt;
-}
-
-unsigned int Iso::GetNumOfImageDriverDropped() const {
-    return m_pCounters->driverDropped;
-}
-
-unsigned int Iso::GetNumOfImageDropped() const {
-    return m_pCounters->dropped;
-}
-
-unsigned int Iso::GetNumOfImageDelivered() const {
-    return m_pCounters->delivered;
-}
-
-void Iso::ResetNumOfImageCorrupt() {
-    m_pCounters->corrupt = 0;
-}
-
-void Iso::ResetNumOfImageDriverDropped() {
-    m_pCounters->driverDropped = 0;
-}
-
-void Iso::ResetNumOfImageDropped() {
-    m_pCounters->dropped = 0;
-}
-
-StreamCounters Iso::CountResends() const {
-    boost::unique_lock<boost::mutex> lock(m_mutex);
-    const boost::shared_ptr<HardwareInterface> pHardware = m_pStreamHardware;
-    const StreamCounters ended = m_resends;
-    const StreamCounters base = m_resendsBase;
-    lock.unlock();
-    return pHardware ? Add(ended, base, pHardware->GetStreamCounters()) : ended;
-}
-
-unsigned int Iso::GetNumResendPacketsReceived() const {
-    return CountResends().resendPacketsReceived;
-}
-
-unsigned int Iso::GetNumResendPacketsRequested() const {
-    return CountResends().resendPacketsRequested;
-}
-
-Error Iso::ResetNumResendPacketsReceived() {
-    const unsigned int count = CountResends().resendPacketsReceived;
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_resends.resendPacketsReceived -= count;
-    return Error();
-}
-
-Error Iso::ResetNumResendPacketsRequested() {
-    const unsigned int count = CountResends().resendPacketsRequested;
-    boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_resends.resendPacketsRequested -= count;
-    return Error();
 }
 
 }  // namespace Zevrin

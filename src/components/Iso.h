@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
+#include <boost/smart_ptr/weak_ptr.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <memory>
@@ -148,7 +149,7 @@ class Iso : public IOBase {
     Error BeginStream(const ZevrinConfig& config, const boost::shared_ptr<HardwareInterface>& pHardware,
                       const boost::shared_ptr<FrameQueue>& pQueue, ImageCallback callback,
                       const void* pCallbackData, bool isTransmitting, Transition* pTransition);
-    Error EndStream(HardwareInterface& hardware, const boost::shared_ptr<FrameQueue>& pQueue);
+    Error EndStream(HardwareInterface* pHardware, const boost::shared_ptr<FrameQueue>& pQueue);
     Error StartCallbackThread(const Receiver& receiver);
     void StopCallbackThread();
     void ReapCallbackThreads();
@@ -158,6 +159,8 @@ class Iso : public IOBase {
                        const std::atomic<bool>* pCancelled);
     void LearnEmbeddedInfo();
     void ReadEmbeddedInfo(Frame* pFrame) const;
+    static StreamCounters AddResends(const StreamCounters& total, const StreamCounters& from,
+                                     const StreamCounters& to);
     StreamCounters CountResends() const;
 
     const boost::shared_ptr<FrameCounters> m_pCounters;
@@ -169,7 +172,7 @@ class Iso : public IOBase {
     std::atomic<State> m_state{State::kStopped};
     int m_closing = 0;  // calls of StopForGood under way
     boost::shared_ptr<FrameQueue> m_pQueue;
-    boost::shared_ptr<HardwareInterface> m_pStreamHardware;
+    boost::weak_ptr<HardwareInterface> m_pStreamHardware;  // not to hold a camera that was released
     StreamCounters m_resends;      // of streams that have ended, less what was reset (modulo 2 to the 32)
     StreamCounters m_resendsBase;  // of that hardware, when the stream began
     UserBuffers m_userBuffers;

@@ -130,16 +130,22 @@ Error Trigger::SetTriggerMode(const TriggerMode* pMode, bool broadcast) {
     boost::lock_guard<boost::mutex> lock(m_mutex);
     TriggerModeInfo info;
     Error error = RequireTrigger(&info);
-    if (error == ERR_OK) {
-        error = CheckMode(*pMode, info);
-    }
     if (error != ERR_OK) {
         return error;
     }
     RegisterSequence camera(*this, broadcast);
     unsigned int control = camera.Read(Register::kTriggerMode);
-    if (!camera.HasFailed() && !info.polaritySupported &&
-        pMode->polarity != TriggerControl::kPolarity.Get(control)) {
+    if (camera.HasFailed()) {
+        return camera.GetError();
+    }
+    // What the camera has by itself may stay, also where it offers no way to it.
+    info.sourceMask |= 1U << TriggerControl::kSource.Get(control);
+    info.modeMask |= 1U << TriggerControl::kMode.Get(control);
+    error = CheckMode(*pMode, info);
+    if (error != ERR_OK) {
+        return error;
+    }
+    if (!info.polaritySupported && pMode->polarity != TriggerControl::kPolarity.Get(control)) {
         return Failure(ERR_NOT_SUPPORTED,
                        "The trigger polarity of this camera cannot be changed from %u to %u.",
                        TriggerControl::kPolarity.Get(control), pMode->polarity);

@@ -248,6 +248,7 @@ TEST_F(EventListTest, FollowsTheConnection) {
     ASSERT_TRUE(m_recorder.WaitFor(1));
 
     static_cast<IOBase&>(*m_pEvents).ReleaseIO();
+    EXPECT_EQ(pOther.use_count(), 1) << "a released camera is not held";
     pOther->SendEvent({"LinkDown", 8, 0, {}});
     m_pEvents->SetIO(pOther, 0, 0);
     pOther->SendEvent({"LinkDown", 9, 0, {}});

@@ -53,6 +53,12 @@ TEST_F(TriggerTest, SetsWhatIsAskedAndKeepsTheRest) {
     EXPECT_EQ(m_component.SetTriggerMode(&mode, true), ERR_OK);
     EXPECT_EQ(m_pHardware->Register(0x830), 0x835F0FFFU);
     EXPECT_EQ(m_pHardware->m_broadcasts, 1U);
+
+    SetRegisters({{0x830, 0x82C50000U}});  // source 6 and mode 5, which it does not offer
+    EXPECT_EQ(m_component.GetTriggerMode(&mode), ERR_OK);
+    mode.onOff = false;
+    EXPECT_EQ(m_component.SetTriggerMode(&mode, false), ERR_OK);
+    EXPECT_EQ(m_pHardware->Register(0x830), 0x80C50000U);
 }
 
 TEST_F(TriggerTest, RefusesWhatIsNotThereAndNamesWhatIs) {

@@ -38,14 +38,14 @@ Json ReadTrigger(IidcCamera& camera, Findings*) {
             {"parameter", mode.parameter}};
 }
 
-/// A number that has to be one of those whose bits are set.
+/// A number that has to be one of those whose bits are set, or the present one.
 void ReadFromMask(ConfigEntry& entry, const char* key, unsigned int mask, unsigned int* pValue) {
     const Json* const pJson = entry.Find(key);
     if (pJson == nullptr) {
         return;
     }
     std::string numbers;
-    for (const unsigned int number : BitsOf(mask)) {
+    for (const unsigned int number : BitsOf(mask | 1U << *pValue)) {
         numbers += (numbers.empty() ? "" : ", ") + std::to_string(number);
         if (pJson->is_number_integer() && *pJson == number) {
             *pValue = number;

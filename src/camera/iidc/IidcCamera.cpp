@@ -130,7 +130,6 @@ Error IidcCamera::StartCapture(ImageCallback callback, const void* pCallbackData
         if (error != ERR_OK) {
             return error;
         }
-        m_isStopWanted = false;  // before it runs: who stops it may be at it then
         return m_pIso->StartCapture(config, callback, pCallbackData);
     });
 }

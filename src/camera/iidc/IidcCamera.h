@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <boost/smart_ptr/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 #include <functional>
@@ -59,7 +58,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// A lost connection shows as without a policy: waiting retrievals end with ERR_CAMERA_LOST, and
     /// operations fail with ERR_INVALID_GENERATION until it is made again. The stream then runs on with the
     /// same counts; `Image::GetGaps` marks its images, whose frame ids begin anew. `StopCapture` fails
-    /// likewise, but the stream is not resumed then. Transmission that was switched off within a stream is
+    /// likewise and stops nothing: to have no stream again, disconnect. Transmission that was switched off within a stream is
     /// switched off again once it runs. A call that takes the policy away waits for a try that
     /// is under way. Errors: ERR_VALUE_OUT_OF_RANGE (nothing is changed), ERR_FAILED (the system refuses a
     /// thread), ERR_NOT_SUPPORTED, as with `Disconnect`. Threads: not beside `Connect`, `Disconnect` or
@@ -127,7 +126,6 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
   private:
     struct InterruptedStream;
 
-    void OnStopWanted() noexcept override { m_isStopWanted = true; }
     Error Attach(unsigned int serialNumber, unsigned int* pGeneration);
     void CloseHardware();
     void GiveUp();
@@ -150,7 +148,6 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
 
     boost::mutex m_formatMutex;  // guards the camera's choice of format, which two components change
 
-    std::atomic<bool> m_isStopWanted{false};  // since the last start
     boost::shared_ptr<InterruptedStream>
         m_pInterruptedStream;  // to be resumed; the reconnector's thread's own
 

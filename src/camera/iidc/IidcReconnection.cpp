@@ -96,8 +96,7 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
             }
         }
     }
-    const bool isStreamToRun = m_pInterruptedStream && !m_isStopWanted;
-    if (error == ERR_OK && isStreamToRun) {
+    if (error == ERR_OK && m_pInterruptedStream) {
         unsigned int gaps = 0;
         error = ResumeStream(&gaps);
         if (error == ERR_OK) {
@@ -107,11 +106,6 @@ Error IidcCamera::TryAgain(ReconnectSettings settings,
     if (error == ERR_OK) {
         m_pInterruptedStream.reset();
         SetGeneration(generation);
-        // From here on the application's stop works; before, the guard refused it.
-        if (isStreamToRun && m_isStopWanted) {
-            const Error stopped = m_pIso->StopCapture();
-            static_cast<void>(stopped);
-        }
     } else {
         m_pIso->StopForGood();
         CloseHardware();

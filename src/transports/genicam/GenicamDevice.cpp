@@ -9,7 +9,6 @@
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -19,79 +18,19 @@
 #include "ControlProbe.h"
 #include "ControlWatch.h"
 #include "DescriptionUrl.h"
+#include "DeviceOpening.h"
 #include "Failure.h"
 #include "FormatText.h"
 #include "GObjectHandle.h"
-#include "Gvcp.h"
 
 namespace Zevrin {
 
 namespace {
 
-// Bootstrap registers of GigE Vision.
-constexpr guint64 kPhysicalIdAddress = 0x0008;  // 16 bits of the MAC address, then 32
-constexpr guint64 kSerialNumberAddress = 0x00D8;
-constexpr unsigned int kSerialNumberSize = 16;
-
 constexpr auto kQuadletSize = static_cast<unsigned int>(sizeof(unsigned int));
 constexpr unsigned int kMaxQuadletsOfRun = 128;  // GVCP carries at most 540 bytes, address included
 
 constexpr boost::chrono::seconds kLongestSignal(10);
-
-/// GigE Vision devices are opened by address, which leaves the list of devices alone: a silent one is not
-/// waited for by others. By their id Aravis would look for them again, for a second.
-ArvDevice* OpenByAddress(const std::string& ownAddress, const std::string& address, GError** ppReport) {
-    const GObjectHandle<GInetAddress> pOwn(g_inet_address_new_from_string(ownAddress.c_str()));
-    const GObjectHandle<GInetAddress> pDevice(g_inet_address_new_from_string(address.c_str()));
-    return arv_gv_device_new(pOwn.get(), pDevice.get(), ppReport);
-}
-
-ArvDevice* OpenById(const std::string& id, GError** ppReport) {
-    boost::lock_guard<boost::mutex> lock(GetDeviceListMutex());
-    return arv_open_device(id.c_str(), ppReport);
-}
-
-/// The MAC address, in the form in which Aravis lists it, also for the serial number of a device that has
-/// none.
-std::string ReadPhysicalId(ArvDevice* pDevice) {
-    guint32 high = 0;
-    guint32 low = 0;
-    AravisError error;
-    arv_device_read_register(pDevice, kPhysicalIdAddress, &high, error.Out());
-    arv_device_read_register(pDevice, kPhysicalIdAddress + sizeof high, &low, error.Out());
-    return FormatText("%02x:%02x:%02x:%02x:%02x:%02x", high >> 8 & 0xFF, high & 0xFF, low >> 24,
-                      low >> 16 & 0xFF, low >> 8 & 0xFF, low & 0xFF);
-}
-
-/// An address may have gone to another device since the network was looked at.
-Error CheckSerialNumber(ArvDevice* pDevice, const DeviceListing& listing) {
-    char text[kSerialNumberSize + 1] = {};
-    AravisError error;
-    arv_device_read_memory(pDevice, kSerialNumberAddress, kSerialNumberSize, text, error.Out());
-    const std::string serialNumber = !error.IsSet() && *text == '\0' ? ReadPhysicalId(pDevice) : text;
-    if (!error.IsSet() && listing.serialNumber != serialNumber) {
-        return Failure(ERR_CAMERA_LOST, "At %s there is now another camera, with the serial number '%s'.",
-                       Printable(listing.address).c_str(), Printable(serialNumber).c_str());
-    }
-    return Error();
-}
-
-/// Aravis opens a device that it may only read from, too. The privilege is not read to find out: some devices
-/// take that for the heartbeat of a program that has died.
-Error CheckControl(ArvDevice* pDevice, const DeviceListing& listing) {
-    if (arv_gv_device_is_controller(ARV_GV_DEVICE(pDevice))) {
-        return Error();
-    }
-    AravisError error;
-    guint32 version = 0;
-    arv_device_read_register(pDevice, GvcpRegister::kVersion, &version, error.Out());
-    if (error.IsSet()) {
-        return Failure(error.GetType(ERR_TRANSPORT_FAILED), "The camera at %s does not answer: %s.",
-                       Printable(listing.address).c_str(), error.GetText().c_str());
-    }
-    return Failure(ERR_ACCESS_DENIED, "Another program controls the camera at %s.",
-                   Printable(listing.address).c_str());
-}
 
 /// Guards what was made for all devices' losses. It is there before any thread of Aravis, as a device's own
 /// would not be, and stays: a lost device's thread may outlive everything else.
@@ -193,9 +132,7 @@ void GenicamDevice::GiveUpReference(ArvDevice* pDevice, const LossHandle& pLoss,
 
 /// The device is asked beforehand, since Aravis takes many seconds to find that there is none.
 Error GenicamDevice::OpenDevice() {
-    std::function<ArvDevice*(GError**)> open = [id = m_listing.id](GError** ppReport) {
-        return OpenById(id, ppReport);
-    };
+    std::string ownAddress;
     if (IsGigE()) {
         ControlProbe probe(m_listing.address);
         if (!probe.Finds()) {
@@ -207,34 +144,23 @@ Error GenicamDevice::OpenDevice() {
             return error;
         }
         m_pWatch = std::make_unique<ControlWatch>(m_listing.address, [pLoss = m_pLoss] { Notice(pLoss); });
-        open = [own = probe.GetOwnAddress(), address = m_listing.address](GError** ppReport) {
-            return OpenByAddress(own, address, ppReport);
-        };
+        ownAddress = probe.GetOwnAddress();
     }
     struct Answer {
         GObjectHandle<ArvDevice> pDevice;
-        AravisError report;
         Error error;
     };
     const auto pAnswer = boost::make_shared<Answer>();
-    const bool isDone = m_pLoss->calls.Run([pAnswer, open, listing = m_listing] {
-        pAnswer->pDevice.reset(open(pAnswer->report.Out()));
-        if (pAnswer->pDevice && ARV_IS_GV_DEVICE(pAnswer->pDevice.get())) {
-            pAnswer->error = CheckSerialNumber(pAnswer->pDevice.get(), listing);
-            if (pAnswer->error == ERR_OK) {
-                pAnswer->error = CheckControl(pAnswer->pDevice.get(), listing);
-            }
-        }
+    const bool isDone = m_pLoss->calls.Run([pAnswer, ownAddress, listing = m_listing] {
+        pAnswer->error = OpenListedDevice(listing, ownAddress, &pAnswer->pDevice);
     });
     if (!isDone) {
         return MakeLostError();
     }
-    if (!pAnswer->pDevice) {
-        const ErrorType type = pAnswer->report.GetType(ERR_TRANSPORT_FAILED);
-        return Failure(type == ERR_TIMEOUT ? ERR_CAMERA_LOST : type, "The camera at %s cannot be opened: %s.",
-                       Printable(m_listing.address).c_str(), pAnswer->report.GetText().c_str());
-    }
     m_pDevice = pAnswer->pDevice.release();
+    if (m_pDevice == nullptr) {
+        return pAnswer->error;
+    }
     if (m_pWatch) {  // some answer nobody else while they are controlled
         m_pWatch->Expect(false);
         m_pWatch->Expect(ControlProbe(m_listing.address).Finds());

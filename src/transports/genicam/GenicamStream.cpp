@@ -90,9 +90,11 @@ Error GenicamStream::Create(const ZevrinConfig& config) {
     // The stream calls this object, which therefore lives for as long as the call.
     Error error = m_pDevice->Ask<GObjectHandle<ArvStream>>(
         ERR_ISOCH_START_FAILED, "Setting up the stream",
-        [pThis = shared_from_this()](ArvDevice* pDevice, GError** ppReport) {
-            return GObjectHandle<ArvStream>(
+        [pThis = shared_from_this(), config](ArvDevice* pDevice, GError** ppReport) {
+            GObjectHandle<ArvStream> pCreated(
                 arv_device_create_stream(pDevice, &GenicamStream::OnStreamEvent, pThis.get(), ppReport));
+            ApplyStreamSettings(pDevice, pCreated.get(), config, pThis->m_format.payloadSize);
+            return pCreated;
         },
         &pStream);
     if (error == ERR_OK && !pStream) {
@@ -101,7 +103,6 @@ Error GenicamStream::Create(const ZevrinConfig& config) {
     if (error != ERR_OK) {
         return error;
     }
-    ApplyStreamSettings(pStream.get(), config, m_format.payloadSize);
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
         m_pStream = pStream.release();

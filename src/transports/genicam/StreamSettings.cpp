@@ -1,8 +1,14 @@
 #include "StreamSettings.h"
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <optional>
+#include <system_error>
 
 #include "DeviceFacts.h"
 #include "Failure.h"
@@ -71,6 +77,39 @@ Error UsePlainSocket(GenicamDevice& device) {
     });
 }
 
+/// Whether it is the UDP socket of this address and port.
+bool IsSocketOf(int handle, const sockaddr_in& address) {
+    sockaddr_in own{};
+    socklen_t size = sizeof own;
+    int type = 0;
+    socklen_t typeSize = sizeof type;
+    return getsockname(handle, reinterpret_cast<sockaddr*>(&own), &size) == 0 && own.sin_family == AF_INET &&
+           own.sin_port == address.sin_port && own.sin_addr.s_addr == address.sin_addr.s_addr &&
+           getsockopt(handle, SOL_SOCKET, SO_TYPE, &type, &typeSize) == 0 && type == SOCK_DGRAM;
+}
+
+/// Aravis would set the size only when it looks at the first packet. Until then the system's own size holds,
+/// and on a busy machine the rest of the first image overflows it. Aravis hands out its socket's port, not
+/// the socket, which is therefore looked for among the process' own; where it is not found, Aravis is left to
+/// it.
+void SetSocketBuffer(ArvDevice* pDevice, ArvStream* pStream, int size) {
+    sockaddr_in address{};
+    if (!g_socket_address_to_native(arv_gv_device_get_interface_address(ARV_GV_DEVICE(pDevice)), &address,
+                                    sizeof address, nullptr)) {
+        return;
+    }
+    address.sin_port = htons(arv_gv_stream_get_port(ARV_GV_STREAM(pStream)));
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/proc/self/fd", error), end; !error && entry != end;
+         entry.increment(error)) {
+        const int handle = std::atoi(entry->path().filename().c_str());
+        if (IsSocketOf(handle, address)) {
+            setsockopt(handle, SOL_SOCKET, SO_RCVBUF, &size, sizeof size);
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
@@ -91,17 +130,20 @@ Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config) {
     return error;
 }
 
-void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config, std::size_t payloadSize) {
+void ApplyStreamSettings(ArvDevice* pDevice, ArvStream* pStream, const ZevrinConfig& config,
+                         std::size_t payloadSize) {
     if (!ARV_IS_GV_STREAM(pStream)) {
         return;
     }
     // The system's own size holds less than many an image. It counts what packets take in its memory, which
     // is more than they carry, and cuts down what is too much.
-    const std::size_t size = config.socketBufferSize != 0
-                                 ? config.socketBufferSize
-                                 : std::max(kImagesInSocket * payloadSize, kMinSocketBuffer);
-    g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
-                 static_cast<gint>(std::min(size, kMaxSocketBuffer)), nullptr);
+    const std::size_t wanted = config.socketBufferSize != 0
+                                   ? config.socketBufferSize
+                                   : std::max(kImagesInSocket * payloadSize, kMinSocketBuffer);
+    const auto size = static_cast<gint>(std::min(wanted, kMaxSocketBuffer));
+    g_object_set(pStream, "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size", size,
+                 nullptr);
+    SetSocketBuffer(pDevice, pStream, size);
     if (config.packetResend != 0) {
         g_object_set(pStream, "packet-resend", ARV_GV_STREAM_PACKET_RESEND_NEVER, nullptr);
     }

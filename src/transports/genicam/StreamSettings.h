@@ -15,8 +15,9 @@ class GenicamDevice;
 /// Errors: ERR_VALUE_OUT_OF_RANGE, the device's.
 Error ApplyPacketSettings(GenicamDevice& device, const ZevrinConfig& config);
 
-/// Socket buffer and resending of lost packets.
+/// Socket buffer and resending of lost packets. Set before the device transmits: its first image needs room.
 /// @param payloadSize  bytes of an image
-void ApplyStreamSettings(ArvStream* pStream, const ZevrinConfig& config, std::size_t payloadSize);
+void ApplyStreamSettings(ArvDevice* pDevice, ArvStream* pStream, const ZevrinConfig& config,
+                         std::size_t payloadSize);
 
 }  // namespace Zevrin
