@@ -8,9 +8,8 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <exception>
+#include <future>
 #include <stdexcept>
-#include <thread>
 
 #include "support/OwnNetwork.h"
 #include "support/Spawn.h"
@@ -30,18 +29,7 @@ void Run(const std::string& line) {
 
 /// On a thread of its own, since a thread that has changed its network has no way back of its own.
 void OnOtherThread(const std::function<void()>& action) {
-    std::exception_ptr problem;
-    std::thread thread([&] {
-        try {
-            action();
-        } catch (...) {
-            problem = std::current_exception();
-        }
-    });
-    thread.join();
-    if (problem) {
-        std::rethrow_exception(problem);
-    }
+    std::async(std::launch::async, action).get();
 }
 
 int OpenTap(const std::string& name) {

@@ -2,7 +2,6 @@
 #include <zevrin/Simulation.h>
 
 #include <cmath>
-#include <map>
 #include <set>
 
 #include "CameraConfig.h"
@@ -84,60 +83,42 @@ std::string FailureOf(const std::function<void()>& check) {
 }
 
 TEST(CheckOfClock, FailsWhenItIsWrongByOnePerCent) {
-    const struct {
-        const char* what;
-        double elapsed;  // microseconds of the camera's clock in half a second of this computer's
-        double blur;     // how long each look took
-        bool isGood;
-    } cases[] = {
-        {"right", 500000, 100, true},
-        {"a little off", 501000, 100, true},
-        {"1 per cent fast", 505000, 100, false},
-        {"1 per cent slow", 495000, 100, false},
-        {"it cannot be told", 505000, 5000, true},
-        {"at rest", 0, 100, false},
+    // In microseconds: what went by on the camera in half a second of this computer's, and how long each look
+    // took.
+    const auto isGood = [](double elapsed, double blur) {
+        constexpr double kNearItsEnd = 127.9e6;  // the clock begins again at 128 s
+        const ClockReading first = {1000, 1000 + blur, kNearItsEnd};
+        const ClockReading last = {501000, 501000 + blur, std::fmod(kNearItsEnd + elapsed, 128e6)};
+        return FailureOf([&] { JudgeClock(first, last); }).empty();
     };
-    constexpr double kNearItsEnd = 127.9e6;  // the clock begins again at 128 s
-    for (const auto& row : cases) {
-        const ClockReading first = {1000, 1000 + row.blur, kNearItsEnd};
-        const ClockReading last = {501000, 501000 + row.blur, std::fmod(kNearItsEnd + row.elapsed, 128e6)};
-        EXPECT_EQ(row.isGood, FailureOf([&] { JudgeClock(first, last); }).empty()) << row.what;
-    }
+    EXPECT_TRUE(isGood(500000, 100) && isGood(501000, 100));
+    EXPECT_FALSE(isGood(505000, 100)) << "1 per cent fast";
+    EXPECT_FALSE(isGood(495000, 100)) << "1 per cent slow";
+    EXPECT_TRUE(isGood(505000, 5000)) << "it cannot be told";
+    EXPECT_FALSE(isGood(0, 100)) << "at rest";
 }
 
-// What is the camera's fault, and what the way from it or this computer did.
-TEST(CheckStream, TellsAFailingCameraFromLostPackets) {
+TEST(CheckStream, ForgivesOnlyWhatThisComputerMissed) {
     constexpr unsigned int kFrameUs = 33400;
-    const struct {
-        const char* faults;
-        unsigned int frames;  // sent before the first is taken; there are ten buffers
-        const char* failure;
-    } cases[] = {
-        {"", 8, ""},
-        {"", 20, ""},
-        {R"("drop": {"frames": [2, 4]})", 8, "frame 2 has number 3 after number 1"},
-        {R"("corrupt": {"frames": [1, 2, 3, 5]})", 8, ""},
-        {R"("corrupt": {"share": 1})", 20, "10 frames in a row arrived incomplete"},
+    constexpr unsigned int kBuffers = 10;
+    boost::shared_ptr<Zevrin::Simulation> pSimulation;
+    Zevrin::CameraSystem system;
+    boost::shared_ptr<Zevrin::IidcCamera> pCamera;
+    ASSERT_TRUE(Zevrin::IsOk(Zevrin::Simulation::FromJson(R"({"clock": "manual", "cameras": [{"serial": 7,
+        "frameRate": 30, "faults": {"drop": {"frames": [24]}}}]})",
+                                                          &pSimulation)));
+    ASSERT_TRUE(Zevrin::IsOk(system.Connect(7, &pCamera)));
+    CheckStream stream(CheckRun(*pCamera, 0));
+    const auto take = [&](unsigned int frames) {
+        for (; frames > 0; --frames) {
+            Zevrin::Image image;
+            stream.TakeNext(&image);
+            pSimulation->AdvanceClock(kFrameUs);
+        }
     };
-    for (const auto& row : cases) {
-        boost::shared_ptr<Zevrin::Simulation> pSimulation;
-        Zevrin::CameraSystem system;
-        boost::shared_ptr<Zevrin::IidcCamera> pCamera;
-        const std::string cameras =
-            R"({"clock": "manual", "cameras": [{"serial": 7, "frameRate": 30, "faults": {)";
-        ASSERT_TRUE(Zevrin::IsOk(Zevrin::Simulation::FromJson(cameras + row.faults + "}}]}", &pSimulation)));
-        ASSERT_TRUE(Zevrin::IsOk(system.Connect(7, &pCamera)));
-        CheckStream stream(CheckRun(*pCamera, 0));
-        const std::string failure = FailureOf([&] {
-            pSimulation->AdvanceClock(row.frames * kFrameUs);
-            for (unsigned int taken = 0; taken < 12; ++taken) {
-                Zevrin::Image image;
-                stream.TakeNext(&image);
-                pSimulation->AdvanceClock(kFrameUs);
-            }
-        });
-        EXPECT_EQ(row.failure, failure.substr(0, failure.find(": packets")));
-    }
+    pSimulation->AdvanceClock(2 * kBuffers * kFrameUs);
+    EXPECT_EQ("", FailureOf([&] { take(kBuffers + 2); }));
+    EXPECT_EQ("frame 14 has number 25 after number 23", FailureOf([&] { take(kBuffers); }));
 }
 
 using ConfigTool = Zevrin::ToolFolder;
@@ -160,27 +141,22 @@ TEST_F(ConfigTool, TellsEachValueThatItRefusesAndWritesNothing) {
                 "sharpness": {"on": false, "auto": true, "absolute": 1, "raw": 18446744073709551615},
                 "shutter": {"absolute": 1e300, "raw": 2.5}, "white-balance": {"raw": 1},
                 "shuter": {"raw": -1}})",
-         {"properties.gain.raw is 241: it must be a whole number from 0 to 240",
-          "properties.gain.absolute is 24.1: it must be a number from 0 to 24 dB",
-          "properties.gain.auto is 1: it must be true or false",
-          "properties.sharpness.on is false: it cannot be switched off",
-          "properties.sharpness.auto is true: it has no auto",
-          "properties.sharpness.absolute is 1: there is no", "raw is 18446744073709551615: it",
-          "properties.temperature: it can only be read", "shutter.absolute is 1e+300: it",
-          "shutter.raw is 2.5: it", "properties.white-balance: this camera has none",
+         {"gain.raw is 241: it must be a whole", "gain.absolute is 24.1: it must be a number from 0 to 24 dB",
+          "gain.auto is 1: it must be true", "sharpness.on is false: it cannot",
+          "sharpness.auto is true: it has no auto", "sharpness.absolute is 1: there",
+          "raw is 18446744073709551615: it", "temperature: it can only", "shutter.absolute is 1e+300: it",
+          "shutter.raw is 2.5: it", "white-balance: this camera has none",
           "properties.shuter is {\"raw\":-1}: there is no such key; there are: auto-exposure"}},
         {R"(, "image": {"format": 7, "mode": 0, "width": 3, "left": 640, "coding": "RGB8"},
               "trigger": {"mode": 5, "source": "x"}, "pins": {"outputs": [32]}, "stream": {"buffers": 0},
               "strobes": {"4": {}, "1": {"delayMs": 41, "polarity": "up"}},
               "lut": {"activeBank": 3, "banks": {"0": {"0": [1, 2]}, "2": {}}}, "\u001b[2J": 1)",
          {"image.width is 3: it must be a whole number from 4 to 640 in steps of 4", "image.left is 640: it",
-          "image.coding is \"RGB8\": it must be one of Mono8, Mono16",
-          "trigger.mode is 5: it must be one of 0, 1, 14, 15", "trigger.source is \"x\": it must be one of",
-          "pins.outputs[0] is 32: it", "stream: ", "buffers is 0", "strobes.4 is {}: there is no such key",
-          "strobes.1.delayMs is 41: it must be a number from 0 to 40.95 ms",
-          "strobes.1.polarity is \"up\": it must be one of low, high", "lut.activeBank is 3: it",
-          "lut.banks.0.0 is [1,2]: it has 2 entries; it must have 1024",
-          "lut.banks.2 is {}: the bank cannot be written", "?[2J is 1: there is no such key"}},
+          "image.coding is \"RGB8\": it must be one of Mono8", "trigger.mode is 5: it must be one of 0, 1",
+          "trigger.source is \"x\": it", "pins.outputs[0] is 32: it", "stream: ", "buffers is 0",
+          "strobes.4 is {}: there", "strobes.1.delayMs is 41: it", "strobes.1.polarity is \"up\": it",
+          "lut.activeBank is 3: it", "lut.banks.0.0 is [1,2]: it has 2 entries",
+          "lut.banks.2 is {}: the bank cannot", "?[2J is 1: there is"}},
         {R"(, "image": {"format": 0, "mode": 5, "frameRate": 31}, "pins": [])",
          {"image.frameRate is 31: it must", "pins is []: it must be an object"}},
         {R"(, "image": {"format": 7, "mode": 0, "width": 16, "height": 16, "packetSize": 65532},
@@ -228,46 +204,44 @@ TEST_F(ConfigTool, SavesWholeOrNotAtAll) {
 }
 
 TEST_F(ConfigTool, CheckFindsWhatIsWrong) {
+    const std::string once = "trigger.software, mode 0";
+    const std::string several = "trigger.software, mode 15";
     const struct {
-        std::string camera;  ///< in its description, beside its size and rate
-        std::string arguments;
-        std::set<std::string> failed = {};
-        std::set<std::string> absent = {};  ///< among others
+        const char* camera;  ///< in its description, beside its size and rate
+        const char* arguments;
+        std::set<std::string> failed;
+        unsigned int absent = 0;
         const char* clock = "real";
     } cases[] = {
-        {"", "", {}, {"properties.white-balance"}},
-        {R"("embeddedItems": 0)", "--only embedded,time", {}, {"embedded.items", "time.stamps"}},
-        {R"("faults": {"registers": {"addresses": ["0x81C"]}})",
+        {"", "", {}, 10},  // a grey camera, without a lens that it could move
+        {R"(, "embeddedItems": 0)", "--only embedded,time", {}, 2},
+        {R"(, "faults": {"registers": {"addresses": ["0x81C"]}})",
          "--only properties",
-         {"state.read", "properties.shutter"}},
-        {R"("faults": {"registers": {"addresses": ["0x62C", "0x618"]}})",
+         {"state.read", "properties.shutter"},
+         10},
+        {R"(, "faults": {"registers": {"addresses": ["0x62C", "0x618"]}})",
          "--only trigger,memory",
-         {"trigger.software, mode 0", "trigger.software, mode 15", "memory.channel"}},
-        {R"("faults": {"corrupt": {"frames": [1, 3, 4]}})", "--only time"},
-        {R"("faults": {"corrupt": {"share": 1}})", "--only embedded,trigger", {"embedded.items"}},
-        {"",
-         "--only trigger,time --timeout 100",
-         {"trigger.software, mode 0", "trigger.software, mode 15", "time.clock", "time.stamps"},
-         {},
-         "manual"},
+         {once, several, "memory.channel"}},
+        {R"(, "faults": {"corrupt": {"frames": [1, 3, 4]}})", "--only time", {}},
+        {R"(, "faults": {"corrupt": {"share": 1}})", "--only embedded,trigger", {"embedded.items"}},
+        {"", "--only trigger,time --timeout 100", {once, several, "time.clock", "time.stamps"}, 0, "manual"},
     };
     for (const auto& row : cases) {
         Write("cameras.json", std::string(R"({"clock": ")") + row.clock +
                                   R"(", "cameras": [{"width": 64, "height": 48, "frameRate": 200)" +
-                                  (row.camera.empty() ? "" : ", ") + row.camera + "}]}");
-        const SpawnResult result = Run("--simulate cameras.json --json check " + row.arguments);
+                                  row.camera + "}]}");
+        const SpawnResult result = Run(std::string("--simulate cameras.json --json check ") + row.arguments);
         EXPECT_EQ(row.failed.empty() ? 0 : 1, result.exitCode) << result.messages;
-        std::map<std::string, std::set<std::string>> found;
+        std::set<std::string> failed;
         const Json report = Json::parse(result.output);
         for (const Json& check : report.at("checks")) {
-            found[check.at("verdict")].insert(check.at("group").get<std::string>() + "." +
-                                              check.at("check").get<std::string>());
+            if (check.at("verdict") == "fail") {
+                failed.insert(check.at("group").get<std::string>() + "." +
+                              check.at("check").get<std::string>());
+            }
         }
-        EXPECT_EQ(row.failed, found["fail"]) << report.dump(1);
-        for (const std::string& name : row.absent) {
-            EXPECT_EQ(1U, found["absent"].count(name)) << name << " in " << report.dump(1);
-        }
-        EXPECT_EQ(found["pass"].size(), report.at("passed"));
+        EXPECT_EQ(row.failed, failed) << report.dump(1);
+        EXPECT_EQ(row.absent, report.at("absent")) << report.dump(1);
     }
 }
 

@@ -6,31 +6,55 @@
 #include <sstream>
 
 #include "ToolFolder.h"
-#include "support/Markdown.h"
 
 namespace Zevrin {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> FindAll(const std::string& text, const char* expression) {
+const std::string kPath = std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH");
+
+Parts FindAll(const std::string& text, const char* expression) {
     const std::regex pattern(expression);
-    std::vector<std::string> found;
+    Parts found;
     for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
         found.push_back((*match)[1]);
     }
     return found;
 }
 
-std::vector<std::string> Documents() {
-    std::vector<std::string> documents = {"README.md", "CONTRIBUTING.md"};
+Parts Documents() {
+    Parts documents = {"README.md", "CONTRIBUTING.md"};
     for (const auto& entry : fs::directory_iterator(fs::path(SOURCE_FOLDER) / "docs")) {
         if (entry.path().extension() == ".md") {
             documents.push_back("docs/" + entry.path().filename().string());
         }
     }
-    std::sort(documents.begin(), documents.end());
     return documents;
+}
+
+/// "```language note", lines, "```".
+struct FencedBlock {
+    std::string language;
+    std::string note;  ///< what follows the language; often nothing
+    std::string text;
+};
+
+std::vector<FencedBlock> ReadFencedBlocks(const std::string& path) {
+    const std::string text = ReadFile(path);
+    std::vector<FencedBlock> blocks;
+    std::size_t end = 0;
+    for (std::size_t begin = 0; (begin = text.find("\n```", end)) != std::string::npos; ++end) {
+        const std::size_t line = text.find('\n', begin + 1);
+        end = std::min(text.find("\n```", line), text.size());
+        std::istringstream head(text.substr(begin + 4, line - begin - 4));
+        FencedBlock block;
+        std::getline(head, block.language, ' ');
+        std::getline(head, block.note);
+        block.text = text.substr(line + 1, end - line);
+        blocks.push_back(block);
+    }
+    return blocks;
 }
 
 /// One document, followed from top to bottom in a folder that looks like the project's.
@@ -46,31 +70,24 @@ class Document : public ToolFolder, public testing::WithParamInterface<std::stri
         fs::create_directories(m_folder.Path("build"));
         fs::create_directory_symlink(BUILD_FOLDER, m_folder.Path("build/release"));
         m_options.limit = std::chrono::seconds(400);
-        m_options.environment = {{"PATH", std::string(PROGRAM_FOLDER) + ":" + std::getenv("PATH")},
-                                 {"CMAKE_GENERATOR", "Ninja"},
-                                 {"CXX", CXX_PROGRAM}};
+        m_options.environment = {{"PATH", kPath}, {"CMAKE_GENERATOR", "Ninja"}, {"CXX", CXX_PROGRAM}};
         if (!std::string(SANITIZE).empty()) {
             m_options.environment["CXXFLAGS"] = "-fsanitize=" SANITIZE;
         }
     }
 
-    /// Commands that build the whole project are not run: that their verb and preset exist is looked at.
+    /// Commands that build the whole project are not run: that their preset or verb exists is looked at.
     static bool IsBuild(const std::string& line) {
-        static const std::regex kRun(R"(\./run (\w+)( (\w+))?( .*)?)");
-        static const std::regex kCmake(R"(cmake (--build )?--preset (\w+))");
-        static const std::string kPresets = ReadFile(kSource + "/CMakePresets.json");
-        static const std::string kHelp = Spawn({kSource + "/run", "help"}).output;
+        static const std::regex kBuild(
+            R"((\./run (?:build|check)|\./run|cmake (?:--build )?--preset) (\w+)( .*)?)");
+        static const std::string kKnown =
+            Spawn({kSource + "/run", "help"}).output + ReadFile(kSource + "/CMakePresets.json");
         std::smatch match;
-        std::string preset;
-        if (std::regex_match(line, match, kRun)) {
-            EXPECT_NE(std::string::npos, kHelp.find("\n  " + match[1].str() + " ")) << line;
-            preset = match[1] == "build" || match[1] == "check" ? match[3].str() : "";
-        } else if (std::regex_match(line, match, kCmake)) {
-            preset = match[2];
-        } else {
+        if (!std::regex_match(line, match, kBuild)) {
             return false;
         }
-        EXPECT_NE(std::string::npos, preset.empty() ? 0 : kPresets.find("\"" + preset + "\"")) << line;
+        const std::string word = match[2];
+        EXPECT_TRUE(std::regex_search(kKnown, std::regex("\n  " + word + " |\"" + word + "\""))) << line;
         return true;
     }
 
@@ -105,11 +122,15 @@ class Document : public ToolFolder, public testing::WithParamInterface<std::stri
     std::unique_ptr<Process> m_pPeer;
 };
 
-TEST_P(Document, CommandsAndExcerptsAreTrue) {
+TEST_P(Document, IsTrue) {
+    const fs::path document = fs::path(kSource) / GetParam();
+    for (const std::string& link : FindAll(ReadFile(document), R"(\]\(([^)#:]+)[^):]*\))")) {
+        EXPECT_TRUE(fs::exists(document.parent_path() / link)) << link;
+    }
     if (!fs::exists(PROGRAM_FOLDER "/fake-gige-camera")) {
         GTEST_SKIP() << "The documents are about a build with GigE Vision.";
     }
-    for (const FencedBlock& block : ReadFencedBlocks(kSource + "/" + GetParam())) {
+    for (const FencedBlock& block : ReadFencedBlocks(document)) {
         SCOPED_TRACE("```" + block.language + " " + block.note + "\n" + block.text);
         if (block.language == "sh" && block.note.empty()) {
             ASSERT_NO_FATAL_FAILURE(RunCommands(block.text));
@@ -126,37 +147,57 @@ TEST_P(Document, CommandsAndExcerptsAreTrue) {
     }
 }
 
-TEST_P(Document, LinksLeadSomewhere) {
-    const fs::path document = fs::path(kSource) / GetParam();
-    for (const std::string& link : FindAll(ReadFile(document), R"(\]\(([^)#:]+)[^):]*\))")) {
-        EXPECT_TRUE(fs::exists(document.parent_path() / link)) << link;
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(All, Document, testing::ValuesIn(Documents()), [](const auto& document) {
     return std::regex_replace(fs::path(document.param).stem().string(), std::regex("\\W"), "_");
 });
 
-TEST(Documents, KnowEveryFolderAndEveryErrorAndVerb) {
+TEST(Documents, KnowEveryFolderAndEveryError) {
     const std::string readme = ReadFile(kSource + "/README.md");
-    const std::vector<std::string> folders = FindAll(readme, R"(\n\| `([a-z/]+)/` \|)");
+    const Parts folders = FindAll(readme, R"(\n\| `([a-z/]+)/` \|)");
     EXPECT_LE(8U, folders.size());
     for (const std::string& folder : folders) {
         EXPECT_TRUE(fs::is_directory(kSource + "/" + folder)) << folder;
     }
 
     const std::string errors = ReadFile(kSource + "/docs/errors.md");
-    const std::vector<std::string> types =
-        FindAll(ReadFile(kSource + "/include/zevrin/ErrorType.h"), R"((ERR_\w+) = \d+)");
+    const Parts types = FindAll(ReadFile(kSource + "/include/zevrin/ErrorType.h"), R"((ERR_\w+) = \d+)");
     EXPECT_LE(40U, types.size());
     for (const std::string& type : types) {
         EXPECT_NE(std::string::npos, errors.find("\n| `" + type + "` | ")) << type;
     }
+}
 
-    const std::string help = Spawn({kZevrin, "--help"}).output;
-    for (const std::string& verb : FindAll(help.substr(help.find("\nVerbs:")), "\n  ([a-z]+)  +\\S")) {
-        EXPECT_NE(std::string::npos, readme.find("`" + verb)) << verb;
+using HelpTexts = ToolFolder;
+
+TEST_F(HelpTexts, EndWithExamplesThatWork) {
+    m_options.environment["PATH"] = kPath;
+    m_options.environment["ZEVRIN_SIMULATE"] = "2";
+    const std::string readme = ReadFile(kSource + "/README.md");
+    Parts verbs = {""};
+    for (std::size_t index = 0; index < verbs.size(); ++index) {
+        const std::string verb = verbs[index];
+        SCOPED_TRACE("zevrin" + verb);
+        const std::string help = SpawnShell("zevrin help" + verb, m_options).output;
+        EXPECT_EQ(help, SpawnShell("zevrin" + verb + " --help", m_options).output);
+        EXPECT_EQ(Parts(), FindAll(help, "\n(.{121,})"));
+        const std::size_t examples = help.find("Examples:\n");
+        ASSERT_NE(std::string::npos, examples);
+        const std::size_t list = help.find("\nVerbs:");
+        if (list != std::string::npos) {
+            for (const std::string& name :
+                 FindAll(help.substr(list, examples - list), "\n  ([a-z]+)  +\\S")) {
+                verbs.push_back(verb + " " + name);
+                EXPECT_TRUE(!verb.empty() || readme.find("`" + name) != std::string::npos) << name;
+            }
+        }
+        const Parts commands = FindAll(help.substr(examples), "\n  (.+)");
+        EXPECT_LE(2U, commands.size()) << help;
+        for (const std::string& command : commands) {
+            const SpawnResult result = SpawnShell(command, m_options);
+            EXPECT_EQ(0, result.exitCode) << command << ":\n" << result.messages;
+        }
     }
+    EXPECT_LE(30U, verbs.size());
 }
 
 using Reference = ToolFolder;

@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 
 #include "support/Checks.h"
-#include "support/Png.h"
 #include "support/Spawn.h"
 #include "support/TemporaryFolder.h"
 
@@ -20,6 +19,15 @@ const std::string kSource = SOURCE_FOLDER;
 inline std::string ReadFile(const std::string& path) {
     std::ifstream stream(path);
     return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+}
+
+/// Whether a file begins and ends as a PNG file does; one that was cut short lacks its end.
+inline bool IsWholePng(const std::string& path) {
+    static const std::string kBegin = "\x89PNG\r\n\x1a\n";
+    static const std::string kEnd = "IEND\xae\x42\x60\x82";
+    const std::string bytes = ReadFile(path);
+    return bytes.size() > kBegin.size() + kEnd.size() && bytes.compare(0, kBegin.size(), kBegin) == 0 &&
+           bytes.compare(bytes.size() - kEnd.size(), kEnd.size(), kEnd) == 0;
 }
 
 /// The tool in a folder of its own, where the machine's cameras stay out of sight.
