@@ -22,6 +22,11 @@ struct ImageMetadata {
     std::optional<double> gainDb;               ///< nothing: not known
 };
 
+/// Whether a time stamp tells the time of the bus. The cycle fields of an image that nobody stamped are all
+/// 0, which a bus clock is once in 128 seconds, for 41 nanoseconds. Files leave such fields out. Errors:
+/// none. Threads: any.
+ZEVRIN_API bool HasBusTime(const TimeStamp& stamp);
+
 /// Writes an image to a file, in the format that the suffix of `path` names, with the image's frame id and
 /// time stamp and whatever else `metadata` tells. The file appears under its name when it is whole; a file of
 /// that name is replaced.

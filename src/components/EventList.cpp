@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "EventDispatcher.h"
+#include "Failure.h"
 #include "FormatText.h"
 #include "Log.h"
 
@@ -15,8 +16,14 @@ namespace Zevrin {
 namespace {
 
 int Refuse(EventList::Status status, const char* reason, const std::string& name = "") {
-    Log().info("Device event {}: {}.", Printable(name), reason);
+    Log().info("{}: {}.", name.empty() ? "Device events" : "Device event " + Printable(name), reason);
     return status;
+}
+
+/// The same where an error has said why, in a whole sentence.
+int Refuse(const Error& error) {
+    Log().info("Device events: {}", error.GetDescription());
+    return error == ERR_NOT_CONNECTED ? EventList::kNotConnected : EventList::kNotSupported;
 }
 
 }  // namespace
@@ -97,13 +104,10 @@ bool EventList::Notify(const std::vector<std::string>& names, bool on) {
     return isDone;
 }
 
-int EventList::GetEventNames(std::vector<std::string>* pNames) {
+Error EventList::GetEventNames(std::vector<std::string>* pNames) {
     const boost::shared_ptr<HardwareInterface> pHardware = GetHardware();
-    if (!pHardware) {
-        return Refuse(kNotConnected, "no camera is connected");
-    }
-    const Error error = pHardware->GetEventNames(pNames);
-    return error == ERR_OK ? kSuccess : Refuse(kNotSupported, error.GetDescription());
+    return pHardware ? pHardware->GetEventNames(pNames)
+                     : Failure(ERR_NOT_CONNECTED, "No camera is connected.");
 }
 
 /// Lets go of the lock when it has failed: an event of those that were taken up may have come meanwhile, and
@@ -140,9 +144,9 @@ int EventList::RegisterEvent(EventOptions* pOptions) {
     const std::string name = pOptions->eventName;
     boost::unique_lock<boost::mutex> lock(m_mutex);
     std::vector<std::string> names;
-    const int status = GetEventNames(&names);
-    if (status != kSuccess) {
-        return status;
+    const Error error = GetEventNames(&names);
+    if (error != ERR_OK) {
+        return Refuse(error);
     }
     if (std::find(names.begin(), names.end(), name) == names.end()) {
         return Refuse(kUnknownEvent, "the camera has no event of this name", name);
@@ -156,9 +160,9 @@ int EventList::RegisterAllEvents(EventOptions* pOptions) {
     }
     boost::unique_lock<boost::mutex> lock(m_mutex);
     std::vector<std::string> names;
-    const int status = GetEventNames(&names);
-    if (status != kSuccess) {
-        return status;
+    const Error error = GetEventNames(&names);
+    if (error != ERR_OK) {
+        return Refuse(error);
     }
     return names.empty() ? Refuse(kUnknownEvent, "the camera has none") : Register(names, *pOptions, &lock);
 }

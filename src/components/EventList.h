@@ -54,8 +54,8 @@ class EventList : public IOBase {
     int RegisterAllEvents(EventOptions* pOptions);
     int DeregisterAllEvents();
 
-    /// The events that the camera can send.
-    int GetEventNames(std::vector<std::string>* pNames);
+    /// The events that the camera can send; the error says why there are none.
+    Error GetEventNames(std::vector<std::string>* pNames);
 
     /// Whether the caller runs within a callback of this object.
     bool IsWithinCallback() const;

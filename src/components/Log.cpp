@@ -2,8 +2,12 @@
 
 #include <spdlog/sinks/stdout_sinks.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
+
+#include "FormatText.h"
 
 namespace Zevrin {
 
@@ -11,8 +15,13 @@ namespace {
 
 std::unique_ptr<spdlog::logger> MakeLog() {
     auto pLog = std::make_unique<spdlog::logger>("zevrin", std::make_shared<spdlog::sinks::stderr_sink_mt>());
-    const char* level = std::getenv("ZEVRIN_LOG");
-    pLog->set_level(level != nullptr ? spdlog::level::from_str(level) : spdlog::level::off);
+    const char* const level = std::getenv("ZEVRIN_LOG");
+    const std::string name = level != nullptr ? level : "off";
+    pLog->set_level(spdlog::level::from_str(name));  // off for a name that is none
+    if (pLog->level() == spdlog::level::off && name != "off" && !name.empty()) {
+        std::fprintf(stderr, "ZEVRIN_LOG is \"%s\"; it must be off, error, warn, info, debug or trace.\n",
+                     Printable(name).c_str());
+    }
     pLog->flush_on(spdlog::level::trace);
     return pLog;
 }

@@ -19,9 +19,11 @@ void AddTime(const TimeStamp& stamp, PictureFacts* pFacts) {
         std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &date) != 0) {
         (*pFacts)["time"] = text + FormatText(".%06uZ", stamp.microSeconds % 1000000);
     }
-    (*pFacts)["cycleSeconds"] = stamp.cycleSeconds;
-    (*pFacts)["cycleCount"] = stamp.cycleCount;
-    (*pFacts)["cycleOffset"] = stamp.cycleOffset;
+    if (HasBusTime(stamp)) {
+        (*pFacts)["cycleSeconds"] = stamp.cycleSeconds;
+        (*pFacts)["cycleCount"] = stamp.cycleCount;
+        (*pFacts)["cycleOffset"] = stamp.cycleOffset;
+    }
 }
 
 template <typename Value>
@@ -32,6 +34,10 @@ void AddIfKnown(const char* key, const std::optional<Value>& value, PictureFacts
 }
 
 }  // namespace
+
+bool HasBusTime(const TimeStamp& stamp) {
+    return stamp.cycleSeconds != 0 || stamp.cycleCount != 0 || stamp.cycleOffset != 0;
+}
 
 PictureFacts DescribePicture(const PixelView& pixels, const ImageMetadata& metadata) {
     PictureFacts facts = PictureFacts::object();

@@ -49,6 +49,7 @@ class Capture : public ToolFolder {
             EXPECT_EQ(fs::path(path).extension() == ".ppm" ? "RGB8" : "Mono8", line.at("pixelFormat"))
                 << path;
             EXPECT_EQ("Mono8", line.at("sourcePixelFormat")) << path;
+            EXPECT_FALSE(line.contains("cycleCount")) << "nobody has stamped it: " << path;
             EXPECT_TRUE(isRaw ? fs::file_size(path) == size : fs::exists(path)) << path;
         }
         const auto entries =
@@ -122,7 +123,7 @@ const Case kCases[] = {
     {"FullWithTiff", "mixed.json --keep-free 0 1002 --format tif", 1, "failure", {}, kNothing, kTiny},
 #endif
     {"FullIndex", "two.json --all --format raw", 1, "failure", {}, kNoIndex, "ulimit -f 20; "},
-    {"NoSpace", "two.json --all --keep-free 1073741824", 1, nullptr, {}, "MiB free"},
+    {"NoSpace", "two.json --all --keep-free 1073741824", 1, nullptr, {}, "MiB: nothing can be written"},
     {"OldRecording", "1 -n 1", 1, nullptr, {}, "holds a recording", "mkdir r; touch r/index.jsonl; "},
     {"IntervalOfNothing", "1 --interval 1", 2, nullptr, {}, "needs --burst"},
     {"NoTime", "1 --duration 0", 2, nullptr, {}, "more than 0"},

@@ -179,6 +179,7 @@ TEST_F(HelpTexts, EndWithExamplesThatWork) {
         SCOPED_TRACE("zevrin" + verb);
         const std::string help = SpawnShell("zevrin help" + verb, m_options).output;
         EXPECT_EQ(help, SpawnShell("zevrin" + verb + " --help", m_options).output);
+        EXPECT_EQ(Parts(), FindAll(help, "\n(.{121,})"));
         const std::size_t examples = help.find("Examples:\n");
         ASSERT_NE(std::string::npos, examples);
         const std::size_t list = help.find("\nVerbs:");

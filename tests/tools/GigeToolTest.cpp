@@ -155,6 +155,23 @@ TEST_F(GigeTool, KeepsWholeFilesWhenTheCameraVanishes) {
     EXPECT_LE(1U, CountWholePngs("images"));
 }
 
+TEST_F(GigeTool, NamesWhatTheCameraLacks) {
+    Process camera({kFakeCamera}, m_options);
+    ASSERT_TRUE(camera.WaitForOutput("ready")) << camera.Finish().messages;
+    const std::pair<const char*, const char*> cases[] = {
+        {"events", "has no device events: it lacks EventSelector"},
+        {"gpio show", "camera 20001 has no pins\n"},
+        {"gpio set 0 out", "camera 20001 has no pins\n"},
+        {"lut show", "camera 20001 has no look-up table\n"},
+        {"strobe show", "camera 20001 has no strobe outputs\n"},
+        {"--json memory show", "camera 20001 has no memory channels\n"}};
+    for (const auto& row : cases) {
+        const SpawnResult result = Run(row.first + std::string(" ") + kSerial);
+        EXPECT_EQ(1, result.exitCode) << row.first;
+        ExpectParts(result.messages, {row.second});
+    }
+}
+
 TEST_F(GigeTool, ReadsDeviceMemory) {
     Process camera({kFakeCamera}, m_options);
     ASSERT_TRUE(camera.WaitForOutput("ready")) << camera.Finish().messages;

@@ -49,6 +49,20 @@ TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
     ExpectParts(Verify().messages, {images[0].filename().string() + " has 100 bytes"});
 }
 
+TEST_F(SyncTool, SaysWhereRawImagesComeFromAndWhatADiskHadNoRoomFor) {
+    ASSERT_EQ(0, Run("--simulate 1 sync -n 1 --format raw -o whole").exitCode);
+    for (const auto& entry : fs::directory_iterator(m_folder.Path("whole"))) {
+        if (entry.path().extension() == ".raw") {
+            ExpectParts(ReadFile(entry.path().string() + ".json"),
+                        {"serialNumber", "frameId", "cycleOffset", "exposureSeconds", "gainDb", "stride"});
+        }
+    }
+    ExpectParts(Run("--simulate 1 sync -n 3 --format raw -o run", "ulimit -f 100; ").messages,
+                {".raw\" cannot be written: File too large"});
+    EXPECT_EQ(1, Verify().exitCode);
+    ExpectParts(Verify().messages, {"3 of 3 images were never written"});
+}
+
 std::string Line(unsigned int serial, unsigned int frame, unsigned int seconds, unsigned int cycle) {
     return R"({"serial": )" + std::to_string(serial) + R"(, "frame": )" + std::to_string(frame) +
            R"(, "stamp": [)" + std::to_string(seconds) + ", " + std::to_string(cycle) + ", 0]}\n";
@@ -88,7 +102,7 @@ TEST_F(SyncTool, VerifiesWhatAnIndexSays) {
         {Head(0), {"no image to be judged"}},
         {Head(2) + Line(1, 1, 0, 0) + Line(2, 1, 0, 0), {"all time stamps are 0"}},
         {Head(154) + good + bad, {"line 105: \"serial\" is missing", "and 50 more", "150 problems"}},
-        {"", {"the file is empty"}},
+        {"", {"index.jsonl: the file is empty"}},
         {"{\"format\": \"other\", \"version\": 1}\n", {"line 1: it is no index"}},
         {R"({"format": "zevrin-sync-index", "version": 1, "cameras": [1, 1], "images": 0})",
          {"line 1", "each camera must be there once"}},

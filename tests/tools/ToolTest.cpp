@@ -70,10 +70,14 @@ const Case kCases[] = {
     {"list --simulate 2", 0, {"SERIAL", "1001", "1002", "Simulated"}},
     {"list", 1, {"names the transport \"nix\"; this build has simulated"}, {}, "ZEVRIN_TRANSPORTS=nix "},
     {"--simulate twins.json list", 0, {"5  "}, {"left out", "serial number 5"}},
-    {"--simulate none.json list", 1, {"--simulate", "none.json", "No such file"}},
+    {"--simulate none.json list", 2, {"--simulate: \"none.json\" is neither a number of cameras"}},
+    {"--simulate 1 list", 0, {"1001"}, {"ZEVRIN_LOG is \"foo\"; it must be off, error"}, "ZEVRIN_LOG=foo "},
     {"--simulate broken.json list", 1, {"broken.json: The description is not JSON: parse error at line 1"}},
     {"list", 1, {"ZEVRIN_SIMULATE cannot be followed", "1 to 64"}, {}, "ZEVRIN_SIMULATE=65 "},
-    {"--simulate 1 --json list --watch --duration 1", 0, {"\"arrived\",\"serialNumber\":1001,"}},
+    {"--simulate 1 --json list --watch --duration 0.01", 0, {"\"arrived\",\"serialNumber\":1001,"}},
+    // A folder in use.
+    {"--simulate 1 sync -o r", 1, {"\"r\" holds a recording already"}, {}, "mkdir r; touch r/index.jsonl; "},
+    {"--simulate 1 grab -o r", 1, {"\"r\" holds a recording already"}, {}, "mkdir r; touch r/index.jsonl; "},
     // Choosing a camera.
     {"--simulate 1 info", 0, {"Serial number       1001\n", "Power               on\n"}},
     {"--simulate 2 info", 2, {"a serial number is needed", "1001", "1002"}},
@@ -127,7 +131,7 @@ const Case kCases[] = {
     {"--simulate 1 lut gamma 2 --bank 2", 1, {"Bank 2", "cannot be written"}},
     {"--simulate 1 memory restore 9", 2, {"0 (factory settings) to 3"}},
     {"--simulate 1 gpio set 5 out", 1, {"camera 1001: pin 5 stays in"}},
-    {"--simulate 1 stats --reset --watch -n 2 --interval 10", 0, {"TEMPERATURE"}},
+    {"--simulate 1 stats --reset --watch --stream -n 2 --interval 10", 0, {"IMAGES", "TEMPERATURE"}},
     {"--simulate silent.json --json time", 0, {"\"cycleSeconds\": 0,"}},
     {"--simulate faulty.json stats", 1, {"Error reading power register of the camera."}},
     {"--simulate gige.json events --event FrameStart -n 1", 0, {"0x9001  FrameStart  00000001\n"}},
@@ -151,21 +155,22 @@ TEST_F(Tool, WritesJson) {
     } cases[] = {
         {"list", R"({"cameras": [{"serialNumber": 1001}, {"serialNumber": 1002}]})"},
         {"info 1002", R"({"serialNumber": 1002, "model": "Simulated Colour", "colorFilter": "RGGB",
-            "power": "on", "transmission": "off", "width": 640, "height": 480, "colorCoding": "Raw8"})"},
+            "color": true, "power": true, "transmission": false, "width": 640, "colorCoding": "Raw8"})"},
         {"reg read 0x610 1001", R"({"serialNumber": 1001, "space": "command",
             "registers": [{"address": 1552, "value": 2147483648}]})"},
         {"grab --all -n 5 -o a/b", R"({"cameras": [{"serialNumber": 1001, "frames": 5, "dropped": 2,
             "corrupt": 0, "failure": null}, {"dropped": 0}]})"},
         {"property list 1001", R"({"properties": [{"name": "brightness", "max": 10}]})"},
         {"property set gain 5.5 1001", R"({"name": "gain", "value": 5.5, "raw": 55, "unit": "decibel"})"},
-        {"trigger show 1001", R"({"trigger": "off", "modes": [0, 1, 14, 15]})"},
-        {"strobe show 1001", R"({"outputs": [{"output": 0, "maxMs": 40.95}]})"},
-        {"lut bank 1 1002", R"({"activeBank": 1, "channels": 3, "banks": [{"active": false}]})"},
+        {"trigger show 1001", R"({"trigger": false, "modes": [0, 1, 14, 15]})"},
+        {"strobe show 1001", R"({"outputs": [{"output": 0, "on": false, "maxMs": 40.95}]})"},
+        {"lut bank 1 1002",
+         R"({"lut": false, "activeBank": 1, "channels": 3, "banks": [{"active": false}]})"},
         {"lut get 1001", R"({"bank": 0, "channel": 0, "entries": [0, 1, 2]})"},
         {"memory show 1001", R"({"current": 0, "highest": 3})"},
         {"gpio show 1001", R"({"pins": [{"pin": 0, "direction": "in"}]})"},
-        {"embedded list 1001", R"({"items": [{"item": "timestamp", "available": true}]})"},
-        {"stats 1001", R"({"imagesDropped": 0, "power": "on", "registerReadFailures": 0})"},
+        {"embedded list 1001", R"({"items": [{"item": "timestamp", "available": true, "on": false}]})"},
+        {"stats 1001", R"({"imagesDropped": 0, "power": true, "cycleSeconds": 0})"},
         {"format list 1001", R"({"modes": [{"format": 0, "mode": 5, "colorCodings": ["Mono8"]}]})"},
     };
     for (const auto& row : cases) {
@@ -179,6 +184,11 @@ TEST_F(Tool, WritesJson) {
         }
     }
     EXPECT_EQ(10U, CountWholePngs("a/b"));
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path("a/b"))) {
+        const std::string picture = ReadFile(entry.path());
+        ExpectParts(picture, {"serialNumber", "frameId", "time", "exposureSeconds", "gainDb"});
+        EXPECT_EQ(std::string::npos, picture.find("cycleCount")) << "nobody has stamped it: " << entry;
+    }
 }
 
 TEST_F(Tool, EndsInGoodOrderWhenInterrupted) {

@@ -12,6 +12,10 @@ void Target::Check(const Zevrin::Error& error) const {
     ZevrinTool::Check(error, NameOf(serialNumber));
 }
 
+void Target::Lack(const std::string& feature) const {
+    throw ToolFailure(kExitFailed, NameOf(serialNumber) + " has no " + feature);
+}
+
 void Target::Show(const Facts& facts, const std::string& key, const std::vector<Facts>& rows) const {
     if (!tool.json) {
         PrintLines(facts);
@@ -27,6 +31,19 @@ void Target::Show(const Facts& facts, const std::string& key, const std::vector<
         }
     }
     Print(document);
+}
+
+IdleStream::IdleStream(const Target& target) : m_camera(target.camera) {
+    const auto count = [](Zevrin::Image*, const void* pImages) {
+        ++*const_cast<std::atomic<unsigned long long>*>(
+            static_cast<const std::atomic<unsigned long long>*>(pImages));
+    };
+    target.Check(m_camera.StartCapture(count, &m_images));
+}
+
+IdleStream::~IdleStream() {
+    const Zevrin::Error ignored = m_camera.StopCapture();
+    static_cast<void>(ignored);  // the camera may have gone
 }
 
 void WorkOnCamera(CLI::App& verb, Tool& tool, const CameraWork& work) {

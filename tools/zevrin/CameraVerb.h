@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -20,10 +21,28 @@ struct Target {
     /// Throws `ToolFailure` when `error` is one, with the camera's name.
     void Check(const Zevrin::Error& error) const;
 
+    /// Throws the `ToolFailure` of a camera that lacks what a verb is about, such as "strobe outputs".
+    [[noreturn]] void Lack(const std::string& feature) const;
+
     /// The verb's answer, in the form that the command line asks for.
     void Show(const Facts& facts) const { Show(facts, "", {}); }
     /// With a table below it, or alone, which `key` names for programs.
     void Show(const Facts& facts, const std::string& key, const std::vector<Facts>& rows) const;
+};
+
+/// Lets the camera stream while this object is there; the images are counted and let go.
+class IdleStream {
+  public:
+    explicit IdleStream(const Target& target);
+    ~IdleStream();
+    IdleStream(const IdleStream&) = delete;
+    IdleStream& operator=(const IdleStream&) = delete;
+
+    unsigned long long CountImages() const { return m_images; }
+
+  private:
+    Zevrin::IidcCamera& m_camera;
+    std::atomic<unsigned long long> m_images{0};
 };
 
 using CameraWork = std::function<void(const Target&)>;

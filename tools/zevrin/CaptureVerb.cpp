@@ -1,4 +1,3 @@
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,7 +31,6 @@ constexpr unsigned int kMaxTimeoutMs = 3600000;
 constexpr unsigned int kMaxQueue = 4000;
 constexpr unsigned int kMaxWriters = 64;
 constexpr unsigned int kMaxMebibytes = 1U << 30;
-constexpr double kMaxSeconds = 1e7;  // a season
 constexpr std::chrono::milliseconds kLookInterval(50);
 constexpr std::chrono::milliseconds kShowInterval(250);
 constexpr double kMebibyte = 1 << 20;
@@ -153,7 +151,7 @@ Facts Describe(Recorder& recorder) {
         {"Written", "written", counts.written.load(), ""},
         {"Skipped", "skipped", counts.skipped.load(), ""},
         {"Queue full", "droppedByQueue", counts.queueDropped.load(), ""},
-        {"", "unwritten", counts.unwritten.load(), ""},
+        {"Unwritten", "unwritten", counts.unwritten.load(), ""},
         {"Corrupt", "corrupt", lost(&Zevrin::CameraStats::numImagesCorrupt), ""},
         {"Lost", "lost", lost(&Zevrin::CameraStats::numImagesDropped), ""},
         {"Driver", "driverDropped", lost(&Zevrin::CameraStats::numImagesDriverDropped), ""},
@@ -237,7 +235,7 @@ void Capture(const Tool& tool, const CaptureOptions& options) {
     }
     RequireSavable(options.plan);
     PrepareFolder(options.plan.folder);
-    signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is an error like a full disk
+    RequireNoRecording(options.plan.folder);
     Session session(tool);
     const std::vector<unsigned int> chosen =
         options.all ? session.ChooseAll() : session.ChooseSeveral(options.named);
@@ -286,8 +284,9 @@ process gets SIGUSR1. A burst that is still under way is cut short by the next.
 It ends with --count, --duration, or SIGINT or SIGTERM (Ctrl-C), after which what waits is still written; and when the
 disk is full or a file cannot be written, with exit code 1.
 
-In the table, "queue full" are frames that were dropped before the queue, "driver" those that found no buffer of the stream
-or waited in it at the end, "lost" those that never arrived.
+In the table, "skipped" are frames that were not asked for, "queue full" those that were dropped before the queue,
+"unwritten" those given up since the disk was full or a file could not be written, "driver" those that found no buffer
+of the stream or waited in it at the end, "lost" those that never arrived.
 
 Examples:
   zevrin --simulate 1 capture -n 20 -o recording
@@ -298,27 +297,16 @@ Examples:
 void AddLimits(CLI::App& verb, CaptureOptions* pOptions) {
     RecordPlan& plan = pOptions->plan;
     AddNumber(verb, "-n,--count", "<frames>", &plan.count, {1, kMaxCount, 1},
-              "Frames to keep of each camera (default: no limit)");
-    const auto addSeconds = [&verb](const char* name, double* pValue, const char* help) {
-        AddText(
-            verb, name, "<seconds>",
-            [=](const std::string& argument, const std::string& text) {
-                *pValue = ParseReal(argument, text);
-                if (!(*pValue > 0 && *pValue <= kMaxSeconds)) {
-                    throw CLI::ValidationError(
-                        argument,
-                        "\"" + text + "\" is out of range; it must be more than 0, and at most 10000000");
-                }
-            },
-            help);
-    };
-    addSeconds("--duration", &pOptions->durationSeconds, "Ends after this time (default: no limit)");
+              "Frames to keep of each camera, 1 to 1000000000 (default: no limit)");
+    AddSeconds(verb, "--duration", &pOptions->durationSeconds,
+               "Ends after this time in seconds, at most 10000000 (default: no limit)");
     AddNumber(verb, "--every", "<n>", &plan.every, {1, kMaxCount, 1},
-              "Keeps one frame of so many (default: 1)");
+              "Keeps one frame of so many, 1 to 1000000000 (default: 1)");
     AddNumber(verb, "--burst", "<frames>", &plan.burst, {1, kMaxCount, 1},
-              "Keeps so many frames, then none until the next burst (default: no bursts)");
-    addSeconds("--interval", &plan.intervalSeconds,
-               "From the beginning of a burst to the next (default: bursts begin with SIGUSR1)");
+              "Keeps so many frames, 1 to 1000000000, then none until the next burst (default: no bursts)");
+    AddSeconds(verb, "--interval", &plan.intervalSeconds,
+               "From the beginning of a burst to the next in seconds, at most 10000000 (default: bursts "
+               "begin with SIGUSR1)");
     AddNumber(
         verb, "--timeout", "<ms>", &plan.timeoutMs, {0, kMaxTimeoutMs, 1},
         "Longest wait for one frame in milliseconds, 1 to 3600000; 0: no limit, as for a camera that waits "
@@ -347,11 +335,11 @@ void AddFiles(CLI::App& verb, CaptureOptions* pOptions) {
     AddNumber(verb, "--queue", "<frames>", &plan.queue.framesPerCamera, {1, kMaxQueue, 1},
               "Frames of each camera that may wait to be written, 1 to 4000 (default: 32)");
     addMebibytes("--queue-size", &plan.queue.bytes, {1, kMaxMebibytes, 1},
-                 "Memory of the frames of all cameras that may wait (default: 512)");
+                 "Memory of the frames of all cameras that may wait in MiB, 1 to 1073741824 (default: 512)");
     AddNumber(verb, "--writers", "<threads>", &plan.writers, {1, kMaxWriters, 1},
               "Threads that write, 1 to 64 (default: 2)");
     addMebibytes("--keep-free", &plan.keepFree, {0, kMaxMebibytes, 1},
-                 "Ends when the disk would have less than this free (default: 100)");
+                 "Ends when the disk would have less than this free in MiB, 0 to 1073741824 (default: 100)");
 }
 
 }  // namespace

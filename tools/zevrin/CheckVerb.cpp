@@ -103,9 +103,9 @@ void RunChecks(const Target& target, const Request& request) {
 
 constexpr char kFooter[] =
     R"(Whatever is changed is put back at the end, also after Ctrl-C. The highest memory channel is written twice: its
-settings are put back as far as `zevrin config save` knows them. Pins are written as they are. What a camera does not have
-is "absent" and no failure, and frames that lose packets on the way are passed over, but not ten in a row. The exit code is 1
-when a check failed.
+settings are put back as far as `zevrin config save` knows them. Pins are written as they are. What a camera does not
+have is "absent" and no failure, and frames that lose packets on the way are passed over, but not ten in a row. The
+exit code is 1 when a check failed.
 
 Examples:
   zevrin check 1001

@@ -22,7 +22,7 @@ void List(const Target& target) {
         const EmbeddedImageItem& item = EmbeddedItem(&info, name.value);
         rows.push_back({{"Item", "item", name.word, ""},
                         {"Available", "available", item.available, ""},
-                        {"State", "state", OnOff(item.onOff), ""}});
+                        {"State", "on", item.onOff, OnOff(item.onOff)}});
     }
     target.Show({}, "items", rows);
 }

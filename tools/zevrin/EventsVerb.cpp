@@ -20,13 +20,12 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned int kMaxCount = 1000000;
-constexpr unsigned int kMaxDurationMs = 86400000;
 constexpr std::chrono::milliseconds kLookInterval(50);
 
 struct EventsOptions {
     std::vector<std::string> names;  ///< empty: all
     unsigned int count = 0;          ///< 0: no limit
-    unsigned int durationMs = 0;     ///< 0: no limit
+    double durationSeconds = 0;      ///< 0: no limit
     bool idle = false;
 };
 
@@ -66,14 +65,22 @@ class EventQueue {
     std::deque<Event> m_events;
 };
 
-std::string ListEvents(Zevrin::IidcCamera& camera) {
+/// The names of the camera's events, in one text. Throws `ToolFailure` when it has none, with the reason.
+std::string ListEvents(const Target& target) {
+    if (!target.camera.InterfaceSupportsEvents()) {
+        target.Lack(
+            "device events: its interface must be GigE Vision or USB3 Vision; `zevrin list` shows it");
+    }
     std::vector<std::string> names;
-    const Zevrin::Error error = camera.GetEventNames(&names);
+    target.Check(target.camera.GetEventNames(&names));
+    if (names.empty()) {
+        target.Lack("device events");
+    }
     std::string list;
     for (const std::string& name : names) {
         list += (list.empty() ? "" : ", ") + Printable(name);
     }
-    return error == Zevrin::ERR_OK ? list : error.GetDescription();
+    return list;
 }
 
 /// No event comes any more when it is gone.
@@ -81,11 +88,8 @@ class Registration {
   public:
     Registration(const Target& target, EventQueue* pQueue, const std::vector<std::string>& names)
         : m_camera(target.camera) {
-        if (!m_camera.InterfaceSupportsEvents()) {
-            throw ToolFailure(kExitFailed, NameOf(target.serialNumber) +
-                                               " has no device events: its interface must be GigE Vision or "
-                                               "USB3 Vision; `zevrin list` shows it");
-        }
+        // The camera object gives no reason why a registration fails.
+        const std::string known = ListEvents(target);
         Zevrin::EventOptions options;
         options.callback = EventQueue::OnEvent;
         options.userData = pQueue;
@@ -97,9 +101,9 @@ class Registration {
             const Zevrin::Error error = m_camera.RegisterEvent(&options);
             if (error != Zevrin::ERR_OK) {
                 Withdraw();
-                // The camera object gives no reason; that it is registered already cannot be one here.
+                // That it is registered already cannot be the reason here.
                 throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " does not report an event \"" +
-                                                   name + "\"; there are: " + ListEvents(m_camera));
+                                                   name + "\"; there are: " + known);
             }
         }
     }
@@ -113,23 +117,6 @@ class Registration {
         static_cast<void>(ignored);  // none may have been registered
     }
 
-    Zevrin::IidcCamera& m_camera;
-};
-
-/// Lets the camera expose: without a stream there is little to tell.
-class Exposing {
-  public:
-    explicit Exposing(const Target& target) : m_camera(target.camera) {
-        target.Check(m_camera.StartCapture([](Zevrin::Image*, const void*) {}, nullptr));
-    }
-    ~Exposing() {
-        const Zevrin::Error ignored = m_camera.StopCapture();
-        static_cast<void>(ignored);  // the camera may have gone
-    }
-    Exposing(const Exposing&) = delete;
-    Exposing& operator=(const Exposing&) = delete;
-
-  private:
     Zevrin::IidcCamera& m_camera;
 };
 
@@ -159,16 +146,16 @@ void ShowEvent(const Target& target, const Event& event) {
 }
 
 void ShowAll(const Target& target, const EventsOptions& options, EventQueue* pQueue) {
-    const auto end = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    const auto end = TimeAfter(options.durationSeconds);
     unsigned int count = 0;
     while (!IsInterrupted() && (options.count == 0 || count < options.count)) {
         const auto now = Clock::now();
-        if (options.durationMs != 0 && now >= end) {
+        if (options.durationSeconds > 0 && now >= end) {
             break;
         }
         const auto slice = now + kLookInterval;
         Event event;
-        if (pQueue->Take(options.durationMs != 0 ? std::min(end, slice) : slice, &event)) {
+        if (pQueue->Take(options.durationSeconds > 0 ? std::min(end, slice) : slice, &event)) {
             ShowEvent(target, event);
             ++count;
         }
@@ -178,7 +165,7 @@ void ShowAll(const Target& target, const EventsOptions& options, EventQueue* pQu
             std::to_string(count) + " of " + std::to_string(options.count) + " events came";
         throw IsInterrupted()
             ? ToolFailure(kExitFailed, "stopped: " + tally)
-            : ToolFailure(kExitTimeout, tally + " within " + std::to_string(options.durationMs) + " ms");
+            : ToolFailure(kExitTimeout, tally + " within " + RealText(options.durationSeconds) + " s");
     }
 }
 
@@ -186,21 +173,23 @@ void Run(const Target& target, const EventsOptions& options) {
     CatchInterruptions();
     EventQueue queue;
     const Registration registration(target, &queue, options.names);
-    std::unique_ptr<Exposing> pExposing;
+    std::unique_ptr<IdleStream> pStream;
     if (!options.idle) {
-        pExposing = std::make_unique<Exposing>(target);
+        pStream = std::make_unique<IdleStream>(target);  // without one there is little to tell
     }
     ShowAll(target, options, &queue);
 }
 
 constexpr char kFooter[] =
     R"(A line tells the time by the camera's own clock, the number of the event, its name, and its data. With --json,
-each line is a document. Cameras with GigE Vision and USB3 Vision have events. Without limits it ends when it is
-interrupted.
+each line is a document. Without limits it ends when it is interrupted.
+
+GigE Vision cameras have events when their description does (EventSelector). Those of USB3 Vision cameras can be had
+from simulated ones only, and cameras of other interfaces have none.
 
 Examples:
   echo '{"cameras": [{"interface": "gige"}]}' > gige.json; zevrin --simulate gige.json events -n 10
-  echo '{"cameras": [{"interface": "u3v"}]}' > u3v.json; zevrin --simulate u3v.json --json events --duration 500
+  echo '{"cameras": [{"interface": "u3v"}]}' > u3v.json; zevrin --simulate u3v.json --json events --duration 0.5
   zevrin --simulate gige.json events --event ExposureEnd -n 3
 )";
 
@@ -211,8 +200,8 @@ void AddEventsVerb(CLI::App& app, Tool& tool) {
     auto pOptions = std::make_shared<EventsOptions>();
     AddNumber(*pVerb, "-n,--count", "<events>", &pOptions->count, {1, kMaxCount, 1},
               "Ends after so many events, 1 to 1000000 (default: no limit)");
-    AddNumber(*pVerb, "--duration", "<ms>", &pOptions->durationMs, {1, kMaxDurationMs, 1},
-              "Ends after this time in milliseconds, 1 to 86400000 (default: no limit)");
+    AddSeconds(*pVerb, "--duration", &pOptions->durationSeconds,
+               "Ends after this time in seconds, at most 10000000 (default: no limit)");
     AddText(
         *pVerb, "--event", "<name>",
         [pOptions](const std::string&, const std::string& text) { pOptions->names.push_back(text); },

@@ -1,5 +1,6 @@
 #include "Folder.h"
 
+#include <signal.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -21,6 +22,7 @@ namespace {
 }  // namespace
 
 void PrepareFolder(const std::string& folder) {
+    signal(SIGXFSZ, SIG_IGN);
     std::error_code problem;
     std::filesystem::create_directories(folder, problem);
     std::error_code unseen;  // what cannot be looked at is none
@@ -29,6 +31,15 @@ void PrepareFolder(const std::string& folder) {
     }
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
         Fail(folder, "cannot be written to", std::generic_category().message(errno));
+    }
+}
+
+void RequireNoRecording(const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::error_code unseen;
+    if (fs::exists(fs::symlink_status(fs::path(folder) / kIndexName, unseen))) {
+        throw ToolFailure(kExitFailed, "the folder \"" + Printable(folder) +
+                                           "\" holds a recording already (index.jsonl); choose another one");
     }
 }
 

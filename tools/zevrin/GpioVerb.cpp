@@ -19,9 +19,16 @@ struct NewSetting {
     unsigned int direction = 0;
 };
 
+void CheckPins(const Target& target, const Zevrin::Error& error) {
+    if (IsAboutAbsence(error)) {
+        target.Lack("pins");
+    }
+    target.Check(error);
+}
+
 unsigned int ReadDirection(const Target& target, unsigned int pin) {
     unsigned int direction = 0;
-    target.Check(target.camera.GetGPIOPinDirection(pin, &direction));
+    CheckPins(target, target.camera.GetGPIOPinDirection(pin, &direction));
     return direction;
 }
 
@@ -38,7 +45,7 @@ void Show(const Target& target) {
 }
 
 void Set(const Target& target, const NewSetting& setting) {
-    target.Check(target.camera.SetGPIOPinDirection(setting.pin, setting.direction));
+    CheckPins(target, target.camera.SetGPIOPinDirection(setting.pin, setting.direction));
     const unsigned int direction = ReadDirection(target, setting.pin);
     if (direction != setting.direction) {
         throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + ": pin " + std::to_string(setting.pin) +

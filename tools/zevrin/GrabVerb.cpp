@@ -108,6 +108,7 @@ void ReportFailures(const Grabbers& grabbers, unsigned int count) {
 void Grab(const Tool& tool, const GrabOptions& options) {
     if (!options.plan.folder.empty()) {
         PrepareFolder(options.plan.folder);
+        RequireNoRecording(options.plan.folder);
     }
     Session session(tool);
     Grabbers grabbers;
@@ -126,9 +127,11 @@ void Grab(const Tool& tool, const GrabOptions& options) {
 }
 
 constexpr char kFooter[] =
-    R"(Files are named <serial number>-<frame number>.png and are whole whenever they are there. Of the frames
-that did not come, dropped ones were lost on their way, corrupt ones arrived incomplete, and driver-dropped ones
-found no free buffer: more --buffers help.
+    R"(Files are named <serial number>-<frame number>.png and are whole whenever they are there. Those of the same names
+that an earlier run has left are replaced, others stay; a folder that holds a recording (index.jsonl) is not written to.
+
+Of the frames that did not come, dropped ones were lost on their way, corrupt ones arrived incomplete, and
+driver-dropped ones found no free buffer: more --buffers help.
 
 Examples:
   zevrin --simulate 1 grab -n 20 -o images

@@ -1,6 +1,6 @@
 #include "Grabber.h"
 
-#include <zevrin/ImageFile.h>
+#include "PictureMetadata.h"
 
 namespace ZevrinTool {
 
@@ -36,6 +36,9 @@ void Grabber::Run() {
 }
 
 void Grabber::Grab() {
+    if (!m_plan.folder.empty()) {
+        m_metadata = ReadMetadata(m_stream.GetCamera(), m_serialNumber);
+    }
     m_stream.SetResumed([this] {
         Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
                  std::to_string(m_outcome.frames));
@@ -64,7 +67,7 @@ void Grabber::Take(const Zevrin::Image& image, unsigned long long number) {
     m_outcome.framesPerSecond = m_rate.Get();
     if (!m_plan.folder.empty()) {
         const std::string path = m_plan.folder + "/" + m_names.Next(number, ".png");
-        Check(Zevrin::SaveImage(image, path));
+        Check(Zevrin::SaveImage(image, path, m_metadata));
         m_outcome.files.push_back(path);
     }
     m_frames = ++m_outcome.frames;

@@ -9,6 +9,7 @@
 
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
+#include <zevrin/ImageFile.h>
 
 #include "CameraStream.h"
 #include "Tool.h"
@@ -72,6 +73,7 @@ class Grabber {
     // The grab thread's own until it is done.
     GrabOutcome m_outcome;
     PictureNames m_names;
+    Zevrin::ImageMetadata m_metadata;
     CameraStream m_stream;
     FrameRate m_rate;
 

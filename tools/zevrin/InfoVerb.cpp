@@ -1,6 +1,3 @@
-#include <iomanip>
-#include <iostream>
-
 #include "CommandLine.h"
 #include "Numbers.h"
 #include "Output.h"
@@ -18,17 +15,15 @@ struct RegisterFact {
     unsigned int address;
     unsigned int firstBit;
     unsigned int bits;
-    std::vector<const char*> names;  ///< of its values; empty: the number itself
+    std::vector<const char*> names;  ///< of its values; empty: a switch if it is one bit, else the number
 };
 
 constexpr unsigned int kFormat7 = 7;
 constexpr unsigned int kFormat7Inquiry = 0x2E0;  // + 4 * mode: where the mode's block is, in quadlets
 
-const std::vector<const char*> kSwitch = {"off", "on"};
-
 // Of the command registers.
-const RegisterFact kPower = {"Power", "power", 0x610, 0, 1, kSwitch};
-const RegisterFact kTransmission = {"Transmission", "transmission", 0x614, 0, 1, kSwitch};
+const RegisterFact kPower = {"Power", "power", 0x610, 0, 1, {}};
+const RegisterFact kTransmission = {"Transmission", "transmission", 0x614, 0, 1, {}};
 const RegisterFact kFormat = {"Format", "format", 0x608, 0, 3, {}};
 const RegisterFact kMode = {"Mode", "mode", 0x604, 0, 3, {}};
 const RegisterFact kFrameRate = {
@@ -55,41 +50,39 @@ const RegisterFact kRegion[] = {
       "Raw16"}},
 };
 
-/// One line of the answer. What the camera does not tell is null.
-struct Line {
-    std::string label;
-    std::string key;
-    Json value;
-};
-
-Line MakeLine(const RegisterFact& fact, const Zevrin::Error& read, unsigned int quadlet) {
-    Line line = {fact.label, fact.key, nullptr};
-    if (read == Zevrin::ERR_OK) {
-        const unsigned int value = quadlet << fact.firstBit >> (32 - fact.bits);
-        if (fact.names.empty()) {
-            line.value = value;
-        } else if (value < fact.names.size()) {
-            line.value = fact.names[value];
-        }
+/// What the camera does not tell is null.
+Fact MakeFact(const RegisterFact& fact, const Zevrin::Error& read, unsigned int quadlet) {
+    Fact answer = {fact.label, fact.key, nullptr, ""};
+    if (read != Zevrin::ERR_OK) {
+        return answer;
     }
-    return line;
+    const unsigned int value = quadlet << fact.firstBit >> (32 - fact.bits);
+    if (value < fact.names.size()) {
+        answer.value = fact.names[value];
+    } else if (fact.bits == 1) {
+        answer.value = value != 0;
+        answer.text = OnOff(value != 0);
+    } else if (fact.names.empty()) {
+        answer.value = value;
+    }
+    return answer;
 }
 
-Line ReadFact(Zevrin::IidcCamera& camera, const RegisterFact& fact) {
+Fact ReadFact(Zevrin::IidcCamera& camera, const RegisterFact& fact) {
     unsigned int quadlet = 0;
     const Zevrin::Error error = camera.ReadRegister(fact.address, &quadlet);
-    return MakeLine(fact, error, quadlet);
+    return MakeFact(fact, error, quadlet);
 }
 
 /// Format 7 has no frame rate register; its pictures are described in a block for each mode.
-void AddFormat7(Zevrin::IidcCamera& camera, unsigned int mode, std::vector<Line>* pLines) {
+void AddFormat7(Zevrin::IidcCamera& camera, unsigned int mode, Facts* pLines) {
     unsigned int offset = 0;
     const Zevrin::Error found = camera.ReadRegister(kFormat7Inquiry + 4 * mode, &offset);
     for (const RegisterFact& fact : kRegion) {
         unsigned int quadlet = 0;
         const Zevrin::Error error =
             found == Zevrin::ERR_OK ? camera.ReadBaseRegister(offset * 4 + fact.address, &quadlet) : found;
-        pLines->push_back(MakeLine(fact, error, quadlet));
+        pLines->push_back(MakeFact(fact, error, quadlet));
     }
 }
 
@@ -102,27 +95,28 @@ Json NumberOrNull(unsigned int number) {
     return number == 0 ? Json(nullptr) : Json(number);
 }
 
-std::vector<Line> DescribeIdentity(const Zevrin::CameraInfo& info) {
+Facts DescribeIdentity(const Zevrin::CameraInfo& info) {
     static const char* const kFilters[] = {"none", "RGGB", "GRBG", "GBRG", "BGGR"};
     return {
-        {"Serial number", "serialNumber", info.serialNumber},
-        {"Interface", "interface", Zevrin::GetInterfaceTypeName(info.interfaceType)},
-        {"Vendor", "vendor", TextOrNull(info.vendorName)},
-        {"Model", "model", TextOrNull(info.modelName)},
-        {"Address", "address", TextOrNull(info.address)},
-        {"Firmware", "firmware", TextOrNull(info.firmwareVersion)},
-        {"IIDC version x 100", "iidcVersion", NumberOrNull(info.iidcVersion)},
-        {"Sensor", "sensor", TextOrNull(info.sensorInfo)},
-        {"Sensor width", "sensorWidth", NumberOrNull(info.sensorWidth)},
-        {"Sensor height", "sensorHeight", NumberOrNull(info.sensorHeight)},
-        {"Colour", "color", info.isColorCamera ? "yes" : "no"},
+        {"Serial number", "serialNumber", info.serialNumber, ""},
+        {"Interface", "interface", Zevrin::GetInterfaceTypeName(info.interfaceType), ""},
+        {"Vendor", "vendor", TextOrNull(info.vendorName), ""},
+        {"Model", "model", TextOrNull(info.modelName), ""},
+        {"Address", "address", TextOrNull(info.address), ""},
+        {"Firmware", "firmware", TextOrNull(info.firmwareVersion), ""},
+        {"IIDC version x 100", "iidcVersion", NumberOrNull(info.iidcVersion), ""},
+        {"Sensor", "sensor", TextOrNull(info.sensorInfo), ""},
+        {"Sensor width", "sensorWidth", NumberOrNull(info.sensorWidth), ""},
+        {"Sensor height", "sensorHeight", NumberOrNull(info.sensorHeight), ""},
+        {"Colour", "color", info.isColorCamera, ""},
         {"Colour filter", "colorFilter",
-         info.bayerTileFormat <= Zevrin::BAYER_BGGR ? Json(kFilters[info.bayerTileFormat]) : Json(nullptr)},
+         info.bayerTileFormat <= Zevrin::BAYER_BGGR ? Json(kFilters[info.bayerTileFormat]) : Json(nullptr),
+         ""},
     };
 }
 
-std::vector<Line> DescribeSettings(Zevrin::IidcCamera& camera) {
-    std::vector<Line> lines;
+Facts DescribeSettings(Zevrin::IidcCamera& camera) {
+    Facts lines;
     for (const RegisterFact* pFact : {&kPower, &kTransmission, &kFormat, &kMode, &kDataDepth}) {
         lines.push_back(ReadFact(camera, *pFact));
     }
@@ -136,34 +130,20 @@ std::vector<Line> DescribeSettings(Zevrin::IidcCamera& camera) {
     return lines;
 }
 
-void Show(const Tool& tool, const std::vector<Line>& lines) {
-    if (tool.json) {
-        Json document;
-        for (const Line& line : lines) {
-            document[line.key] = line.value;
-        }
-        Print(document);
-        return;
-    }
-    for (const Line& line : lines) {
-        std::cout << std::left << std::setw(20) << line.label
-                  << (line.value.is_null()     ? "not available"
-                      : line.value.is_string() ? line.value.get<std::string>()
-                                               : line.value.dump())
-                  << "\n";
-    }
-}
-
 void Info(const Tool& tool, const std::vector<unsigned int>& named) {
     Session session(tool);
     const unsigned int serialNumber = session.Choose(named).front();
     const boost::shared_ptr<Zevrin::IidcCamera> pCamera = session.Connect(serialNumber);
     Zevrin::CameraInfo info;
     Check(pCamera->GetCameraInfo(&info), NameOf(serialNumber));
-    std::vector<Line> lines = DescribeIdentity(info);
-    const std::vector<Line> settings = DescribeSettings(*pCamera);
+    Facts lines = DescribeIdentity(info);
+    const Facts settings = DescribeSettings(*pCamera);
     lines.insert(lines.end(), settings.begin(), settings.end());
-    Show(tool, lines);
+    if (tool.json) {
+        Print(ToJson(lines));
+    } else {
+        PrintLines(lines);
+    }
 }
 
 constexpr char kFooter[] = R"(Examples:

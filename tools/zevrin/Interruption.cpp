@@ -40,6 +40,11 @@ unsigned long long CountTriggers() {
     return s_triggers;
 }
 
+std::chrono::steady_clock::time_point TimeAfter(double seconds) {
+    using Clock = std::chrono::steady_clock;
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
 void WaitFor(std::chrono::milliseconds duration) {
     const auto end = std::chrono::steady_clock::now() + duration;
     for (auto left = duration; left.count() > 0 && !s_interrupted;) {

@@ -16,4 +16,7 @@ unsigned long long CountTriggers();
 /// Returns early when it is interrupted.
 void WaitFor(std::chrono::milliseconds duration);
 
+/// The time so many seconds from now.
+std::chrono::steady_clock::time_point TimeAfter(double seconds);
+
 }  // namespace ZevrinTool

@@ -14,12 +14,11 @@ namespace ZevrinTool {
 
 namespace {
 
-constexpr unsigned int kMaxDurationMs = 86400000;
 constexpr std::chrono::milliseconds kLookInterval(1000);
 
 struct ListOptions {
     bool watch = false;
-    unsigned int durationMs = 0;  ///< 0: no limit
+    double durationSeconds = 0;  ///< 0: no limit
 };
 
 void ShowChange(const Tool& tool, const Zevrin::CameraListing& camera, bool isPresent) {
@@ -42,12 +41,12 @@ void Watch(const Tool& tool, const ListOptions& options) {
     session.Watch([&tool](const Zevrin::CameraListing& camera, bool isPresent) {
         ShowChange(tool, camera, isPresent);
     });
-    const auto end = Clock::now() + std::chrono::milliseconds(options.durationMs);
+    const auto end = TimeAfter(options.durationSeconds);
     do {
         session.Rescan();
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        WaitFor(options.durationMs != 0 ? std::min(left, kLookInterval) : kLookInterval);
-    } while (!IsInterrupted() && (options.durationMs == 0 || Clock::now() < end));
+        WaitFor(options.durationSeconds > 0 ? std::min(left, kLookInterval) : kLookInterval);
+    } while (!IsInterrupted() && (options.durationSeconds == 0 || Clock::now() < end));
 }
 
 void List(const Tool& tool) {
@@ -85,7 +84,7 @@ Examples:
   zevrin list
   zevrin --simulate 4 list
   zevrin --json list
-  zevrin --simulate 2 list --watch --duration 500
+  zevrin --simulate 2 list --watch --duration 0.5
 )";
 
 }  // namespace
@@ -95,9 +94,9 @@ void AddListVerb(CLI::App& app, Tool& tool) {
     auto pOptions = std::make_shared<ListOptions>();
     CLI::Option* const pWatch =
         pVerb->add_flag("--watch", pOptions->watch, "Tells of cameras as they come and go");
-    AddNumber(*pVerb, "--duration", "<ms>", &pOptions->durationMs, {1, kMaxDurationMs, 1},
-              "Ends after this time in milliseconds, 1 to 86400000 (default: no limit)");
-    pVerb->get_option("--duration")->needs(pWatch);
+    AddSeconds(*pVerb, "--duration", &pOptions->durationSeconds,
+               "Ends after this time in seconds, at most 10000000 (default: no limit)")
+        ->needs(pWatch);
     pVerb->callback([&tool, pOptions] {
         tool.run = [&tool, pOptions] { pOptions->watch ? Watch(tool, *pOptions) : List(tool); };
     });

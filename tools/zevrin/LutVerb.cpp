@@ -35,7 +35,7 @@ LUTData RequireTable(const Target& target) {
     LUTData data;
     target.Check(target.camera.GetLUTInfo(&data));
     if (!data.supported) {
-        throw ToolFailure(kExitFailed, NameOf(target.serialNumber) + " has no look-up table");
+        target.Lack("look-up table");
     }
     return data;
 }
@@ -62,7 +62,7 @@ void Show(const Target& target) {
                          {"Readable", "readable", isReadable, ""},
                          {"Writable", "writable", isWritable, ""}});
     }
-    target.Show({{"Look-up table", "lut", OnOff(data.enabled), ""},
+    target.Show({{"Look-up table", "lut", data.enabled, OnOff(data.enabled)},
                  {"Active bank", "activeBank", active, ""},
                  {"Channels", "channels", data.numChannels, ""},
                  {"Entries", "entries", data.numEntries, ""},

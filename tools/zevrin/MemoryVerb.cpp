@@ -11,15 +11,26 @@ namespace {
 
 constexpr unsigned int kMaxChannel = 15;
 
-void Show(const Target& target) {
-    unsigned int current = 0;
-    target.Check(target.camera.GetMemoryChannel(&current));
+unsigned int ReadHighest(const Target& target) {
     unsigned int highest = 0;
     target.Check(target.camera.GetMemoryChannelInfo(&highest));
+    return highest;
+}
+
+void ShowChannels(const Target& target) {
+    unsigned int current = 0;
+    target.Check(target.camera.GetMemoryChannel(&current));
     target.Show({
         {"Loaded last", "current", current, std::to_string(current) + (current == 0 ? " (factory)" : "")},
-        {"Highest channel", "highest", highest, ""},
+        {"Highest channel", "highest", ReadHighest(target), ""},
     });
+}
+
+void Show(const Target& target) {
+    if (ReadHighest(target) == 0) {
+        target.Lack("memory channels");
+    }
+    ShowChannels(target);
 }
 
 using Operation = Zevrin::Error (Zevrin::CameraInternal::*)(unsigned int channel);
@@ -29,7 +40,7 @@ void AddOperation(CLI::App& verb, Tool& tool, unsigned int min, const char* help
     AddNumber(verb, "CHANNEL", "<channel>", pChannel.get(), {min, kMaxChannel, 1}, help)->required();
     WorkOnCamera(verb, tool, [=](const Target& target) {
         target.Check((target.camera.*operation)(*pChannel));
-        Show(target);
+        ShowChannels(target);  // channel 0 is restored by cameras without channels too
     });
 }
 

@@ -97,6 +97,21 @@ CLI::Option* AddReal(CLI::App& verb, const std::string& name, const std::string&
         [=](const std::string& argument, const std::string& text) { sink(ParseReal(argument, text)); }, help);
 }
 
+CLI::Option* AddSeconds(CLI::App& verb, const std::string& name, double* pSeconds, const std::string& help) {
+    return AddText(
+        verb, name, "<seconds>",
+        [pSeconds](const std::string& argument, const std::string& text) {
+            constexpr double kMaxSeconds = 1e7;
+            *pSeconds = ParseReal(argument, text);
+            if (!(*pSeconds > 0 && *pSeconds <= kMaxSeconds)) {
+                throw CLI::ValidationError(
+                    argument,
+                    "\"" + text + "\" is out of range; it must be more than 0, and at most 10000000");
+            }
+        },
+        help);
+}
+
 CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,
                         const NumberRule& rule, const std::string& help) {
     return verb.add_option_function<std::vector<std::string>>(

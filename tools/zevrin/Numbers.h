@@ -44,6 +44,9 @@ CLI::Option* AddNumber(CLI::App& verb, const std::string& name, const std::strin
 CLI::Option* AddReal(CLI::App& verb, const std::string& name, const std::string& placeholder,
                      const RealSink& sink, const std::string& help);
 
+/// The same for a time in seconds, more than 0 and at most 10000000, which is a season.
+CLI::Option* AddSeconds(CLI::App& verb, const std::string& name, double* pSeconds, const std::string& help);
+
 /// The same for several numbers: arguments of their own, or one argument with commas between them.
 CLI::Option* AddNumbers(CLI::App& verb, const std::string& name, std::vector<unsigned int>* pValues,
                         const NumberRule& rule, const std::string& help);

@@ -24,13 +24,15 @@ Json DescribeShot(const Shot& shot, unsigned int serialNumber, const RecordPlan&
                   {"frameId", shot.image.GetFrameId()},
                   {"seconds", stamp.seconds},
                   {"microSeconds", stamp.microSeconds},
-                  {"cycleSeconds", stamp.cycleSeconds},
-                  {"cycleCount", stamp.cycleCount},
-                  {"cycleOffset", stamp.cycleOffset},
                   {"width", shot.image.GetWidth()},
                   {"height", shot.image.GetHeight()},
                   {"pixelFormat", Zevrin::GetPixelFormatName(plan.pixelFormat.value_or(source))},
                   {"sourcePixelFormat", Zevrin::GetPixelFormatName(source)}};
+    if (Zevrin::HasBusTime(stamp)) {
+        entry.update({{"cycleSeconds", stamp.cycleSeconds},
+                      {"cycleCount", stamp.cycleCount},
+                      {"cycleOffset", stamp.cycleOffset}});
+    }
     if (shot.burst != 0) {
         entry["burst"] = shot.burst;
     }
@@ -40,14 +42,13 @@ Json DescribeShot(const Shot& shot, unsigned int serialNumber, const RecordPlan&
 void RequireSpace(const RecordPlan& plan, unsigned long long bytes) {
     const unsigned long long free = GetFreeSpace(plan.folder);
     if (free < plan.keepFree || free - plan.keepFree < bytes) {
-        char text[160];
-        std::snprintf(
-            text, sizeof text,
-            "the disk has %.1f MiB free, too little for a frame of %.1f MiB and the %.1f MiB that are to "
-            "stay free",
-            static_cast<double>(free) / kBytesPerMebibyte, static_cast<double>(bytes) / kBytesPerMebibyte,
-            static_cast<double>(plan.keepFree) / kBytesPerMebibyte);
-        throw ToolFailure(kExitFailed, text);
+        char text[96];
+        std::snprintf(text, sizeof text, "the disk has %.1f MiB free, of which --keep-free keeps %.1f MiB",
+                      static_cast<double>(free) / kBytesPerMebibyte,
+                      static_cast<double>(plan.keepFree) / kBytesPerMebibyte);
+        throw ToolFailure(kExitFailed, text + (bytes == 0 ? std::string(": nothing can be written")
+                                                          : ": no room for a frame of " +
+                                                                std::to_string(bytes) + " bytes"));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <sstream>
 
@@ -73,6 +74,14 @@ Json ModesOf(const PropertyInfo& info) {
         }
     }
     return names;
+}
+
+/// Conversions between scales leave a temperature with digits that no sensor has.
+double Readable(const PropertyInfo& info, float value) {
+    constexpr double kStepsPerDegree = 100;
+    return info.type != Zevrin::TEMPERATURE
+               ? Shorten(value)
+               : std::round(static_cast<double>(value) * kStepsPerDegree) / kStepsPerDegree + 0.0;  // no -0
 }
 
 std::string WithUnit(const std::string& number, const PropertyInfo& info) {
@@ -156,20 +165,21 @@ void PropertyChange::Apply(const PropertyInfo& info, Property* pProperty) const 
 }
 
 std::string ValueText(const PropertyInfo& info, const Property& property) {
-    return info.absValSupported ? WithUnit(RealText(Shorten(property.absValue)), info)
+    return info.absValSupported ? WithUnit(RealText(Readable(info, property.absValue)), info)
                                 : "raw " + std::to_string(property.valueA);
 }
 
 Facts Describe(const PropertyInfo& info, const Property& property) {
     const bool isAbsolute = info.absValSupported;
-    const auto absolute = [isAbsolute](float value) { return isAbsolute ? Json(Shorten(value)) : Json(); };
+    const auto absolute = [&](float value) { return isAbsolute ? Json(Readable(info, value)) : Json(); };
     const std::string second = ", " + std::to_string(property.valueB);
     return {
         {"Property", "name", ToWord(Zevrin::GetPropertyTypeName(info.type)), ""},
         {"State", "state", StateOf(info, property), ""},
         {"Value", "value", absolute(property.absValue), isAbsolute ? ValueText(info, property) : ""},
         {"Range", "", nullptr,
-         isAbsolute ? WithUnit(RangeText(Shorten(info.absMin), Shorten(info.absMax)), info) : ""},
+         isAbsolute ? WithUnit(RangeText(Readable(info, info.absMin), Readable(info, info.absMax)), info)
+                    : ""},
         {"", "min", absolute(info.absMin), ""},
         {"", "max", absolute(info.absMax), ""},
         {"", "unit", info.unit, ""},

@@ -5,7 +5,7 @@
 #include <zevrin/Image.h>
 
 #include "Interruption.h"
-#include "Output.h"
+#include "PictureMetadata.h"
 
 namespace ZevrinTool {
 
@@ -62,7 +62,7 @@ void Recorder::Run() {
 }
 
 void Recorder::Record() {
-    ReadMetadata();
+    m_metadata = ReadMetadata(m_stream.GetCamera(), m_serialNumber);
     m_stream.SetResumed([this] {
         Complain(NameOf(m_serialNumber) + ": its bus was reset; connected again after frame " +
                  std::to_string(m_counts.delivered));
@@ -101,26 +101,6 @@ bool Recorder::Take(Shot&& shot) {
         return false;
     }
     return true;
-}
-
-/// Exposure and gain are the pictures' only while the camera leaves them alone.
-void Recorder::ReadMetadata() {
-    m_metadata.serialNumber = m_serialNumber;
-    m_metadata.exposureSeconds = ReadProperty(Zevrin::SHUTTER, "s");
-    m_metadata.gainDb = ReadProperty(Zevrin::GAIN, "dB");
-}
-
-std::optional<double> Recorder::ReadProperty(Zevrin::PropertyType type, const char* unit) {
-    Zevrin::PropertyInfo info;
-    Zevrin::Property property;
-    info.type = type;
-    property.type = type;
-    if (m_stream.GetCamera().GetPropertyInfo(&info) != Zevrin::ERR_OK || !info.present ||
-        !info.absValSupported || std::string(info.unitAbbreviation) != unit ||
-        m_stream.GetCamera().GetProperty(&property) != Zevrin::ERR_OK || property.autoManualMode) {
-        return std::nullopt;
-    }
-    return Shorten(property.absValue);
 }
 
 }  // namespace ZevrinTool

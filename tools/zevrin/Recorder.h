@@ -11,7 +11,6 @@
 #include <zevrin/CameraStats.h>
 #include <zevrin/IidcCamera.h>
 #include <zevrin/ImageFile.h>
-#include <zevrin/Property.h>
 
 #include "CameraStream.h"
 #include "FrameGate.h"
@@ -97,8 +96,6 @@ class Recorder {
     void Run();
     void Record();
     bool Take(Shot&& shot);
-    void ReadMetadata();
-    std::optional<double> ReadProperty(Zevrin::PropertyType type, const char* unit);
 
     const std::size_t m_index;
     const unsigned int m_serialNumber;

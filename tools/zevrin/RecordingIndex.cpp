@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <system_error>
 
+#include "Folder.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
@@ -18,14 +19,12 @@ constexpr long long kReservation = 64 * 1024;
 
 }  // namespace
 
-RecordingIndex::RecordingIndex(const std::string& folder) : m_path(folder + "/index.jsonl") {
+RecordingIndex::RecordingIndex(const std::string& folder) : m_path(folder + "/" + kIndexName) {
     m_descriptor = open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (m_descriptor < 0 && errno == EEXIST) {
-        throw ToolFailure(kExitFailed, "the folder \"" + folder +
-                                           "\" holds a recording already (index.jsonl); choose another one");
-    }
     if (m_descriptor < 0) {
-        Fail(errno);
+        const int number = errno;
+        RequireNoRecording(folder);  // which may have been begun a moment ago
+        Fail(number);
     }
 }
 

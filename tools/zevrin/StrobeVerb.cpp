@@ -41,7 +41,7 @@ Fact DescribeTime(const char* label, const char* key, float ms, const char* zero
 Facts Describe(const StrobeInfo& info, const StrobeControl& control) {
     return {
         {"Output", "output", control.source, ""},
-        {"State", "state", OnOff(control.onOff), ""},
+        {"State", "on", control.onOff, OnOff(control.onOff)},
         {"Polarity", "polarity", WordFor(control.polarity, kPolarities), ""},
         DescribeTime("Delay", "delayMs", control.delay),
         DescribeTime("Duration", "durationMs", control.duration, "exposure"),
@@ -61,8 +61,8 @@ void Show(const Target& target) {
             rows.push_back(Describe(info, ReadControl(target, output)));
         }
     }
-    if (rows.empty() && !target.tool.json) {
-        Complain(NameOf(target.serialNumber) + " has no strobe outputs");
+    if (rows.empty()) {
+        target.Lack("strobe outputs");
     }
     target.Show({}, "outputs", rows);
 }

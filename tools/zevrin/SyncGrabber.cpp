@@ -4,21 +4,17 @@
 #include <memory>
 #include <vector>
 
-#include <zevrin/ImageFile.h>
-#include <zevrin/SaveBytes.h>
-
-#include "Grabber.h"
-
 namespace ZevrinTool {
 
-SyncGrabber::SyncGrabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
+SyncGrabber::SyncGrabber(const Zevrin::ImageMetadata& metadata, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
                          const SyncPlan& plan, WriterPool* pPool, ContactSheet* pSheet)
-    : m_serialNumber(serialNumber),
+    : m_metadata(metadata),
+      m_serialNumber(metadata.serialNumber.value_or(0)),
       m_pCamera(std::move(pCamera)),
       m_plan(plan),
       m_pPool(pPool),
       m_pSheet(pSheet),
-      m_names(serialNumber) {}
+      m_names(m_serialNumber) {}
 
 SyncGrabber::~SyncGrabber() {
     Stop();
@@ -74,18 +70,24 @@ unsigned long long SyncGrabber::Take(const Zevrin::Image& image) {
     SyncEntry entry;
     entry.record = {m_serialNumber, image.GetFrameId(), stamp.cycleSeconds, stamp.cycleCount,
                     stamp.cycleOffset};
+    entry.isWanted = !m_plan.folder.empty();
     entry.width = view.width;
     entry.height = view.height;
     entry.stride = view.stride;
     entry.pixelFormat = Zevrin::GetPixelFormatName(view.pixelFormat);
     m_entries.push_back(entry);
-    HandOver(view, &m_entries.back(), m_pSheet != nullptr && ContactSheet::Wants(number, m_plan.count));
+    Zevrin::ImageMetadata metadata = m_metadata;
+    metadata.frameId = entry.record.frameId;
+    metadata.timeStamp = stamp;
+    HandOver(view, metadata, &m_entries.back(),
+             m_pSheet != nullptr && ContactSheet::Wants(number, m_plan.count));
     m_frames = static_cast<unsigned int>(m_entries.size());
     return number + 1;
 }
 
 /// Entries stay where they are while others are added, so that a writer can note its file.
-void SyncGrabber::HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, bool isOnSheet) {
+void SyncGrabber::HandOver(const Zevrin::PixelView& view, const Zevrin::ImageMetadata& metadata,
+                           SyncEntry* pEntry, bool isOnSheet) {
     if (m_plan.folder.empty() && !isOnSheet) {
         return;
     }
@@ -93,14 +95,14 @@ void SyncGrabber::HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, boo
     Zevrin::PixelView copy = view;
     copy.data = pBytes->data();
     const std::string name = m_names.Next(pEntry->record.frameId, m_plan.suffix);
-    const bool isTaken = m_pPool->Offer(view.size, [this, pBytes, copy, pEntry, isOnSheet, name] {
+    const bool isTaken = m_pPool->Offer(view.size, [this, pBytes, copy, metadata, pEntry, isOnSheet, name] {
         const WorkEnd end = RunToItsEnd([&] {
             if (isOnSheet) {
                 m_pSheet->Add(m_serialNumber, pEntry->record.frameId,
                               MakeThumbnail(copy, m_pSheet->GetThumbnailWidth()));
             }
             if (!m_plan.folder.empty()) {
-                Write(copy, name, pEntry);
+                Write(copy, metadata, name, pEntry);
             }
         });
         if (end.exitCode != kExitGood) {
@@ -110,10 +112,10 @@ void SyncGrabber::HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, boo
     m_refused += isTaken || m_plan.folder.empty() ? 0 : 1;
 }
 
-void SyncGrabber::Write(const Zevrin::PixelView& view, const std::string& name, SyncEntry* pEntry) {
+void SyncGrabber::Write(const Zevrin::PixelView& view, const Zevrin::ImageMetadata& metadata,
+                        const std::string& name, SyncEntry* pEntry) {
     const std::string path = m_plan.folder + "/" + name;
-    const Zevrin::Error error = m_plan.suffix == ".raw" ? Zevrin::SaveBytes(view.data, view.size, path)
-                                                        : Zevrin::SavePixels(view, path);
+    const Zevrin::Error error = Zevrin::SavePixels(view, path, metadata);
     std::error_code problem;
     const auto bytes = std::filesystem::file_size(path, problem);
     if (error == Zevrin::ERR_OK && !problem) {

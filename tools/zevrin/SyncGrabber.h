@@ -10,6 +10,7 @@
 
 #include <zevrin/IidcCamera.h>
 #include <zevrin/Image.h>
+#include <zevrin/ImageFile.h>
 
 #include "CameraStream.h"
 #include "ContactSheet.h"
@@ -31,8 +32,9 @@ struct SyncPlan {
 /// by a pool, so that the stream's buffers are free again for what the camera sends.
 class SyncGrabber {
   public:
-    /// @param pSheet  null: there is none
-    SyncGrabber(unsigned int serialNumber, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
+    /// @param metadata  of all its pictures, with the serial number
+    /// @param pSheet    null: there is none
+    SyncGrabber(const Zevrin::ImageMetadata& metadata, boost::shared_ptr<Zevrin::IidcCamera> pCamera,
                 const SyncPlan& plan, WriterPool* pPool, ContactSheet* pSheet);
     ~SyncGrabber();
     SyncGrabber(const SyncGrabber&) = delete;
@@ -57,10 +59,13 @@ class SyncGrabber {
   private:
     void Grab();
     unsigned long long Take(const Zevrin::Image& image);
-    void HandOver(const Zevrin::PixelView& view, SyncEntry* pEntry, bool isOnSheet);
-    void Write(const Zevrin::PixelView& view, const std::string& name, SyncEntry* pEntry);
+    void HandOver(const Zevrin::PixelView& view, const Zevrin::ImageMetadata& metadata, SyncEntry* pEntry,
+                  bool isOnSheet);
+    void Write(const Zevrin::PixelView& view, const Zevrin::ImageMetadata& metadata, const std::string& name,
+               SyncEntry* pEntry);
     void NoteWriteFailure(const std::string& failure);
 
+    const Zevrin::ImageMetadata m_metadata;
     const unsigned int m_serialNumber;
     const boost::shared_ptr<Zevrin::IidcCamera> m_pCamera;
     const SyncPlan m_plan;

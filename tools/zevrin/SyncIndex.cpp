@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "Folder.h"
 #include "Output.h"
 #include "Tool.h"
 
@@ -74,6 +75,8 @@ Json ToJson(const SyncEntry& entry) {
                          {"height", entry.height},
                          {"stride", entry.stride},
                          {"pixelFormat", entry.pixelFormat}});
+    } else if (entry.isWanted) {
+        document["file"] = nullptr;
     }
     return document;
 }
@@ -97,7 +100,8 @@ SyncEntry ToEntry(const Json& document) {
     if (error != Zevrin::ERR_OK) {
         throw BadLine(error.GetDescription());
     }
-    if (document.contains("file")) {
+    entry.isWanted = document.contains("file");
+    if (entry.isWanted && !document["file"].is_null()) {
         entry.file = ToFileName(document["file"]);
         entry.bytes = ToNumber(Find(document, "bytes"), "bytes", kAny);
     }
@@ -169,7 +173,7 @@ class Lines {
     }
 
     std::string Describe(const std::exception& problem) const {
-        return std::string(kSyncIndexName) + ", line " + std::to_string(m_number) + ": " + problem.what();
+        return std::string(kIndexName) + ", line " + std::to_string(m_number) + ": " + problem.what();
     }
 
   private:
@@ -212,10 +216,10 @@ SyncIndexReading ReadSyncIndex(const std::string& path) {
     Lines lines(path);
     SyncIndexReading reading;
     Head head;
+    if (!lines.Next()) {
+        throw ToolFailure(kExitFailed, std::string(kIndexName) + ": the file is empty");
+    }
     try {
-        if (!lines.Next()) {
-            throw BadLine("the file is empty");
-        }
         head = ToHead(lines.Parse());
     } catch (const BadLine& problem) {
         throw ToolFailure(kExitFailed, lines.Describe(problem));
@@ -227,9 +231,8 @@ SyncIndexReading ReadSyncIndex(const std::string& path) {
         ReadEntry(lines, &reading);
     }
     if (count != head.images) {
-        reading.problems.Add(std::string(kSyncIndexName) + " says that it has " +
-                             std::to_string(head.images) + " images and has " +
-                             (count > max ? "more than it may" : std::to_string(count)));
+        reading.problems.Add(std::string(kIndexName) + " says that it has " + std::to_string(head.images) +
+                             " images and has " + (count > max ? "more than it may" : std::to_string(count)));
     }
     return reading;
 }
@@ -261,6 +264,11 @@ void SetBadStampsAside(SyncIndex* pIndex, SyncProblems* pProblems) {
     entries.erase(std::remove_if(entries.begin(), entries.end(), isBad), entries.end());
 }
 
+std::size_t CountUnwritten(const SyncIndex& index) {
+    const auto isUnwritten = [](const SyncEntry& entry) { return entry.isWanted && entry.file.empty(); };
+    return static_cast<std::size_t>(std::count_if(index.entries.begin(), index.entries.end(), isUnwritten));
+}
+
 void FindMissingFiles(const SyncIndex& index, const std::string& folder, SyncProblems* pProblems) {
     namespace fs = std::filesystem;
     for (const SyncEntry& entry : index.entries) {
@@ -280,6 +288,10 @@ void FindMissingFiles(const SyncIndex& index, const std::string& folder, SyncPro
             pProblems->Add("the image " + entry.file + " has " + std::to_string(size) + " bytes; it had " +
                            std::to_string(entry.bytes));
         }
+    }
+    if (const std::size_t unwritten = CountUnwritten(index); unwritten > 0) {
+        pProblems->Add(std::to_string(unwritten) + " of " + std::to_string(index.entries.size()) +
+                       " images were never written to a file");
     }
 }
 

@@ -11,6 +11,7 @@ namespace ZevrinTool {
 /// An image of a synchronized run, and the file that it went to.
 struct SyncEntry {
     Zevrin::SyncRecord record;
+    bool isWanted = false;         ///< a file was to be written
     std::string file;              ///< without folders; empty: it was not written
     unsigned long long bytes = 0;  ///< of the file
     unsigned int width = 0;        ///< pixels
@@ -40,8 +41,6 @@ class SyncProblems {
     std::size_t m_count = 0;
 };
 
-constexpr char kSyncIndexName[] = "index.jsonl";
-
 std::string FormatSyncIndex(const SyncIndex& index);
 
 /// What is good of an index that may come from anywhere, and a sentence for every line that is not.
@@ -56,7 +55,11 @@ SyncIndexReading ReadSyncIndex(const std::string& path);
 /// Takes out the images whose time stamps are out of range, with a sentence for each.
 void SetBadStampsAside(SyncIndex* pIndex, SyncProblems* pProblems);
 
-/// A sentence for every image that is not in `folder` as the index says.
+/// How many images were to be written and were not.
+std::size_t CountUnwritten(const SyncIndex& index);
+
+/// A sentence for every image that is not in `folder` as the index says, and one for all that were to be
+/// written and were not.
 void FindMissingFiles(const SyncIndex& index, const std::string& folder, SyncProblems* pProblems);
 
 }  // namespace ZevrinTool

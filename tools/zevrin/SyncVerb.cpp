@@ -13,6 +13,7 @@
 #include "Interruption.h"
 #include "Numbers.h"
 #include "Output.h"
+#include "PictureMetadata.h"
 #include "Progress.h"
 #include "Session.h"
 #include "SyncGrabber.h"
@@ -110,9 +111,13 @@ unsigned int StartInStep(const Cameras& cameras, unsigned int retries) {
 /// The cameras of a run, and all that came of it.
 class SyncRun {
   public:
-    SyncRun(const SyncOptions& options, const std::vector<unsigned int>& serialNumbers)
+    SyncRun(const SyncOptions& options, const std::vector<unsigned int>& serialNumbers,
+            const Cameras& cameras)
         : m_options(options), m_sheet(serialNumbers.size()), m_pool(options.queueMiB * kMiB) {
         m_index.cameras = serialNumbers;
+        for (std::size_t i = 0; i < cameras.size(); ++i) {
+            m_metadata.push_back(ReadMetadata(*cameras[i], serialNumbers[i]));
+        }
     }
     /// Nothing is handed over any more when the pool ends.
     ~SyncRun() { EndGrabbing(); }
@@ -122,7 +127,7 @@ class SyncRun {
     void Grab(const Cameras& cameras) {
         for (std::size_t i = 0; i < cameras.size(); ++i) {
             m_grabbers.push_back(
-                std::make_unique<SyncGrabber>(m_index.cameras[i], cameras[i], m_options.plan, &m_pool,
+                std::make_unique<SyncGrabber>(m_metadata[i], cameras[i], m_options.plan, &m_pool,
                                               m_options.contactSheet.empty() ? nullptr : &m_sheet));
         }
         for (const auto& pGrabber : m_grabbers) {
@@ -193,6 +198,7 @@ class SyncRun {
 
     const SyncOptions& m_options;
     SyncIndex m_index;
+    std::vector<Zevrin::ImageMetadata> m_metadata;
     std::vector<std::unique_ptr<SyncGrabber>> m_grabbers;
     ContactSheet m_sheet;
     WriterPool m_pool;  // ends before what its work is for
@@ -205,21 +211,12 @@ void Save(const std::string& text, const std::string& path) {
     Check(Zevrin::SaveBytes(text.data(), text.size(), path));
 }
 
-/// What is written at the end must not fail there, nor be that of an earlier run when this one fails.
+/// What is written at the end must not fail there.
 void PrepareOutput(const SyncOptions& options) {
     namespace fs = std::filesystem;
     if (!options.folder.empty()) {
         PrepareFolder(options.folder);
-        for (const std::string& name :
-             {std::string("/") + kSyncIndexName, std::string(kReportJson), std::string(kReportPage)}) {
-            std::error_code problem;
-            fs::remove(options.folder + name, problem);
-            if (problem) {
-                throw ToolFailure(kExitFailed,
-                                  "\"" + Printable(options.folder + name) +
-                                      "\" of an earlier run cannot be removed: " + problem.message());
-            }
-        }
+        RequireNoRecording(options.folder);
     }
     if (!options.contactSheet.empty()) {
         const fs::path folder = fs::path(options.contactSheet).parent_path();
@@ -256,14 +253,15 @@ void Sync(const Tool& tool, SyncOptions options) {
     }
     CatchInterruptions();
     PrepareOutput(options);
-    SyncRun run(options, serialNumbers);  // before cameras stream: it makes threads
+    SyncRun run(options, serialNumbers,
+                cameras);  // before they stream: it makes threads, and reads registers
     const unsigned int attempts = StartInStep(cameras, options.retries);
     run.Grab(cameras);
-    if (!options.folder.empty()) {
-        Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kSyncIndexName);
-    }
     if (run.GetIndex().entries.empty()) {
-        run.ReportFailures();
+        run.ReportFailures();  // and there is no recording
+    }
+    if (!options.folder.empty()) {
+        Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kIndexName);
     }
     SyncProblems problems;
     SetBadStampsAside(&run.GetIndex(), &problems);
@@ -273,9 +271,10 @@ void Sync(const Tool& tool, SyncOptions options) {
         Save(Zevrin::FormatSyncReportAsJson(report), options.folder + kReportJson);
         Save(Zevrin::FormatSyncReportAsHtml(report, MakeTitle(serialNumbers)), options.folder + kReportPage);
     }
-    ShowSyncReport(
-        tool, report,
-        {{"attempts", attempts}, {"notWritten", run.CountRefused()}, {"problems", problems.GetLines()}});
+    ShowSyncReport(tool, report,
+                   {{"attempts", attempts},
+                    {"notWritten", CountUnwritten(run.GetIndex())},
+                    {"problems", problems.GetLines()}});
     run.SaveContactSheet(report);
     run.ReportFailures();
     Conclude(run.GetIndex(), report, problems);
@@ -283,8 +282,11 @@ void Sync(const Tool& tool, SyncOptions options) {
 
 constexpr char kFooter[] =
     R"(Without serial numbers it takes all cameras of the first interface that has a bus clock, and says which it leaves
-out; GigE Vision and USB3 Vision cameras have none. They must be on one bus. The first one is what the others are compared with. LATE are images that came after one that was taken later, TWICE those that
-came again. The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html.
+out; GigE Vision and USB3 Vision cameras have none. They must be on one bus. The first one is what the others are
+compared with. LATE are images that came after one that was taken later, TWICE those that came again.
+
+The folder gets the images, index.jsonl with the time stamp of each, report.json and report.html. A folder that holds
+a recording is not written to again.
 
 Examples:
   zevrin sync -n 5

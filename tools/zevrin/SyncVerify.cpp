@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "CommandLine.h"
+#include "Folder.h"
 #include "SyncOutput.h"
 #include "Tool.h"
 
@@ -12,7 +13,7 @@ namespace ZevrinTool {
 namespace {
 
 void Verify(const Tool& tool, const std::string& folder) {
-    SyncIndexReading reading = ReadSyncIndex(folder + "/" + kSyncIndexName);
+    SyncIndexReading reading = ReadSyncIndex(folder + "/" + kIndexName);
     FindMissingFiles(reading.index, folder, &reading.problems);
     reading.problems.Complain();
     const Zevrin::SyncReport report = Analyze(reading.index);
@@ -25,8 +26,8 @@ constexpr char kFooter[] =
 there. The exit code is 1 when the cameras were not in step or the record is not whole.
 
 Examples:
-  zevrin sync -n 5 -o run
-  zevrin sync verify run
+  zevrin sync -n 5 -o in-step
+  zevrin sync verify in-step
 )";
 
 }  // namespace

@@ -43,7 +43,7 @@ Facts DescribeMode(const TriggerMode& mode, bool isKnown) {
     const auto known = [isKnown](const Json& value) { return isKnown ? value : Json(); };
     const std::string software = mode.source == kSoftwareSource ? " (software)" : "";
     return {
-        {"Trigger", "trigger", known(OnOff(mode.onOff)), ""},
+        {"Trigger", "trigger", known(mode.onOff), isKnown ? OnOff(mode.onOff) : ""},
         {"Source", "source", known(mode.source), isKnown ? std::to_string(mode.source) + software : ""},
         {"Mode", "mode", known(mode.mode), ""},
         {"Parameter", "parameter", known(mode.parameter), ""},

@@ -1,10 +1,13 @@
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "CommandLine.h"
 #include "CommandTree.h"
 #include "Numbers.h"
+#include "Output.h"
 #include "Tool.h"
 
 namespace ZevrinTool {
@@ -21,7 +24,7 @@ Environment:
   ZEVRIN_SIMULATE    what --simulate says, for every program of the library
   ZEVRIN_TRANSPORTS  where to look for cameras, separated by commas: simulated, genicam (default: everywhere)
   ZEVRIN_IIDC_BLOCK  where cameras have IIDC registers of their own: SERIAL=ADDRESS, separated by commas
-  ZEVRIN_LOG         level of the library's log on standard error: off, error, warn, info, debug (default: off)
+  ZEVRIN_LOG         level of the library's log on standard error: off, error, warn, info, debug, trace (default: off)
 
 Examples:
   zevrin list
@@ -33,9 +36,13 @@ void AddGlobalOptions(CLI::App& app, Tool& tool) {
     AddText(
         app, "--simulate", "<count|file>",
         [&tool](const std::string& argument, const std::string& text) {
-            if (text.empty()) {
+            const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+            std::error_code unseen;  // a file that cannot be looked at is the library's to judge
+            if (!isNumber &&
+                std::filesystem::status(text, unseen).type() == std::filesystem::file_type::not_found) {
                 throw CLI::ValidationError(
-                    argument, "\"\" is neither a number of cameras, 1 to 64, nor the name of a file");
+                    argument,
+                    "\"" + Printable(text) + "\" is neither a number of cameras, 1 to 64, nor a file");
             }
             tool.simulate = text;
         },

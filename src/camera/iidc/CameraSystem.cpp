@@ -7,6 +7,7 @@
 #include "Failure.h"
 #include "FormatText.h"
 #include "IidcCamera.h"
+#include "Log.h"
 #include "Singleton.h"
 
 namespace Zevrin {
@@ -34,6 +35,7 @@ std::vector<CameraListing> MakeListings(const std::vector<CameraIdentity>& ident
 }  // namespace
 
 CameraSystem::CameraSystem() {
+    Log();  // complains of a level that is none, also where nothing is ever logged
     Singleton<BusMaster>::getInstance();
 }
 

@@ -200,9 +200,7 @@ Error IidcCamera::GetEventNames(std::vector<std::string>* pNames) {
     if (pNames == nullptr) {
         return Failure(ERR_INVALID_PARAMETER, "There is no room for the names of the events.");
     }
-    return m_pEventList->GetEventNames(pNames) == EventList::kSuccess
-               ? Success()
-               : Failure(ERR_NOT_SUPPORTED, "The events of camera %u cannot be had.", m_serialNumber);
+    return m_pEventList->GetEventNames(pNames);
 }
 
 }  // namespace Zevrin

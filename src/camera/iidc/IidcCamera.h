@@ -119,8 +119,8 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     Error SetFormat7(const Format7Settings* pSettings);
 
     /// The names that `RegisterEvent` takes; as the device tells them, not necessarily printable. Not
-    /// guarded. Errors: ERR_INVALID_PARAMETER, ERR_NOT_SUPPORTED (not connected, no events on this interface,
-    /// or the device fails to tell; the log has the reason). Threads: any.
+    /// guarded. Errors: ERR_INVALID_PARAMETER, ERR_NOT_CONNECTED, ERR_NOT_SUPPORTED (no events on this
+    /// interface, or none of this camera), the transport's when the device fails to tell. Threads: any.
     Error GetEventNames(std::vector<std::string>* pNames);
 
   private:
