@@ -285,6 +285,13 @@ inline Error Retrieve(SweptCamera& camera, bool isEvent) {
     return isEvent ? camera.WaitForBufferEvent(&image, 0) : camera.RetrieveBuffer(&image);
 }
 
+inline Error NameEvents(SweptCamera& camera) {
+    std::vector<std::string> names;
+    const Error error = camera.GetEventNames(&names);
+    EXPECT_EQ(names.empty(), error != ERR_OK);
+    return error;
+}
+
 inline const Rule kNoPins{ERR_READ_REGISTER_FAILED, "Failed to read PIO direction register.", 2};
 inline const Rule kNotWritten{ERR_TIMEOUT, "The look-up table could not be written beyond ", 2};
 inline const Rule kNotRead{ERR_TIMEOUT, "The look-up table could not be read beyond ", 2};
@@ -370,6 +377,7 @@ inline const std::vector<Row> kRows = {
     ROW(GetFormat7Info, (&r.format7Info), kWrapped),
     ROW(GetFormat7, (&r.format7), kWrapped),
     ROW(SetFormat7, (&g_in.format7), kWrapped),
+    Row("GetEventNames", CALL(NameEvents(c)), kAsItIs, "EventNames").Unguarded(),
     UNGUARDED(GetConfiguration, (&r.config), kWrapped, ""),
     UNGUARDED(SetConfiguration, (&g_in.config), kWrapped, ""),
     Row("Connect", CALL(ConnectAnother()), kPassedOver).But("Open", kWrapped).Unguarded(),

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <regex>
 #include <set>
 
@@ -279,7 +280,52 @@ TEST_F(Sweep, StreamsAreAsConfiguredAlsoWhenConnectedAgain) {
     EXPECT_EQ(config.numBuffers, 1U);
 }
 
-/// The synchronized start and the reconnection have tests of their own.
+/// One camera, which goes by a clock that runs: the start waits for images.
+TEST(SweepOfTheSynchronizedStart, EachAccessIsLost) {
+    const Rule known{ERR_ISOCH_FAILED, "Could not get embedded image info.", 3};
+    const Rule told{ERR_ISOCH_FAILED, "Could not set embedded image info.", 3};
+    const Rule started{ERR_ISOCH_START_FAILED, "Could not start one of the cameras.", 2};
+    const Rule switchedOn{ERR_ISOCH_START_FAILED, "Could not start one of the cameras.", 3};
+    const Rule drained{ERR_TIMESTAMP_FAILED, "Failed to retrieve timestamp information from image.", 0};
+    const struct {
+        const char* access;
+        Rule rule;
+        bool isLeftStreaming = false;
+    } rows[] = {
+        {"r12F8", known},          {"w12F8", known},         {"r12F8", known},
+        {"w12F8", known},          {"r12F8", told},          {"w12F8", told},
+        {"StreamFormat", started}, {"StartStream", started}, {"r12F8", kPassedOver, true},
+        {"w614", switchedOn},      {"w614", drained, true},  // as callers know it
+    };
+    Prepared(Simulation::FromJson(
+        R"({"cameras": [{"interface": "ieee1394", "width": 64, "height": 48, "frameRate": 200}]})",
+        &g_pSimulation));
+    std::vector<std::string> accesses;
+    for (std::size_t lost = 0; lost <= std::size(rows); ++lost) {
+        SCOPED_TRACE(lost);
+        std::vector<boost::shared_ptr<CameraInternal>> cameras = {boost::make_shared<SweptCamera>()};
+        Prepared(cameras[0]->Connect(kSerialNumber));
+        const int holds = Singleton<BusMaster>::m_iRefCount;
+        g_meter.Start(lost);
+        const Error error = CameraInternal::StartSyncCapture(1, cameras, nullptr, nullptr);
+        accesses.swap(g_meter.accesses);
+        g_meter.Start(0);
+        EXPECT_TRUE(Follows(error, lost > 0 ? rows[lost - 1].rule : kPassedOver, lost));
+        EXPECT_EQ(Singleton<BusMaster>::m_iRefCount, holds);
+        EXPECT_EQ(cameras[0]->StopCapture() == ERR_OK, lost == 0 || rows[lost - 1].isLeftStreaming);
+        if (lost == 0) {
+            // The last one switches on; without it each image would be waited for 22 seconds.
+            ASSERT_EQ(accesses.size(), std::size(rows) + 1) << testing::PrintToString(accesses);
+            for (std::size_t index = 0; index < std::size(rows); ++index) {
+                EXPECT_EQ(accesses[index].rfind(rows[index].access, 0), 0U) << accesses[index];
+            }
+        }
+    }
+    g_meter.pDevice.reset();
+    g_pSimulation.reset();
+}
+
+/// The reconnection has tests of its own, and so has what several cameras come to that are started in step.
 TEST(SweepRows, HaveEveryOperationThatTheHeadersDeclare) {
     std::set<std::string> rows;
     for (const char* other :
