@@ -1,3 +1,6 @@
+#include <sys/resource.h>
+
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -6,7 +9,9 @@
 #include "Image.h"
 #include "camera/MeteredTransport.h"
 #include "support/FrameAccount.h"
+#include "support/TemporaryFolder.h"
 #include "transports/simulated/SimulatedFixture.h"
+#include "zevrin/ImageFile.h"
 
 namespace Zevrin {
 namespace {
@@ -14,6 +19,7 @@ namespace {
 using nlohmann::json;
 
 constexpr unsigned long long kTickUs = 1000;
+constexpr rlim_t kFullDisk = 1000;  // bytes of a file, less than any picture has
 
 /// A callback that stays within a call until it is let go, and counts.
 struct Gate {
@@ -25,6 +31,15 @@ struct Gate {
     std::atomic<bool> isOpen{false};
     std::atomic<unsigned int> calls{0};
 };
+
+/// Takes the place of a full disk: no file may be longer.
+void LimitFiles(rlim_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);  // the write is to fail instead
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
 
 /// One camera with whoever uses it.
 struct Actor {
@@ -76,6 +91,15 @@ class Scenario : public testing::TestWithParam<std::string> {
                  return camera.WaitForBufferEvent(&actor.held.back(), 0);
              }},
             {"release", [&] { return actor.held.clear(), Error(); }},
+            {"record",
+             [&] {
+                 Image image;
+                 const Error error = camera.WaitForBufferEvent(&image, 0);
+                 const std::string name = std::to_string(image.GetFrameId()) + ".pgm";
+                 return error == ERR_OK ? SaveImage(image, m_folder.Path(name)) : error;
+             }},
+            {"fillDisk", [] { return LimitFiles(kFullDisk), Error(); }},
+            {"clearDisk", [] { return LimitFiles(RLIM_INFINITY), Error(); }},
             {"letCallback", [&] { return actor.gate.isOpen = true, Error(); }},
             {"awaitCallback",
              [&] {
@@ -154,6 +178,17 @@ class Scenario : public testing::TestWithParam<std::string> {
         }
     }
 
+    /// None that is not whole.
+    void CheckFiles() {
+        unsigned int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path())) {
+            EXPECT_GT(entry.file_size(), kFullDisk) << entry.path();
+            ++count;
+        }
+        EXPECT_EQ(count, m_document.at("outcome").value("files", 0U));
+    }
+
+    const TemporaryFolder m_folder;
     json m_document;
     boost::shared_ptr<Simulation> m_pSimulation;
     std::map<unsigned int, Actor> m_actors;
@@ -166,6 +201,7 @@ TEST_P(Scenario, ComesOutAsItsFileSays) {
         static_cast<void>(alreadyGone);
         CheckAccount(serial, actor.pCamera->GetAccount(*m_pSimulation));
     }
+    CheckFiles();
     g_meter = Meter();
 }
 
