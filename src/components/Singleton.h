@@ -14,10 +14,19 @@ namespace Zevrin {
 /// may acquire or release it.
 template <typename T>
 class Singleton {
+    /// On one line of the processor's cache: every guarded call takes the lock twice, and changes the count.
+    /// Zero-initialised, but for the lock.
+    struct alignas(64) State {
+        boost::mutex mutex;  // guards what follows
+        T* pInstance;
+        int refCount;
+    };
+    static State m_state;
+
   public:
     /// Creates the instance when there is none; a constructor that throws leaves the count unchanged.
     static T* getInstance() {
-        boost::unique_lock<boost::mutex> lock(m_mutex);
+        boost::unique_lock<boost::mutex> lock(m_state.mutex);
         if (m_pInstance == nullptr) {
             m_pInstance = new T();
         }
@@ -26,7 +35,7 @@ class Singleton {
     }
 
     static void releaseInstance() {
-        boost::unique_lock<boost::mutex> lock(m_mutex);
+        boost::unique_lock<boost::mutex> lock(m_state.mutex);
         --m_iRefCount;
         if (m_iRefCount == 0) {
             delete m_pInstance;
@@ -34,21 +43,12 @@ class Singleton {
         }
     }
 
-    // Guarded by m_mutex.
-    static T* m_pInstance;
-    static int m_iRefCount;
-
-    static boost::mutex m_mutex;
+    static constexpr T*& m_pInstance = m_state.pInstance;
+    static constexpr int& m_iRefCount = m_state.refCount;
 };
 
 template <typename T>
-T* Singleton<T>::m_pInstance = nullptr;
-
-template <typename T>
-int Singleton<T>::m_iRefCount = 0;
-
-template <typename T>
-boost::mutex Singleton<T>::m_mutex;
+typename Singleton<T>::State Singleton<T>::m_state;
 
 /// One acquisition for the length of a scope. Test it before use, as one tests a pointer.
 template <typename T>
