@@ -44,9 +44,11 @@ void EventList::Sink::OnDeviceEvent(const RawDeviceEvent& event) {
 
 void EventList::SetIO(boost::shared_ptr<HardwareInterface> pHardware, unsigned int initialRegisterSpace,
                       unsigned int commandRegisters) {
+    boost::shared_ptr<HardwareInterface> pFormer;  // to be told, though nobody else may hold it any more
     {
         boost::lock_guard<boost::mutex> lock(m_mutex);
-        const bool isSame = pHardware == m_pSource.lock();
+        pFormer = m_pSource.lock();
+        const bool isSame = pHardware == pFormer;
         IOBase::SetIO(std::move(pHardware), initialRegisterSpace, commandRegisters);
         if (isSame) {
             return;

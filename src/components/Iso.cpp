@@ -250,10 +250,10 @@ Error Iso::StopCapture() {
     }
     const Error error = EndStream(pHardware.get(), pQueue);
     StopCallbackThread();
-    const StreamCounters counters = pHardware ? pHardware->GetStreamCounters() : m_resendsBase;
+    const StreamCounters counters = pHardware ? pHardware->GetStreamCounters() : StreamCounters();
 
     boost::lock_guard<boost::mutex> lock(m_mutex);
-    m_resends = AddResends(m_resends, m_resendsBase, counters);
+    m_resends = AddResends(m_resends, m_resendsBase, pHardware ? counters : m_resendsBase);
     m_pQueue.reset();
     m_pStreamHardware.reset();
     m_streamReceiver = Receiver();
@@ -267,7 +267,7 @@ Error Iso::StopCapture() {
     return Error();
 }
 
-void Iso::StopForGood(const Error& reason) {
+bool Iso::StopForGood(const Error& reason) {
     const boost::this_thread::disable_interruption notInterrupted;
     boost::unique_lock<boost::mutex> lock(m_mutex);
     ++m_closing;
@@ -279,10 +279,10 @@ void Iso::StopForGood(const Error& reason) {
     }
     // Whoever is starting or stopping ends that first; within a callback it may be waiting for this thread.
     const bool canWait = !CallbackThread::IsWithinCallbackOf(*this);
+    bool hasRun = false;
     do {
         lock.unlock();
-        const Error ignored = StopCapture();  // nothing runs, or nothing more can be done about it
-        static_cast<void>(ignored);
+        hasRun = StopCapture() != ERR_ISOCH_NOT_STARTED || hasRun;  // no more can be done about a failure
         lock.lock();
         m_stateChanged.wait(
             lock, [&] { return !canWait || m_state == State::kStopped || m_state == State::kStarted; });
@@ -291,6 +291,7 @@ void Iso::StopForGood(const Error& reason) {
     ReapCallbackThreads();
     lock.lock();
     --m_closing;
+    return hasRun;
 }
 
 Error Iso::SetCallback(ImageCallback callback, const void* pCallbackData) {

@@ -67,7 +67,8 @@ class Iso : public IOBase {
     /// being given up. From within a callback, that one is not waited for.
     /// @param reason  told to who waits for an image and, until the next start, to who asks for one; success:
     ///                that there is no stream
-    void StopForGood(const Error& reason = Error());
+    /// @return whether a stream ran until then
+    bool StopForGood(const Error& reason = Error());
 
     bool IsGrabStarted() const { return m_state == State::kStarted; }
 

@@ -7,6 +7,8 @@
 
 #include "Failure.h"
 #include "FakeHardware.h"
+#include "RememberingHardware.h"
+#include "SettingsMemory.h"
 #include "support/Checks.h"
 
 namespace Zevrin {
@@ -221,6 +223,11 @@ TEST_F(EventListTest, FollowsTheConnection) {
     m_pEvents->SetIO(nullptr, 0, 0);
     EXPECT_FALSE(m_pHardware->HasSink());
     EXPECT_EQ(m_pHardware.use_count(), 1);
+    m_pEvents->SetIO(
+        boost::make_shared<RememberingHardware>(m_pHardware, boost::make_shared<SettingsMemory>()), 0, 0);
+    EXPECT_TRUE(m_pHardware->HasSink());
+    m_pEvents->SetIO(nullptr, 0, 0);
+    EXPECT_FALSE(m_pHardware->HasSink()) << "nobody else held the handle";
     EXPECT_EQ(Deregister("LinkDown"), 0) << "needs no camera";
 }
 

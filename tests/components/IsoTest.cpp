@@ -112,9 +112,14 @@ TEST_F(IsoTest, InterruptedStreamTellsWhyUntilTheNextStart) {
         });
         Send(1, 1);
         EXPECT_TRUE(Await([&] { return m_pIso->GetNumOfImageDelivered() > delivered; }));
-        m_pIso->StopForGood(isLost ? Failure(ERR_CAMERA_LOST, "gone") : Error());
+        if (isLost) {
+            EXPECT_TRUE(m_pIso->StopForGood(Failure(ERR_CAMERA_LOST, "gone")));
+        } else {
+            EXPECT_EQ(m_pIso->StopCapture(), ERR_OK);
+        }
         waiting.join();  // whether it was waiting already or came later
     }
+    EXPECT_FALSE(m_pIso->StopForGood());
 }
 
 TEST_F(IsoTest, AccountsForFramesOfAStartThatFails) {

@@ -98,7 +98,7 @@ Error Disturb(Simulation& simulation, std::vector<Participant>& participants, Ra
 }
 
 /// GigE Vision has no count of what was sent but the numbers of the images: those that came after the last
-/// one that was taken are not known, and no more than the buffers.
+/// one that was taken are not known, and no more than twice the buffers.
 bool Print(const Participant& participant, const Simulation& simulation) {
     FrameAccount account = participant.pCamera->GetAccount(simulation);
     const unsigned long long sum =

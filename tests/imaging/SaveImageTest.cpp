@@ -1,9 +1,6 @@
 #include "zevrin/ImageFile.h"
 
-#include <sys/resource.h>
-
 #include <boost/smart_ptr/make_shared.hpp>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>

@@ -1,5 +1,6 @@
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -37,8 +38,8 @@ void LimitFiles(rlim_t bytes) {
     signal(SIGXFSZ, SIG_IGN);  // the write is to fail instead
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
 /// One camera with whoever uses it.
@@ -67,6 +68,8 @@ class Scenario : public testing::TestWithParam<std::string> {
             actor.consumeEveryUs = setup.value("consumeEveryUs", 0ULL);
         }
     }
+
+    void TearDown() override { LimitFiles(RLIM_INFINITY); }
 
     /// The operations that a step can name.
     Error Do(const json& step, unsigned int serial) {

@@ -51,12 +51,15 @@ TEST_F(SyncTool, RecordsARunThatCanBeJudgedAgain) {
 
 TEST_F(SyncTool, SaysWhereRawImagesComeFromAndWhatADiskHadNoRoomFor) {
     ASSERT_EQ(0, Run("--simulate 1 sync -n 1 --format raw -o whole").exitCode);
+    unsigned int images = 0;
     for (const auto& entry : fs::directory_iterator(m_folder.Path("whole"))) {
         if (entry.path().extension() == ".raw") {
+            ++images;
             ExpectParts(ReadFile(entry.path().string() + ".json"),
                         {"serialNumber", "frameId", "cycleOffset", "exposureSeconds", "gainDb", "stride"});
         }
     }
+    EXPECT_EQ(1U, images);
     ExpectParts(Run("--simulate 1 sync -n 3 --format raw -o run", "ulimit -f 100; ").messages,
                 {".raw\" cannot be written: File too large"});
     EXPECT_EQ(1, Verify().exitCode);

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <system_error>
 
 #include <zevrin/InterfaceType.h>
 #include <zevrin/SaveBytes.h>
@@ -263,6 +262,7 @@ void Sync(const Tool& tool, SyncOptions options) {
     if (!options.folder.empty()) {
         Save(FormatSyncIndex(run.GetIndex()), options.folder + "/" + kIndexName);
     }
+    const auto notWritten = CountUnwritten(run.GetIndex());
     SyncProblems problems;
     SetBadStampsAside(&run.GetIndex(), &problems);
     problems.Complain();
@@ -272,9 +272,7 @@ void Sync(const Tool& tool, SyncOptions options) {
         Save(Zevrin::FormatSyncReportAsHtml(report, MakeTitle(serialNumbers)), options.folder + kReportPage);
     }
     ShowSyncReport(tool, report,
-                   {{"attempts", attempts},
-                    {"notWritten", CountUnwritten(run.GetIndex())},
-                    {"problems", problems.GetLines()}});
+                   {{"attempts", attempts}, {"notWritten", notWritten}, {"problems", problems.GetLines()}});
     run.SaveContactSheet(report);
     run.ReportFailures();
     Conclude(run.GetIndex(), report, problems);

@@ -58,10 +58,10 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// A lost connection shows as without a policy: waiting retrievals end with ERR_CAMERA_LOST, and
     /// operations fail with ERR_INVALID_GENERATION until it is made again. The stream then runs on with the
     /// same counts; `Image::GetGaps` marks its images, whose frame ids begin anew. `StopCapture` fails
-    /// likewise and stops nothing: to have no stream again, disconnect. Transmission that was switched off within a stream is
-    /// switched off again once it runs. A call that takes the policy away waits for a try that
-    /// is under way. Errors: ERR_VALUE_OUT_OF_RANGE (nothing is changed), ERR_FAILED (the system refuses a
-    /// thread), ERR_NOT_SUPPORTED, as with `Disconnect`. Threads: not beside `Connect`, `Disconnect` or
+    /// likewise and stops nothing: to have no stream again, disconnect. Transmission that was switched off
+    /// within a stream is switched off again once it runs. A call that takes the policy away waits for a try
+    /// that is under way. Errors: ERR_VALUE_OUT_OF_RANGE (nothing is changed), ERR_FAILED (the system refuses
+    /// a thread), ERR_NOT_SUPPORTED, as with `Disconnect`. Threads: not beside `Connect`, `Disconnect` or
     /// itself.
     Error SetReconnectPolicy(const ReconnectPolicy* pPolicy);
 
@@ -118,9 +118,9 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     /// back.
     Error SetFormat7(const Format7Settings* pSettings);
 
-    /// The names that `RegisterEvent` takes; as the device tells them, not necessarily printable. Not
-    /// guarded. Errors: ERR_INVALID_PARAMETER, ERR_NOT_CONNECTED, ERR_NOT_SUPPORTED (no events on this
-    /// interface, or none of this camera), the transport's when the device fails to tell. Threads: any.
+    /// The names that `RegisterEvent` takes. Not guarded. Errors: ERR_INVALID_PARAMETER, ERR_NOT_CONNECTED,
+    /// ERR_NOT_SUPPORTED (no events on this interface, or none of this camera), the transport's when the
+    /// device fails to tell. Threads: any.
     Error GetEventNames(std::vector<std::string>* pNames);
 
   private:
@@ -132,7 +132,7 @@ class ZEVRIN_API IidcCamera : public CameraInternal {
     bool IsWithinCallback() const;
     Error RequireOutsideOfReports() const;
     void Suspend();
-    void Interrupt();
+    bool Interrupt();
     Error TryAgain(ReconnectSettings settings,
                    const std::function<void(ReconnectStep, unsigned int, const Error&)>& tell);
     Error Restore(unsigned int* pCount, Error* pRefusal);

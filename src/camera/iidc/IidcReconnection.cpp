@@ -71,18 +71,22 @@ Error IidcCamera::WaitForReconnection(unsigned int timeoutMs) {
 /// Once more when the policy is set anew while it is at work. Ending a stream switches transmission off.
 void IidcCamera::Suspend() {
     InterruptedStream stream = {};
-    if (m_pIso->GetStreamStart(&stream.start)) {
+    const bool isRunning = m_pIso->GetStreamStart(&stream.start);
+    if (isRunning) {
         stream.isTransmissionWanted = m_pSettings->IsTransmissionOn();
         m_pInterruptedStream = boost::make_shared<InterruptedStream>(stream);
     }
-    Interrupt();
+    if (!Interrupt() && isRunning) {  // the application has stopped it meanwhile
+        m_pInterruptedStream.reset();
+    }
 }
 
-/// Not stopped: whoever waits for an image is to wait for the reconnection then.
-void IidcCamera::Interrupt() {
-    m_pIso->StopForGood(
+/// Whoever waits for an image is told of the loss, as without a policy. False when no stream ran.
+bool IidcCamera::Interrupt() {
+    const bool hasRun = m_pIso->StopForGood(
         m_pInterruptedStream ? Failure(ERR_CAMERA_LOST, "The connection to the camera was lost.") : Error());
     CloseHardware();
+    return hasRun;
 }
 
 Error IidcCamera::TryAgain(ReconnectSettings settings,

@@ -91,9 +91,14 @@ TEST(SimulatedFeatures, EncodeColoursAsTheStandardSays) {
         EXPECT_EQ(picture.info.pixelFormat, row.format);
         EXPECT_EQ(picture.info.receivedSize, row.size) << row.coding;
         const std::size_t left = 320 * row.size / 307200;  // pixel 320
+        unsigned int pixel = 320;
         for (std::size_t byte = 0; byte < row.group.size(); ++byte) {
-            EXPECT_NEAR(picture.At(left + byte), row.group[byte], row.group[byte] < 0 ? 256 : 1)
+            const unsigned int phase = picture.Phase(pixel);
+            const double brightness =
+                0.299 * SceneAt(phase) + 0.587 * SceneAt(phase + 85) + 0.114 * SceneAt(phase + 170);
+            EXPECT_NEAR(picture.At(left + byte), row.group[byte] < 0 ? brightness : row.group[byte], 1.5)
                 << row.coding;
+            pixel += row.group[byte] < 0 ? 1 : 0;
         }
         if (row.format == PIXEL_FORMAT_RAW16) {
             EXPECT_EQ(picture.At(left), SceneAt(picture.Phase(320))) << "big-endian, red";

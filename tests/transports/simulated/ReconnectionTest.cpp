@@ -39,7 +39,7 @@ class Reconnection : public testing::Test {
             m_steps.clear();
         }
         ASSERT_TRUE(IsOk(m_pSimulation->Unplug(kSerial)));
-        ASSERT_TRUE(Reaches(RECONNECT_LOST));
+        ASSERT_TRUE(Await([this] { return !GetReports().empty(); }));
     }
     void ComeBack() {
         ASSERT_TRUE(IsOk(m_pSimulation->Replug(kSerial)));
