@@ -111,9 +111,8 @@ TEST_F(Reconnection, PutsTheSettingsBackAndResumesTheStreamWithItsGapMarked) {
             EXPECT_EQ(image.GetGaps(), gaps);
         }
         EXPECT_GT(stream.GetNumOfImageDelivered(), before);
-        boost::thread waiting([&] {
-            EXPECT_EQ(stream.WaitForBufferEvent(&image, kPatienceMs), ERR_CAMERA_LOST);
-        });
+        boost::thread waiting(
+            [&] { EXPECT_EQ(stream.WaitForBufferEvent(&image, kPatienceMs), ERR_CAMERA_LOST); });
         Lose();
         EXPECT_EQ(m_camera.WriteRegister(kGain, 0), ERR_INVALID_GENERATION);
         waiting.join();
